@@ -1,0 +1,119 @@
+/*
+ * The status of a tuner frontend: the kinds that can be asked for and the record that receives them.
+ */
+#ifndef MW_FRONTEND_STATUS_H
+#define MW_FRONTEND_STATUS_H
+
+#include "mw/layout.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Status kinds; the platform's numbering. Values that are missing here are not supported. */
+typedef enum {
+    FE_STATUS_TYPE_DEMOD_LOCK = 0,
+    FE_STATUS_TYPE_SNR = 1,
+    FE_STATUS_TYPE_BER = 2,
+    FE_STATUS_TYPE_PER = 3,
+    FE_STATUS_TYPE_PER_BER = 4,
+    FE_STATUS_TYPE_SIGNAL_QUALITY = 5,
+    FE_STATUS_TYPE_SIGNAL_STRENGTH = 6,
+    FE_STATUS_TYPE_SYMBOL_RATE = 7,
+    FE_STATUS_TYPE_INNER_FEC = 8,
+    FE_STATUS_TYPE_MODULATION = 9,
+    FE_STATUS_TYPE_SPECTRAL_INVERSION = 10,
+    FE_STATUS_TYPE_LNB_VOLTAGE = 11,
+    FE_STATUS_TYPE_PLP_ID = 12,
+    FE_STATUS_TYPE_EWBS = 13,
+    FE_STATUS_TYPE_AGC = 14,
+    FE_STATUS_TYPE_LNA = 15,
+    FE_STATUS_TYPE_MER = 17,
+    FE_STATUS_TYPE_FREQ_OFFSET = 18,
+    FE_STATUS_TYPE_HIERARCHY = 19,
+    FE_STATUS_TYPE_RF_LOCK = 20,
+    FE_STATUS_TYPE_MODULATIONS_EXT = 22,
+    FE_STATUS_TYPE_CODE_RATES = 24,
+    FE_STATUS_TYPE_BANDWIDTH = 25,
+    FE_STATUS_TYPE_SYSTEM_ID = 29,
+    FE_STATUS_TYPE_ROLL_OFF = 33
+} FE_STATUS_TYPE_E;
+
+/* Most kinds in one query. */
+#define FE_STATUS_MAX_TYPES 34
+
+/* Most elements of a list kind that a query copies; a longer list is reported by its length alone. */
+#define FE_STATUS_MAX_LIST_COPY 9
+
+/*
+ * The record belongs to its caller. A query writes the fields of the kinds it was asked for, unconverted, and
+ * leaves every other byte alone; the reserved stretches belong to the middleware. A boolean byte holds 0 or 1.
+ */
+typedef struct {
+    uint8_t mIsDemodLocked;      /* demodulator locked */
+    int32_t mSnr;                /* signal-to-noise ratio, thousandths of a dB */
+    int32_t mBer;                /* bit errors per thousand million bits */
+    int32_t mPer;                /* packet errors per thousand million packets */
+    int32_t mPerBer;             /* errors per thousand million, as the frontend counts before outer FEC */
+    int32_t mSignalQuality;      /* percent */
+    int32_t mSignalStrength;     /* thousandths of a dBm */
+    int32_t mSymbolRate;         /* symbols per second */
+    int64_t mInnerFec;           /* inner FEC code rate */
+    int32_t mModulation;         /* the platform's constant of the delivery system */
+    int32_t mModulationsExt[10]; /* of the first layers; see FE_STATUS_MAX_LIST_COPY */
+    int32_t mModulationsExtLen;  /* elements in the platform's list, whether or not they were copied */
+    int32_t mInversion;          /* spectral inversion */
+    int32_t mLnbVoltage;         /* the platform's voltage constant */
+    int32_t mPlpId;
+    uint8_t mIsEwbs; /* emergency warning broadcast present */
+    int32_t mAgc;    /* automatic gain control, 0 to 255 */
+    uint8_t mIsLnaOn; /* low-noise amplifier on */
+    uint8_t aui1_reserved0[11];
+    int32_t mMer;        /* modulation error ratio, thousandths of a dB */
+    int32_t mFreqOffset; /* Hz */
+    int32_t mHierarchy;
+    int32_t mBandWidth;     /* the platform's constant of the delivery system */
+    int32_t mCodeRates[10]; /* of the first layers; see FE_STATUS_MAX_LIST_COPY */
+    int32_t mCodeRatesLen;  /* elements in the platform's list, whether or not they were copied */
+    uint8_t mIsRfLocked;
+    uint8_t aui1_reserved1[15];
+    int32_t mSystemId;
+    int32_t mRollOff;
+} FE_STATUS_T;
+
+MW_PIN_SIZE(FE_STATUS_T, 208);
+MW_PIN_OFFSET(FE_STATUS_T, mIsDemodLocked, 0);
+MW_PIN_OFFSET(FE_STATUS_T, mSnr, 4);
+MW_PIN_OFFSET(FE_STATUS_T, mBer, 8);
+MW_PIN_OFFSET(FE_STATUS_T, mPer, 12);
+MW_PIN_OFFSET(FE_STATUS_T, mPerBer, 16);
+MW_PIN_OFFSET(FE_STATUS_T, mSignalQuality, 20);
+MW_PIN_OFFSET(FE_STATUS_T, mSignalStrength, 24);
+MW_PIN_OFFSET(FE_STATUS_T, mSymbolRate, 28);
+MW_PIN_OFFSET(FE_STATUS_T, mInnerFec, 32);
+MW_PIN_OFFSET(FE_STATUS_T, mModulation, 40);
+MW_PIN_OFFSET(FE_STATUS_T, mModulationsExt, 44);
+MW_PIN_OFFSET(FE_STATUS_T, mModulationsExtLen, 84);
+MW_PIN_OFFSET(FE_STATUS_T, mInversion, 88);
+MW_PIN_OFFSET(FE_STATUS_T, mLnbVoltage, 92);
+MW_PIN_OFFSET(FE_STATUS_T, mPlpId, 96);
+MW_PIN_OFFSET(FE_STATUS_T, mIsEwbs, 100);
+MW_PIN_OFFSET(FE_STATUS_T, mAgc, 104);
+MW_PIN_OFFSET(FE_STATUS_T, mIsLnaOn, 108);
+MW_PIN_OFFSET(FE_STATUS_T, aui1_reserved0, 109);
+MW_PIN_OFFSET(FE_STATUS_T, mMer, 120);
+MW_PIN_OFFSET(FE_STATUS_T, mFreqOffset, 124);
+MW_PIN_OFFSET(FE_STATUS_T, mHierarchy, 128);
+MW_PIN_OFFSET(FE_STATUS_T, mBandWidth, 132);
+MW_PIN_OFFSET(FE_STATUS_T, mCodeRates, 136);
+MW_PIN_OFFSET(FE_STATUS_T, mCodeRatesLen, 176);
+MW_PIN_OFFSET(FE_STATUS_T, mIsRfLocked, 180);
+MW_PIN_OFFSET(FE_STATUS_T, aui1_reserved1, 181);
+MW_PIN_OFFSET(FE_STATUS_T, mSystemId, 196);
+MW_PIN_OFFSET(FE_STATUS_T, mRollOff, 200);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* MW_FRONTEND_STATUS_H */

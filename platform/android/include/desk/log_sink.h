@@ -1,0 +1,19 @@
+// Desk only: where log lines go instead of standard error.
+#ifndef DESK_LOG_SINK_H
+#define DESK_LOG_SINK_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Called on the thread that logs; text is valid only during the call.
+typedef void (*desk_log_sink_fct)(int prio, const char* tag, const char* text);
+
+// Null restores standard error.
+void desk_log_set_sink(desk_log_sink_fct sink) __attribute__((visibility("default")));
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // DESK_LOG_SINK_H

@@ -1,0 +1,263 @@
+// The middleware's basic services on a desk. Numbers are issued in ascending order and never again.
+
+#include <desk/basic_faults.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include "mw/basic_services.h"
+
+namespace {
+
+constexpr int32_t kFailed = -1;
+
+struct Fault {
+    std::atomic<unsigned long> calls;
+    std::atomic<unsigned> callsUntilFault;  // 0: none
+    std::atomic<int32_t> code;
+};
+Fault gFaults[DESK_SERVICE_COUNT];
+
+// Counts a call; its code when it is to fail, else 0.
+int32_t fault(desk_service_t service) {
+    Fault& entry = gFaults[service];
+    ++entry.calls;
+    unsigned left = entry.callsUntilFault;
+    while (left != 0 && !entry.callsUntilFault.compare_exchange_weak(left, left - 1)) {
+    }
+    return left == 1 ? entry.code.load() : 0;
+}
+
+// Numbered objects, any thread's.
+template <typename Object>
+class Table {
+  public:
+    // Returns the new number, or 0 when there is no memory or all numbers have been used.
+    uint32_t add(const Object& object) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        if (mNext == 0) {
+            return 0;
+        }
+        try {
+            mObjects.emplace(mNext, object);
+        } catch (const std::bad_alloc&) {
+            return 0;
+        }
+        return mNext++;
+    }
+
+    bool find(uint32_t number, Object* object) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto entry = mObjects.find(number);
+        if (entry == mObjects.end()) {
+            return false;
+        }
+        *object = entry->second;
+        return true;
+    }
+
+    // Of several that take the same one, one succeeds.
+    bool take(uint32_t number, Object* object) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto entry = mObjects.find(number);
+        if (entry == mObjects.end()) {
+            return false;
+        }
+        *object = entry->second;
+        mObjects.erase(entry);
+        return true;
+    }
+
+    unsigned size() {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return static_cast<unsigned>(mObjects.size());
+    }
+
+  private:
+    std::mutex mLock;
+    std::map<uint32_t, Object> mObjects;
+    uint32_t mNext = 0x1001;  // a handle that looks like none of the types, and is not 0
+};
+
+struct Handle {
+    uint16_t type;
+    void* object;
+    void* tag;
+    handle_free_fct free;
+};
+
+struct Semaphore {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool taken;
+    bool deleted = false;
+};
+using SemaphorePointer = std::shared_ptr<Semaphore>;
+
+// Never destroyed: threads may still call at the end of the process.
+Table<Handle>& handles() {
+    static Table<Handle>& table = *new Table<Handle>();
+    return table;
+}
+
+Table<SemaphorePointer>& semaphores() {
+    static Table<SemaphorePointer>& table = *new Table<SemaphorePointer>();
+    return table;
+}
+
+std::atomic<unsigned> gLiveBlocks;
+
+}  // namespace
+
+extern "C" {
+
+void desk_fail_call(desk_service_t service, unsigned nth, int32_t code) {
+    gFaults[service].code = code;
+    gFaults[service].callsUntilFault = nth;
+}
+
+void desk_fail_none(void) {
+    for (Fault& entry : gFaults) {
+        entry.callsUntilFault = 0;
+    }
+}
+
+unsigned long desk_calls(desk_service_t service) { return gFaults[service].calls; }
+unsigned desk_live_handles(void) { return handles().size(); }
+unsigned desk_live_semaphores(void) { return semaphores().size(); }
+unsigned desk_live_blocks(void) { return gLiveBlocks; }
+
+int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
+                     uint32_t* ph_obj) {
+    const int32_t code = fault(DESK_HANDLE_ALLOC);
+    if (code != 0 || ph_obj == nullptr) {
+        return code != 0 ? code : kFailed;
+    }
+    const uint32_t handle = handles().add({e_type, pv_obj, pv_tag, pf_free});
+    if (handle == 0) {
+        return kFailed;
+    }
+    *ph_obj = handle;
+    return 0;
+}
+
+int32_t handle_get_type_obj(uint32_t handle, uint16_t* pe_type, void** ppv_obj) {
+    const int32_t code = fault(DESK_HANDLE_GET_TYPE_OBJ);
+    Handle entry;
+    if (code != 0 || !handles().find(handle, &entry)) {
+        return code != 0 ? code : kFailed;
+    }
+    if (pe_type != nullptr) {
+        *pe_type = entry.type;
+    }
+    if (ppv_obj != nullptr) {
+        *ppv_obj = entry.object;
+    }
+    return 0;
+}
+
+int32_t handle_get_obj(uint32_t handle, void** ppv_obj) {
+    const int32_t code = fault(DESK_HANDLE_GET_OBJ);
+    Handle entry;
+    if (code != 0 || ppv_obj == nullptr || !handles().find(handle, &entry)) {
+        return code != 0 ? code : kFailed;
+    }
+    *ppv_obj = entry.object;
+    return 0;
+}
+
+// The handle is gone before its callback runs, and the callback runs without a lock.
+int32_t handle_free(uint32_t handle, uint8_t ui1_flag) {
+    const int32_t code = fault(DESK_HANDLE_FREE);
+    Handle entry;
+    if (!handles().take(handle, &entry)) {
+        return kFailed;
+    }
+    if (entry.free != nullptr) {
+        entry.free(handle, entry.type, entry.object, entry.tag, ui1_flag);
+    }
+    return code;
+}
+
+int32_t x_sema_create(uint32_t* ph_sema, uint32_t e_type, uint32_t ui4_initial) {
+    const int32_t code = fault(DESK_SEMA_CREATE);
+    if (code != 0 || ph_sema == nullptr || e_type != X_SEMA_TYPE_BINARY_HELD || ui4_initial > 1) {
+        return code != 0 ? code : kFailed;
+    }
+    try {
+        const SemaphorePointer semaphore = std::make_shared<Semaphore>();
+        semaphore->taken = ui4_initial == 0;
+        const uint32_t number = semaphores().add(semaphore);
+        if (number == 0) {
+            return kFailed;
+        }
+        *ph_sema = number;
+        return 0;
+    } catch (const std::bad_alloc&) {
+        return kFailed;
+    }
+}
+
+int32_t x_sema_lock(uint32_t h_sema, uint32_t ui4_option) {
+    const int32_t code = fault(DESK_SEMA_LOCK);
+    SemaphorePointer semaphore;
+    if (code != 0 || ui4_option != X_SEMA_OPTION_WAIT || !semaphores().find(h_sema, &semaphore)) {
+        return code != 0 ? code : kFailed;
+    }
+    std::unique_lock<std::mutex> lock(semaphore->lock);
+    semaphore->changed.wait(lock, [&] { return !semaphore->taken || semaphore->deleted; });
+    if (semaphore->deleted) {
+        return kFailed;
+    }
+    semaphore->taken = true;
+    return 0;
+}
+
+int32_t x_sema_unlock(uint32_t h_sema) {
+    const int32_t code = fault(DESK_SEMA_UNLOCK);
+    SemaphorePointer semaphore;
+    if (!semaphores().find(h_sema, &semaphore)) {
+        return kFailed;
+    }
+    const std::lock_guard<std::mutex> lock(semaphore->lock);
+    if (!semaphore->taken) {
+        return kFailed;
+    }
+    semaphore->taken = false;
+    semaphore->changed.notify_one();
+    return code;
+}
+
+int32_t x_sema_delete(uint32_t h_sema) {
+    const int32_t code = fault(DESK_SEMA_DELETE);
+    SemaphorePointer semaphore;
+    if (!semaphores().take(h_sema, &semaphore)) {
+        return kFailed;
+    }
+    const std::lock_guard<std::mutex> lock(semaphore->lock);
+    semaphore->deleted = true;
+    semaphore->changed.notify_all();
+    return code;
+}
+
+void* x_mem_alloc(size_t z_size) {
+    void* block = fault(DESK_MEM_ALLOC) == 0 ? malloc(z_size) : nullptr;
+    if (block != nullptr) {
+        ++gLiveBlocks;
+    }
+    return block;
+}
+
+void x_mem_free(void* pv_mem) {
+    if (pv_mem != nullptr) {
+        --gLiveBlocks;
+        free(pv_mem);
+    }
+}
+
+}  // extern "C"

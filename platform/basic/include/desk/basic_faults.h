@@ -1,0 +1,43 @@
+// Desk only: the books of the basic services, and calls that fail on demand.
+#ifndef DESK_BASIC_FAULTS_H
+#define DESK_BASIC_FAULTS_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum {
+    DESK_HANDLE_ALLOC,
+    DESK_HANDLE_GET_TYPE_OBJ,
+    DESK_HANDLE_GET_OBJ,
+    DESK_HANDLE_FREE,
+    DESK_SEMA_CREATE,
+    DESK_SEMA_LOCK,
+    DESK_SEMA_UNLOCK,
+    DESK_SEMA_DELETE,
+    DESK_MEM_ALLOC,
+    DESK_SERVICE_COUNT
+} desk_service_t;
+
+/*
+ * The nth call of the service from now on (1: the next), on whichever thread, returns code (x_mem_alloc: null),
+ * once. A failing handle_free, x_sema_unlock or x_sema_delete does its work all the same; any other does nothing.
+ */
+void desk_fail_call(desk_service_t service, unsigned nth, int32_t code);
+void desk_fail_none(void);
+
+/* Calls so far. */
+unsigned long desk_calls(desk_service_t service);
+
+/* What is alive. */
+unsigned desk_live_handles(void);
+unsigned desk_live_semaphores(void);
+unsigned desk_live_blocks(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* DESK_BASIC_FAULTS_H */

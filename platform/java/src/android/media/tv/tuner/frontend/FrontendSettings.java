@@ -1,0 +1,46 @@
+package android.media.tv.tuner.frontend;
+
+import desk.Device;
+
+public class FrontendSettings {
+    private final int mType;
+    private final int mFrequency;
+    private int mEndFrequency;
+
+    protected FrontendSettings(int type, int frequency) {
+        mType = type;
+        mFrequency = frequency;
+    }
+
+    public int getType() {
+        return Device.getter(this, "getType", mType);
+    }
+
+    public int getFrequency() {
+        return Device.getter(this, "getFrequency", mFrequency);
+    }
+
+    public void setEndFrequency(int endFrequency) {
+        Device.call(this, "setEndFrequency", endFrequency);
+        mEndFrequency = endFrequency;
+    }
+
+    /** For the desk: the type, without asking the device model. */
+    public final int type() {
+        return mType;
+    }
+
+    /** For the desk: the frequency, without asking the device model. */
+    public final int frequency() {
+        return mFrequency;
+    }
+
+    protected final String endFrequencyText() {
+        return ", endFrequency=" + mEndFrequency;
+    }
+
+    @Override
+    public String toString() {
+        return "FrontendSettings(type=" + mType + ", frequency=" + mFrequency + ")";
+    }
+}

@@ -1,0 +1,39 @@
+#include "services/jni/connectmanager/pipeline/FilterEnv.h"
+
+#include "services/jni/connectmanager/pipeline/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/filter_java.h"
+#include "services/jni/connectmanager/pipeline/onload_pipeline.h"
+
+namespace android {
+
+FilterEnv::FilterEnv(const Checks& checks) : mChecks(checks) {
+    JavaVM* vm = g_velmora_javaVM;
+    jint status = JNI_ERR;
+    if (vm != nullptr) {
+        void* env = nullptr;
+        status = vm->GetEnv(&env, JNI_VERSION_1_4);
+        mEnv = status == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+        if (status != JNI_OK || (mEnv == nullptr && checks.attachWhenNull)) {
+            status = attachCurrentThread(vm, &mEnv);
+            mAttached = status == JNI_OK && mEnv != nullptr;
+        }
+    }
+    if (status != JNI_OK) {
+        mEnv = nullptr;
+    }
+    if (checks.attach != nullptr) {
+        fatalUnless(mEnv != nullptr, checks.attach, kFilterSite, __LINE__);
+    }
+}
+
+FilterEnv::~FilterEnv() {
+    if (!mAttached || g_velmora_javaVM == nullptr) {
+        return;
+    }
+    const jint status = g_velmora_javaVM->DetachCurrentThread();
+    if (mChecks.detach != nullptr) {
+        fatalUnless(status == JNI_OK, mChecks.detach, kFilterSite, __LINE__);
+    }
+}
+
+}  // namespace android

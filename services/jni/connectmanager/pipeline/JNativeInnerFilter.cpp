@@ -1,0 +1,189 @@
+#include "services/jni/connectmanager/pipeline/JNativeInnerFilter.h"
+
+#include <nativehelper/ScopedLocalRef.h>
+
+#include <cstring>
+
+#include "services/jni/connectmanager/pipeline/FilterEnv.h"
+#include "services/jni/connectmanager/pipeline/filter_java.h"
+
+namespace android {
+
+namespace {
+
+// What the log lines show of a reference: 32 bits, whatever the size of a pointer.
+unsigned int shown(jobject object) {
+    return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(object));
+}
+
+// start, stop and flush. function is the member's name.
+int callWithoutArguments(jobject object, const JavaMethod<jint()>& method, const char* function) {
+    if (object == nullptr) {
+        FILTER_LOG_AS(function, " %s mObject is null.\n", function);
+        return -1;
+    }
+    jint result;
+    {
+        const FilterEnv scope(FilterEnv::kOperation);
+        result = method.call(scope.env(), object);
+    }
+    FILTER_LOG_AS(function, " %s jobject[0x%x] jret 0x%x!\n", function, shown(object),
+                  static_cast<unsigned int>(result));
+    return result;
+}
+
+// A new Java array with a copy of a pattern: a local reference, or null, nothing pending.
+jbyteArray newPattern(JNIEnv* env, const uint8_t* pattern) {
+    ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(FLT_PATTERN_SIZE));
+    if (array.get() != nullptr) {
+        env->SetByteArrayRegion(array.get(), 0, FLT_PATTERN_SIZE,
+                                reinterpret_cast<const jbyte*>(pattern));
+    }
+    return clearException(env) ? nullptr : array.release();
+}
+
+}  // namespace
+
+JNativeInnerFilter::JNativeInnerFilter() {
+    FILTER_LOG(" native filter create instance, this: %p", static_cast<void*>(this));
+}
+
+JNativeInnerFilter::~JNativeInnerFilter() {
+    FILTER_LOG(" start");
+    const FilterEnv scope(FilterEnv::kDestructor);
+    JNIEnv* env = scope.env();
+    if (env == nullptr) {
+        return;
+    }
+    if (mObject != nullptr) {
+        env->DeleteGlobalRef(mObject);
+    }
+    if (mj_sectionarr != nullptr) {
+        env->DeleteGlobalRef(mj_sectionarr);
+    }
+}
+
+int JNativeInnerFilter::nativeOpen(int64_t pipeline_instance, int mainType, int subType,
+                                   int64_t buffersize, jobject callbackThread) {
+    FILTER_LOG(" nativeOpen filter pipeline_instance: 0x%llx mainType %d subType %d buffersize "
+               "0x%llx.\n",
+               static_cast<unsigned long long>(pipeline_instance), mainType, subType,
+               static_cast<unsigned long long>(buffersize));
+    jobject pipeline = reinterpret_cast<jobject>(static_cast<uintptr_t>(pipeline_instance));
+    if (pipeline == nullptr) {
+        FILTER_LOG(" nativeOpen, pipeline_instance object is null.\n");
+        return 1;
+    }
+    int result;
+    {
+        const FilterEnv scope(FilterEnv::kOperation);
+        result = openWith(scope.env(), pipeline, mainType, subType, buffersize, callbackThread);
+    }
+    FILTER_LOG(" nativeOpen filter object 0x%x ret_val 0x%x.\n", shown(mObject),
+               static_cast<unsigned int>(result));
+    return result;
+}
+
+int JNativeInnerFilter::openWith(JNIEnv* env, jobject pipeline, int mainType, int subType,
+                                 int64_t buffersize, jobject callbackThread) {
+    ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(FLT_MAX_READ_SIZE));
+    if (array.get() != nullptr) {
+        mj_sectionarr = static_cast<jbyteArray>(env->NewGlobalRef(array.get()));
+    }
+    if (mj_sectionarr == nullptr) {
+        FILTER_LOG_AS("nativeOpen", " nativeOpen, constructor mj_sectionarr failed.");
+        return -1;
+    }
+    array.reset();
+    ScopedLocalRef<jobject> object(
+        env, gFields.constructorFilterId.newObject(env, gFields.filterClazz, pipeline));
+    if (object.get() != nullptr) {
+        mObject = env->NewGlobalRef(object.get());
+    }
+    if (mObject == nullptr) {
+        FILTER_LOG_AS("nativeOpen", " nativeOpen, constructor mObject failed.");
+        return -1;
+    }
+    object.reset();
+    gFields.setNativeHandleId.call(env, mObject, static_cast<jint>(mFilterHandle));
+    return gFields.onOpenFilterId.call(env, mObject, mainType, subType, buffersize, callbackThread);
+}
+
+void JNativeInnerFilter::nativeClose() {
+    if (mObject == nullptr) {
+        return;
+    }
+    {
+        const FilterEnv scope(FilterEnv::kOperation);
+        gFields.onCloseFilterId.call(scope.env(), mObject);
+    }
+    FILTER_LOG(" nativeClose filter object 0x%x \n", shown(mObject));
+}
+
+int JNativeInnerFilter::nativeStart() {
+    return callWithoutArguments(mObject, gFields.onStartId, __func__);
+}
+
+int JNativeInnerFilter::nativeStop() {
+    return callWithoutArguments(mObject, gFields.onStopId, __func__);
+}
+
+int JNativeInnerFilter::nativeFlush() {
+    return callWithoutArguments(mObject, gFields.onFlushId, __func__);
+}
+
+int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t size) {
+    if (mj_sectionarr == nullptr) {
+        FILTER_LOG(" nativeRead mj_sectionarr is null.\n");
+        return -1;
+    }
+    if (mObject == nullptr) {
+        FILTER_LOG(" nativeRead mObject is null.\n");
+        return -1;
+    }
+    const FilterEnv scope(FilterEnv::kOperation);
+    JNIEnv* env = scope.env();
+    if (size > FLT_MAX_READ_SIZE) {
+        FILTER_LOG(" native read size(0x%llx) too large,force to max size(%d) \n",
+                   static_cast<unsigned long long>(size), FLT_MAX_READ_SIZE);
+        size = FLT_MAX_READ_SIZE;
+    }
+    const jint n = gFields.onReadId.call(env, mObject, mj_sectionarr, position, size);
+    if (n >= 1 && n <= FLT_MAX_READ_SIZE && n <= size) {
+        jbyte* elements = env->GetByteArrayElements(mj_sectionarr, nullptr);
+        if (elements != nullptr) {
+            memcpy(buffer, elements, static_cast<size_t>(n));
+            env->ReleaseByteArrayElements(mj_sectionarr, elements, 0);
+            return n;
+        }
+    }
+    FILTER_LOG(" return  ret_val 0x%x size 0x%llx.\n", static_cast<unsigned int>(n),
+               static_cast<unsigned long long>(size));
+    return -1;
+}
+
+int JNativeInnerFilter::nativeSetSectionConfig(int value, uint8_t flag1, uint8_t flag2,
+                                               uint8_t flag3, const uint8_t* pattern1,
+                                               const uint8_t* pattern2, const uint8_t* pattern3) {
+    if (mObject == nullptr) {
+        FILTER_LOG(" SetSectionConfig mObject is null.\n");
+        return -1;
+    }
+    jint result = -1;
+    {
+        const FilterEnv scope(FilterEnv::kOperation);
+        JNIEnv* env = scope.env();
+        ScopedLocalRef<jbyteArray> array1(env, newPattern(env, pattern1));
+        ScopedLocalRef<jbyteArray> array2(env, newPattern(env, pattern2));
+        ScopedLocalRef<jbyteArray> array3(env, newPattern(env, pattern3));
+        if (array1.get() != nullptr && array2.get() != nullptr && array3.get() != nullptr) {
+            result = gFields.onSetSectionConfigId.call(env, mObject, value, flag1, flag2, flag3,
+                                                       array1.get(), array2.get(), array3.get());
+        }
+    }
+    FILTER_LOG(" nativeSetSectionConfig jobject[0x%x] jret 0x%x!\n", shown(mObject),
+               static_cast<unsigned int>(result));
+    return result;
+}
+
+}  // namespace android

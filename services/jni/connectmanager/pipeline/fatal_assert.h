@@ -1,0 +1,21 @@
+// Checks that must never fail. One that does ends the process, whatever the log level.
+
+#ifndef FATAL_ASSERT_H
+#define FATAL_ASSERT_H
+
+#include <android/log.h>
+
+// What a fatal assertion reports besides its condition: the tag and the path of the bridge's source.
+struct FatalSite {
+    const char* tag;
+    const char* sourcePath;
+};
+
+// condition is the text of the check as it failed, for example "!(status == (0))".
+inline void fatalUnless(bool holds, const char* condition, const FatalSite& site, int line) {
+    if (!holds) {
+        __android_log_assert(condition, site.tag, "%s: FATAL Error at :%d", site.sourcePath, line);
+    }
+}
+
+#endif  // FATAL_ASSERT_H

@@ -1,0 +1,18 @@
+#include "services/jni/connectmanager/pipeline/java_method.h"
+
+#include <nativehelper/ScopedLocalRef.h>
+
+namespace android {
+
+void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz, const JavaMethodRow* rows,
+                   size_t count, const FatalSite& site, int line) {
+    ScopedLocalRef<jclass> local(env, env->FindClass(className));
+    fatalUnless(local.get() != nullptr, "!(clazz.get() != __null)", site, line);
+    *clazz = static_cast<jclass>(env->NewGlobalRef(local.get()));
+    for (size_t i = 0; i < count; ++i) {
+        *rows[i].id = env->GetMethodID(local.get(), rows[i].name, rows[i].signature);
+        fatalUnless(*rows[i].id != nullptr, rows[i].condition, site, rows[i].line);
+    }
+}
+
+}  // namespace android

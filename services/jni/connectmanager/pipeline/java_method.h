@@ -1,0 +1,180 @@
+// Java methods and constructors, bound once at load and called with their own argument types.
+//
+// A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined and
+// unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those types, which the
+// compiler checks, and takes only those arguments.
+
+#ifndef JAVA_METHOD_H
+#define JAVA_METHOD_H
+
+#include <jni.h>
+
+#include <cstddef>
+#include <type_traits>
+
+#include "services/jni/connectmanager/pipeline/fatal_assert.h"
+
+namespace android {
+
+// Describes and clears a pending Java exception; true when there was one.
+inline bool clearException(JNIEnv* env) {
+    if (!env->ExceptionCheck()) {
+        return false;
+    }
+    env->ExceptionDescribe();
+    env->ExceptionClear();
+    return true;
+}
+
+namespace jni_signature {
+
+constexpr const char* skip(const char* text, char letter) {
+    return text != nullptr && *text == letter ? text + 1 : nullptr;
+}
+
+// The rest of a JNI signature after the type T, or null when it does not begin with that type.
+template <typename T>
+constexpr const char* skipType(const char* text) {
+    if constexpr (std::is_void_v<T>) {
+        return skip(text, 'V');
+    } else if constexpr (std::is_same_v<T, jint>) {
+        return skip(text, 'I');
+    } else if constexpr (std::is_same_v<T, jlong>) {
+        return skip(text, 'J');
+    } else if constexpr (std::is_same_v<T, jboolean>) {
+        return skip(text, 'Z');
+    } else if constexpr (std::is_same_v<T, jbyteArray>) {
+        return skip(skip(text, '['), 'B');
+    } else if constexpr (std::is_same_v<T, jintArray>) {
+        return skip(skip(text, '['), 'I');
+    } else {
+        static_assert(std::is_same_v<T, jobject>, "a type that no method of this library has");
+        text = skip(text, 'L');
+        while (text != nullptr && *text != '\0' && *text != ';') ++text;
+        return skip(text, ';');
+    }
+}
+
+template <typename Result, typename... Args>
+constexpr bool matches(const char* text) {
+    text = skip(text, '(');
+    ((text = skipType<Args>(text)), ...);
+    text = skipType<Result>(skip(text, ')'));
+    return text != nullptr && *text == '\0';
+}
+
+inline jvalue toJvalue(jint value) {
+    jvalue result;
+    result.i = value;
+    return result;
+}
+
+inline jvalue toJvalue(jlong value) {
+    jvalue result;
+    result.j = value;
+    return result;
+}
+
+inline jvalue toJvalue(jboolean value) {
+    jvalue result;
+    result.z = value;
+    return result;
+}
+
+inline jvalue toJvalue(jobject value) {
+    jvalue result;
+    result.l = value;
+    return result;
+}
+
+}  // namespace jni_signature
+
+template <typename Signature>
+struct JavaMethod;
+
+template <typename Result, typename... Args>
+struct JavaMethod<Result(Args...)> {
+    jmethodID id;
+
+    static constexpr bool matches(const char* signature) {
+        return jni_signature::matches<Result, Args...>(signature);
+    }
+
+    // An object result is a local reference of the caller's. A Java exception is left pending.
+    Result call(JNIEnv* env, jobject object, Args... args) const {
+        const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
+        if constexpr (std::is_void_v<Result>) {
+            env->CallVoidMethodA(object, id, values);
+        } else if constexpr (std::is_same_v<Result, jint>) {
+            return env->CallIntMethodA(object, id, values);
+        } else if constexpr (std::is_same_v<Result, jlong>) {
+            return env->CallLongMethodA(object, id, values);
+        } else if constexpr (std::is_same_v<Result, jboolean>) {
+            return env->CallBooleanMethodA(object, id, values);
+        } else {
+            return static_cast<Result>(env->CallObjectMethodA(object, id, values));
+        }
+    }
+};
+
+template <typename... Args>
+struct JavaConstructor {
+    jmethodID id;
+
+    static constexpr bool matches(const char* signature) {
+        return jni_signature::matches<void, Args...>(signature);
+    }
+
+    // The new object, a local reference of the caller's; null when it could not be made, and then a Java
+    // exception is described and cleared.
+    jobject newObject(JNIEnv* env, jclass clazz, Args... args) const {
+        const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
+        jobject object = env->NewObjectA(clazz, id, values);
+        if (clearException(env) && object != nullptr) {
+            env->DeleteLocalRef(object);
+            object = nullptr;
+        }
+        return object;
+    }
+};
+
+// One method to look up, and the condition that fails when it is missing.
+struct JavaMethodRow {
+    jmethodID* id;
+    const char* name;
+    const char* signature;
+    const char* condition;
+    int line;
+};
+
+void signatureDoesNotFitTheMethod();
+
+// Rows are made at compile time, where a signature that does not fit the method's type stops the compiler.
+template <typename Method>
+constexpr JavaMethodRow javaMethodRow(Method& method, const char* name, const char* signature,
+                                      const char* condition, int line) {
+    if (!Method::matches(signature)) {
+        signatureDoesNotFitTheMethod();  // not constexpr, and defined nowhere
+    }
+    return {&method.id, name, signature, condition, line};
+}
+
+// A row for a member of a method table. The macro is for the member's name in the condition text.
+#define JAVA_METHOD_ROW(table, member, name, signature)                             \
+    ::android::javaMethodRow(table.member, name, signature,                         \
+                             "!(" #table "." #member " != __null)", __LINE__)
+
+// Finds a class, stores a global reference to it, which lives as long as the process, and looks its methods up
+// in the order of the rows. What is missing ends the process.
+void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz, const JavaMethodRow* rows,
+                   size_t count, const FatalSite& site, int line);
+
+template <size_t count>
+void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz,
+                   const JavaMethodRow (&rows)[count], const FatalSite& site, int line) {
+    bindJavaClass(env, className, clazz, rows, count, site, line);
+}
+
+}  // namespace android
+
+#endif  // JAVA_METHOD_H
