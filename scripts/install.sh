@@ -1,0 +1,35 @@
+# Sourced by the other scripts: installs Debian packages that are missing.
+
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || {
+            echo "Missing packages: ${missing[*]}. Install them, or run this as root." >&2
+            return 1
+        }
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}"
+    local log
+    log=$(mktemp)
+    if ! { "${as_root[@]}" apt-get update &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y \
+            --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        echo "Could not install ${missing[*]}." >&2
+        return 1
+    fi
+    rm -f "$log"
+}
+
+build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev
+    dtv-scan-tables)
+arm_packages=(g++-arm-linux-gnueabihf qemu-user)
+lint_packages=(clang-format clang-tidy)
