@@ -1,4 +1,9 @@
-// Tuner frontends: the registry and the peer.
+// Tuner frontends: the registry, the peer's life, and the operations without a record.
+
+#include <desk/basic_faults.h>
+
+#include <cstdio>
+#include <cstring>
 #include <thread>
 
 #include "mw/frontend.h"
@@ -8,19 +13,312 @@ namespace {
 
 using desk::bridge;
 using desk::BridgeTest;
+using desk::Failure;
+using desk::Jni;
 using desk::Pipeline;
+using Lines = std::vector<std::string>;
 
-using FrontendTest = BridgeTest;
+// A tuner that is required and closed through the library, watched.
+class Tuner {
+  public:
+    explicit Tuner(const Pipeline& pipeline) : mHandle(pipeline.handle()) {
+        bridge([&] { EXPECT_EQ(0, x_native_frontend_require_tuner(mHandle)); });
+    }
+    ~Tuner() {
+        bridge([&] { EXPECT_EQ(0, x_native_frontend_close_tuner(mHandle)); });
+    }
+    Tuner(const Tuner&) = delete;
+    Tuner& operator=(const Tuner&) = delete;
 
-TEST_F(FrontendTest, OneTunerFromRequireToClose) {
+  private:
+    uint32_t mHandle;
+};
+
+MW_FESETTING_T atscRequest() {
+    MW_FESETTING_T settings = {};
+    settings.e_type = MW_FE_TYPE_ATSC;
+    settings.mFrequency = 473000000;
+    settings.u.t_atsc.mModulation = 4;
+    return settings;
+}
+
+unsigned char gMessage[] = {0xe0, 0x10, 0x38, 0xf0};
+
+struct Operation {
+    const char* name;
+    int (*call)(unsigned int h_pipeline);
+    const char* javaCall;  // on the pipeline's object
+    int failure;           // without a registered pipeline, a Java object, an environment, or when Java throws
+    const char* error;     // the error line for a Java result of 5; empty: none
+    bool passesResult = true;
+};
+
+const Operation kOperations[] = {
+    {"tune",
+     [](unsigned int h) {
+         MW_FESETTING_T settings = atscRequest();
+         return x_native_frontend_tune(h, &settings);
+     },
+     "onTune(AtscFrontendSettings(frequency=473000000, modulation=4))", -1,
+     "x_native_frontend_tune, native tune fail: 5."},
+    {"scan",
+     [](unsigned int h) {
+         MW_FESETTING_T settings = atscRequest();
+         return x_native_frontend_scan(h, &settings, 2);
+     },
+     "onScan(AtscFrontendSettings(frequency=473000000, modulation=4), 2)", -1,
+     "x_native_frontend_scan, native scan fail: 5."},
+    {"cancel tuning", [](unsigned int h) { return x_native_frontend_cancel_tuning(h); },
+     "onCancelTuning()", -1, "x_native_frontend_cancel_tuning, native cancel tuning fail: 5."},
+    {"cancel scanning", [](unsigned int h) { return x_native_frontend_cancel_scanning(h); },
+     "onCancelScanning()", -1, "x_native_frontend_cancel_scanning, native cancel scanning fail: 5."},
+    {"LNA", [](unsigned int h) { return x_native_frontend_set_lna_enabled(h, 2); },
+     "onSetLnaEnabled(true)", -1, "x_native_frontend_set_lna_enabled, fail: 5."},
+    {"require LNB", [](unsigned int h) { return x_native_frontend_require_lnb(h); }, "onOpenLnb()",
+     -1, "x_native_frontend_require_lnb, ret fail: 5."},
+    {"set voltage", [](unsigned int h) { return x_native_frontend_lnb_set_voltage(h, 13); },
+     "onSetVoltage(13)", -1, "x_native_frontend_lnb_set_voltage, set voltage fail: 5, voltage:13."},
+    {"set tone", [](unsigned int h) { return x_native_frontend_lnb_set_tone(h, 1); }, "onSetTone(1)",
+     -1, "x_native_frontend_lnb_set_tone, set tone fail: 5, tone:1."},
+    {"set position", [](unsigned int h) { return x_native_frontend_lnb_set_SatellitePosition(h, -3); },
+     "onSetSatellitePosition(-3)", -1,
+     "x_native_frontend_lnb_set_SatellitePosition, set SatellitePosition fail: 5, position:-3."},
+    {"get voltage", [](unsigned int h) { return x_native_frontend_lnb_get_voltage(h); },
+     "onGetVoltage()", 0, "x_native_frontend_lnb_get_voltage, get voltage, voltage:5."},
+    {"get tone", [](unsigned int h) { return x_native_frontend_lnb_get_tone(h); }, "onGetTone()", 0,
+     "x_native_frontend_lnb_get_tone, get tone, tone:5."},
+    {"get position", [](unsigned int h) { return x_native_frontend_lnb_get_SatellitePosition(h); },
+     "onGetSatellitePosition()", 0,
+     "x_native_frontend_lnb_get_SatellitePosition, get SatellitePosition, position:5."},
+    {"DiSEqC",
+     [](unsigned int h) { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, 4); },
+     "onSendDiseqcMessage(byte[4]e01038f0)", -1, ""},
+    {"close LNB", [](unsigned int h) { return x_native_frontend_lnb_close(h); }, "onLnbClose()", -1,
+     "", false},
+};
+
+class FrontendTest : public BridgeTest {};
+
+TEST_F(FrontendTest, TunerLivesFromRequireToClose) {
     const Pipeline pipeline;
-    const std::string handle = std::to_string(pipeline.handle());
-    bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
-    EXPECT_EQ("ZytTvInnerFrontend#1.<init>(PipelineHandler(tv))\n"
-              "ZytTvInnerFrontend#1.onSetNativeHandle(" + handle + ")\n"
-              "ZytTvInnerFrontend#1.onOpenFrontend()", desk::takeCalls());
-    bridge([&] { return x_native_frontend_close_tuner(pipeline.handle()); });
+    desk::setLogLevel("D");
+    {
+        const Tuner tuner(pipeline);
+        EXPECT_EQ("ZytTvInnerFrontend#1.<init>(PipelineHandler(tv))\n"
+                  "ZytTvInnerFrontend#1.onSetNativeHandle(" + std::to_string(pipeline.handle()) +
+                      ")\nZytTvInnerFrontend#1.onOpenFrontend()",
+                  desk::takeCalls());
+        EXPECT_EQ(1, desk::books().globalRefs);
+    }
     EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
+    EXPECT_EQ(0, x_native_frontend_close_tuner(pipeline.handle()));
+    char text[40];
+    snprintf(text, sizeof(text), "D require_tuner:%x\n", pipeline.handle());
+    EXPECT_EQ(text, desk::takeLog()[0]);
+}
+
+TEST_F(FrontendTest, OperationsPassJavasResultAndReportFailures) {
+    const Pipeline pipeline;
+    const Tuner tuner(pipeline);
+    desk::setLogLevel("E");
+    for (const Operation& operation : kOperations) {
+        SCOPED_TRACE(operation.name);
+        const std::string name(operation.javaCall, strcspn(operation.javaCall, "("));
+        desk::takeCalls();
+        desk::scriptReturns(name, 5);
+        EXPECT_EQ(operation.passesResult ? 5 : 0,
+                  bridge([&] { return operation.call(pipeline.handle()); }));
+        EXPECT_EQ(std::string("ZytTvInnerFrontend#1.") + operation.javaCall, desk::takeCalls());
+        const std::string error(operation.error);
+        EXPECT_EQ(error.empty() ? Lines() : Lines{"E " + error}, desk::takeLog());
+
+        desk::script("throwsException", name);
+        EXPECT_EQ(operation.passesResult ? operation.failure : 0,
+                  bridge([&] { return operation.call(pipeline.handle()); }));
+        EXPECT_FALSE(desk::env()->ExceptionCheck());
+        desk::takeLog();
+    }
+}
+
+TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
+    const Pipeline pipeline;
+    const Tuner tuner(pipeline);
+    for (const Operation& operation : kOperations) {
+        SCOPED_TRACE(operation.name);
+        const std::string name(operation.javaCall, strcspn(operation.javaCall, "("));
+        for (const bool throws : {false, true}) {
+            desk::scriptReturns(name, 0);
+            if (throws) {
+                desk::script("throwsException", name);
+            }
+            const int attached = desk::attachCount();
+            desk::onFreshThread([&] {
+                EXPECT_EQ(throws && operation.passesResult ? operation.failure : 0,
+                          operation.call(pipeline.handle()));
+            });
+            EXPECT_EQ(attached + 1, desk::attachCount());
+            EXPECT_EQ(0, desk::books().attachments);
+        }
+    }
+}
+
+TEST_F(FrontendTest, OperationsFailWithoutPipelineObjectOrEnvironment) {
+    const Pipeline pipeline;
+    desk::setLogLevel("D");
+    for (const Operation& operation : kOperations) {
+        SCOPED_TRACE(operation.name);
+        EXPECT_EQ(operation.failure, operation.call(0x7fffff00)) << "not registered";
+        EXPECT_EQ(Lines(), desk::takeLog());
+    }
+    EXPECT_EQ(-1, x_native_frontend_get_frontend_info(0x7fffff00, nullptr));
+    EXPECT_EQ(-1, x_native_frontend_set_ontune_listener(0x7fffff00));
+    EXPECT_EQ(-1, x_native_frontend_clear_ontune_listener(0x7fffff00));
+
+    struct EnvironmentFault {
+        const char* name;
+        desk::VmFaults faults;
+    };
+    const EnvironmentFault faults[] = {{"attach fails", {true, false, true, false, false}},
+                                       {"attach gives null", {true, false, false, true, false}},
+                                       {"GetEnv gives null", {false, true, false, false, false}}};
+    const Tuner tuner(pipeline);
+    desk::takeCalls();
+    for (const EnvironmentFault& fault : faults) {
+        for (const Operation& operation : kOperations) {
+            SCOPED_TRACE(std::string(fault.name) + ", " + operation.name);
+            desk::vmFaults = fault.faults;
+            const int result = operation.call(pipeline.handle());
+            desk::vmFaults = {};
+            EXPECT_EQ(operation.passesResult ? operation.failure : 0, result);
+        }
+    }
+    EXPECT_EQ("", desk::takeCalls());
+    EXPECT_EQ(0, x_native_frontend_get_frontend_info(pipeline.handle(), nullptr));
+    EXPECT_EQ(0, x_native_frontend_set_ontune_listener(pipeline.handle()));
+    EXPECT_EQ(0, x_native_frontend_clear_ontune_listener(pipeline.handle()));
+}
+
+// Every way in which a peer can come out of its construction without a Java object.
+TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
+    struct Case {
+        const char* name;
+        void (*prepare)(Pipeline&);
+        const char* error;
+    };
+    static constexpr char kObject[] = "E JNativeInnerFrontend, nativeOpen, constructor mObject failed.";
+    const Case cases[] = {
+        {"no such handle", [](Pipeline&) { desk_fail_call(DESK_HANDLE_GET_OBJ, 1, 7); },
+         "E JNativeInnerFrontend, handle_get_obj fail, pipeline handle: 0x"},
+        {"collected", [](Pipeline& pipeline) { pipeline.collect(); },
+         "E JNativeInnerFrontend, pipeline maybe already release."},
+        {"constructor throws",
+         [](Pipeline&) { desk::script("throwsException", "ZytTvInnerFrontend.<init>"); }, kObject},
+        {"no object", [](Pipeline&) { desk::failJni(Jni::kNewObject, 1, Failure::kNull); }, kObject},
+        {"no global reference",
+         [](Pipeline&) { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, kObject},
+        {"no environment", [](Pipeline&) { desk::vmFaults.getEnvGivesNull = true; }, ""},
+    };
+    for (const Case& unbound : cases) {
+        SCOPED_TRACE(unbound.name);
+        Pipeline pipeline;
+        desk::setLogLevel("");
+        unbound.prepare(pipeline);
+        desk::takeLog();
+        desk::setLogLevel("E");
+        const Tuner tuner(pipeline);
+        desk::failNothing();
+        const Lines log = desk::takeLog();
+        ASSERT_EQ(*unbound.error == '\0' ? 0u : 1u, log.size());
+        EXPECT_EQ(0u, log.empty() ? 0 : log[0].find(unbound.error));
+        desk::takeCalls();
+        for (const Operation& operation : kOperations) {
+            const int result = bridge([&] { return operation.call(pipeline.handle()); });
+            EXPECT_EQ(operation.passesResult ? operation.failure : 0, result) << operation.name;
+        }
+        EXPECT_EQ("", desk::takeCalls());
+        desk::scriptAnswer("ZytTvInnerFrontend.<init>", nullptr);
+    }
+}
+
+TEST_F(FrontendTest, ExceptionsWhileOpeningLeaveThePeerBound) {
+    const Pipeline pipeline;
+    desk::script("throwsException", "onSetNativeHandle");
+    desk::script("throwsException", "onOpenFrontend");
+    desk::script("throwsException", "onCloseFrontend");
+    const Tuner tuner(pipeline);
+    EXPECT_EQ(1, desk::books().globalRefs);
+    EXPECT_EQ(0, bridge([&] { return x_native_frontend_cancel_tuning(pipeline.handle()); }));
+}
+
+TEST_F(FrontendTest, SecondRequireKeepsTheFirstObject) {
+    const Pipeline pipeline;
+    const Tuner tuner(pipeline);
+    desk::takeCalls();
+    bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
+    const std::string calls = desk::takeCalls();
+    EXPECT_NE(std::string::npos, calls.find("#2.onOpenFrontend()\nZytTvInnerFrontend#2.onCloseFrontend()"));
+    bridge([&] { return x_native_frontend_cancel_tuning(pipeline.handle()); });
+    EXPECT_EQ("ZytTvInnerFrontend#1.onCancelTuning()", desk::takeCalls());
+}
+
+TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
+    const Pipeline pipeline;
+    bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
+    desk::script("hold", "onTune");
+    std::thread tuning([&] {
+        EXPECT_EQ(0, bridge([&] {
+                      MW_FESETTING_T settings = atscRequest();
+                      return x_native_frontend_tune(pipeline.handle(), &settings);
+                  }));
+    });
+    ASSERT_TRUE(desk::awaitHeld("onTune"));
+    desk::takeCalls();
+    bridge([&] { return x_native_frontend_close_tuner(pipeline.handle()); });
+    EXPECT_EQ("", desk::takeCalls());
+    EXPECT_EQ(-1, x_native_frontend_cancel_tuning(pipeline.handle()));
+    // A new tuner of the pipeline is another object.
+    bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
+    EXPECT_NE(std::string::npos, desk::takeCalls().find("#2.onOpenFrontend()"));
+    desk::script("release", "onTune");
+    tuning.join();
+    EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
+    bridge([&] { return x_native_frontend_close_tuner(pipeline.handle()); });
+}
+
+TEST_F(FrontendTest, ManyThreadsShareTheRegistry) {
+    const Pipeline pipelines[2];
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            const desk::Watch watch;
+            for (int round = 0; round < 50; ++round) {
+                const uint32_t handle = pipelines[(i + round) % 2].handle();
+                x_native_frontend_require_tuner(handle);
+                const int result = x_native_frontend_cancel_tuning(handle);
+                EXPECT_TRUE(result == 0 || result == -1);
+                x_native_frontend_close_tuner(handle);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST_F(FrontendTest, BadDiseqcMessagesAreRefused) {
+    const Pipeline pipeline;
+    const Tuner tuner(pipeline);
+    desk::takeCalls();
+    const uint32_t h = pipeline.handle();
+    EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, -1); }));
+    EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 1); }));
+    for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
+        desk::failJni(Jni::kNewByteArray, 1, failure);
+        EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, 4); }));
+    }
+    EXPECT_EQ("", desk::takeCalls());
+    EXPECT_EQ(0, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 0); }));
+    EXPECT_EQ("ZytTvInnerFrontend#1.onSendDiseqcMessage(byte[0])", desk::takeCalls());
 }
 
 }  // namespace

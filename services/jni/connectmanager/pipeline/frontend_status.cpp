@@ -110,7 +110,9 @@ void readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter
     ScopedLocalRef<jintArray> list(env, getter.call(env, status));
     if (list.get() == nullptr) {
         LOG_ERROR("getFrontendStatus, %s is null", name);
-        catchException(env, type);
+    }
+    catchException(env, type);
+    if (list.get() == nullptr) {
         return;
     }
     jint* elements = env->GetIntArrayElements(list.get(), nullptr);

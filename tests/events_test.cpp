@@ -1,0 +1,241 @@
+// Scan and LNB events: from Java to the callbacks that the middleware registered.
+
+#include "mw/frontend.h"
+#include "tests/vm.h"
+
+namespace {
+
+using desk::Failure;
+using desk::Jni;
+using Lines = std::vector<std::string>;
+
+// What the callbacks were given, a line each.
+Lines gHeard;
+int gTag;
+
+void heard(const std::string& what, unsigned int pipeline, const std::string& rest, void* pv_tag) {
+    gHeard.push_back(what + " " + std::to_string(pipeline) + rest + (pv_tag == &gTag ? " tag" : ""));
+}
+
+// A callback for each slot, so that none can take another's event unnoticed.
+template <int slot>
+int onEvent(unsigned int pipeline, void* pv_tag) {
+    heard(std::to_string(slot), pipeline, "", pv_tag);
+    return 77;
+}
+
+template <int slot>
+int onValue(unsigned int pipeline, int32_t value, void* pv_tag) {
+    heard(std::to_string(slot), pipeline, " " + std::to_string(value), pv_tag);
+    return 77;
+}
+
+template <int slot>
+int onList(unsigned int pipeline, const int32_t* values, int32_t count, void* pv_tag) {
+    std::string rest;
+    for (int32_t i = 0; i < count; ++i) {
+        rest += " " + std::to_string(values[i]);
+    }
+    heard(std::to_string(slot), pipeline, rest, pv_tag);
+    const_cast<int32_t*>(values)[0] = -1;  // must not reach Java
+    return 77;
+}
+
+int onLnb(unsigned int pipeline, int32_t type) {
+    heard("lnb", pipeline, " " + std::to_string(type), nullptr);
+    return 77;
+}
+
+int onDiseqc(unsigned int pipeline, const int8_t* message, int32_t length) {
+    std::string rest;
+    for (int32_t i = 0; i < length; ++i) {
+        rest += " " + std::to_string(message[i]);
+    }
+    heard("diseqc", pipeline, rest, nullptr);
+    return 77;
+}
+
+constexpr char kPrefix[] = "com_halvorin_tv_velmora_scan_callback_";
+
+struct ScanEvent {
+    int event;
+    const char* function;  // after the prefix
+    const char* missing;   // the error line when no callback is registered
+    const char* array;     // the error line for a bad array; null: no list event
+};
+
+const ScanEvent kEvents[] = {
+    {0, "locked", "scan callback locked notify", nullptr},
+    {1, "stopped", "scan callback stopped notify", nullptr},
+    {2, "on_progress", "scan callback progress notify", nullptr},
+    {3, "on_freq_reported", "scan callback freq reported notify", "freq"},
+    {4, "symbol_rates", "scan callback symbol rate notify", "rate"},
+    {5, "plpids", "scan callback plp id notify", "plpid"},
+    {6, "groupids", "scan callback group id notify", "groupid"},
+    {7, "input_stream_id", "scan callback stream id notify", "streamid"},
+    {8, "dvbs_standard", "scan dvbs standard", nullptr},
+    {9, "dvbt_standard", "scan dvbt standard", nullptr},
+    {10, "hierarchy", "scan hierarchy", nullptr},
+};
+
+class EventsTest : public desk::BridgeTest {
+  protected:
+    void SetUp() override {
+        BridgeTest::SetUp();
+        gHeard.clear();
+        desk::setLogLevel("E");
+    }
+    void TearDown() override {
+        x_native_frontend_register_scan_callback(nullptr);
+        BridgeTest::TearDown();
+    }
+
+    static void registerAll() {
+        FE_SCAN_CB_T callbacks = {};
+        callbacks.pf_locked_nfy = onEvent<0>;
+        callbacks.pf_stopped_nfy = onEvent<1>;
+        callbacks.pf_progress_nfy = onValue<2>;
+        callbacks.pf_freq_report_nfy = onList<3>;
+        callbacks.pf_symbol_rate_nfy = onList<4>;
+        callbacks.pf_plp_id_nfy = onList<5>;
+        callbacks.pf_group_id_nfy = onList<6>;
+        callbacks.pf_stream_id_nfy = onList<7>;
+        callbacks.pf_dvbs_standard_nfy = onValue<8>;
+        callbacks.pf_dvbt_standard_nfy = onValue<9>;
+        callbacks.pf_hierarchy_nfy = onValue<10>;
+        callbacks.pv_tag = &gTag;
+        x_native_frontend_register_scan_callback(&callbacks);
+    }
+
+    // Java's array {10, 20, 30}.
+    static jintArray list() {
+        const jintArray result = desk::env()->NewIntArray(3);
+        const jint values[] = {10, 20, 30};
+        desk::env()->SetIntArrayRegion(result, 0, 3, values);
+        return result;
+    }
+
+    static jint report(const ScanEvent& event, jintArray values, jint length) {
+        return event.array != nullptr
+                   ? desk::event("scanList", "(II[II)I", event.event, 0x99, values, length)
+                   : desk::event("scan", "(III)I", event.event, 0x99, -42);
+    }
+};
+
+TEST_F(EventsTest, ScanEventsReachTheirCallback) {
+    registerAll();
+    for (const ScanEvent& event : kEvents) {
+        SCOPED_TRACE(event.function);
+        const jintArray values = list();
+        gHeard.clear();
+        EXPECT_EQ(0, report(event, values, 2));
+        const std::string rest = event.array != nullptr ? " 10 20" : event.event < 2 ? "" : " -42";
+        EXPECT_EQ(Lines{std::to_string(event.event) + " 153" + rest + " tag"}, gHeard);
+        if (event.array != nullptr) {
+            EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+            EXPECT_EQ(0, report(event, values, 9)) << "longer than the array";
+            EXPECT_EQ(std::to_string(event.event) + " 153 10 20 30 tag", gHeard.back());
+        }
+    }
+    EXPECT_EQ(Lines(), desk::takeLog());
+    desk::setLogLevel("I");
+    EXPECT_EQ(0, desk::event("scan", "(III)I", 11, 0x99, 5));
+    EXPECT_EQ(Lines{std::string("I ") + kPrefix + "signal_type, pipeline: 0x99, signal_type: 5"},
+              desk::takeLog());
+    report(kEvents[3], list(), 3);
+    const Lines log = desk::takeLog();
+    ASSERT_EQ(2u, log.size());
+    EXPECT_EQ(std::string("I ") + kPrefix + "on_freq_reported, pipeline: 0x99, len = 3", log[0]);
+    EXPECT_NE(std::string::npos, log[1].find("handle: 0x99, freq = 10, length:3."));
+}
+
+TEST_F(EventsTest, ScanEventsWithoutCallbackAreRefused) {
+    registerAll();
+    FE_SCAN_CB_T onlyLocked = {};
+    onlyLocked.pf_locked_nfy = onEvent<0>;
+    x_native_frontend_register_scan_callback(&onlyLocked);
+    for (const ScanEvent& event : kEvents) {
+        EXPECT_EQ(event.event == 0 ? 0 : -1, report(event, nullptr, 0)) << event.function;
+    }
+    desk::takeLog();
+    x_native_frontend_register_scan_callback(nullptr);
+    for (const ScanEvent& event : kEvents) {
+        SCOPED_TRACE(event.function);
+        EXPECT_EQ(-1, report(event, nullptr, 0));
+        EXPECT_EQ(Lines{std::string("E ") + kPrefix + event.function + ", " + event.missing +
+                        " is null."},
+                  desk::takeLog());
+    }
+    EXPECT_EQ(Lines{"0 153"}, gHeard);
+}
+
+TEST_F(EventsTest, BadListsAreRefused) {
+    registerAll();
+    const jintArray empty = desk::env()->NewIntArray(0);
+    for (const ScanEvent& event : kEvents) {
+        if (event.array == nullptr) {
+            continue;
+        }
+        SCOPED_TRACE(event.function);
+        desk::takeLog();
+        const jintArray values = list();
+        EXPECT_EQ(-1, report(event, nullptr, 3));
+        EXPECT_EQ(-1, report(event, values, 0));
+        EXPECT_EQ(-1, report(event, values, -1));
+        EXPECT_EQ(-1, report(event, empty, 3));
+        for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
+            desk::failJni(Jni::kGetIntArrayElements, 1, failure);
+            EXPECT_EQ(-1, report(event, values, 3));
+        }
+        EXPECT_EQ(Lines(6, std::string("E ") + kPrefix + event.function + ", " + event.array +
+                               " Array is null."),
+                  desk::takeLog());
+    }
+    EXPECT_EQ(Lines(), gHeard);
+}
+
+TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
+    const desk::Pipeline pipeline;
+    const uint32_t h = pipeline.handle();
+    desk::bridge([&] { return x_native_frontend_require_tuner(h); });
+    const jbyteArray message = desk::env()->NewByteArray(4);
+    const jbyte bytes[] = {-32, 16, 56, 1};
+    desk::env()->SetByteArrayRegion(message, 0, 4, bytes);
+    const auto lnb = [](jint type) { return desk::event("lnb", "(II)I", 0x99, type); };
+    const auto diseqc = [](jbyteArray array, jint length) {
+        return desk::event("diseqc", "(I[BI)I", 0x99, array, length);
+    };
+    EXPECT_EQ(-1, lnb(1));
+    EXPECT_EQ(-1, diseqc(nullptr, 4));
+    EXPECT_EQ((Lines{"E com_halvorin_tv_velmora_lnb_event_notify, lnb notify is null.",
+                     "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, gLnbOnDiseqcMessageFct is null."}),
+              desk::takeLog());
+
+    EXPECT_EQ(0, x_native_frontend_register_lnb_callback(h, onLnb));
+    EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(h, onDiseqc));
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(h + 1000, nullptr));
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(h + 1000, nullptr));
+    EXPECT_EQ(0, lnb(-7));
+    EXPECT_EQ(0, diseqc(message, 4));
+    EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+    EXPECT_EQ(0, diseqc(message, 2));
+    EXPECT_EQ(0, diseqc(message, 5));
+    EXPECT_EQ(0, diseqc(message, 0));
+    EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
+                     "diseqc 153 -32 16 56 1", "diseqc 153"}),
+              gHeard);
+    EXPECT_EQ(-1, diseqc(nullptr, 4));
+    EXPECT_EQ(-1, diseqc(message, -1));
+    EXPECT_EQ(-1, diseqc(desk::env()->NewByteArray(0), 1));
+    desk::failJni(Jni::kGetByteArrayElements, 1, Failure::kThrows);
+    EXPECT_EQ(-1, diseqc(message, 4));
+    EXPECT_EQ(Lines(4, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
+              desk::takeLog());
+    EXPECT_EQ(5u, gHeard.size());
+    x_native_frontend_register_lnb_callback(h, nullptr);
+    x_native_frontend_register_lnb_DiseqcMessage_callback(h, nullptr);
+    EXPECT_EQ(-1, lnb(1));
+    desk::bridge([&] { return x_native_frontend_close_tuner(h); });
+}
+
+}  // namespace
