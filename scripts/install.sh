@@ -29,7 +29,7 @@ install_packages() {
     rm -f "$log"
 }
 
-build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev
+build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev libudev-dev
     dtv-scan-tables)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 lint_packages=(clang-format clang-tidy)

@@ -1,0 +1,39 @@
+package sim;
+
+import com.halvorin.tv.velmora.services.pipeline.PipelineHandler;
+import desk.Device;
+import desk.Loader;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collections;
+import java.util.List;
+
+/** The set-top box: loads the library as on a device, and runs the middleware. */
+public final class Main {
+    private static final SimulatedTuner TUNER = new SimulatedTuner();
+    /** Native code refers to pipelines weakly. */
+    private static final List<PipelineHandler> PIPELINES =
+            Collections.synchronizedList(new ArrayList<>());
+
+    private Main() {}
+
+    private static native int middleware(String[] args);
+
+    static PipelineHandler createPipeline() {
+        final PipelineHandler pipeline = new PipelineHandler("pipeline " + PIPELINES.size());
+        PIPELINES.add(pipeline);
+        return pipeline;
+    }
+
+    static String received(int pipeline) {
+        return TUNER.received(pipeline);
+    }
+
+    /** args: the folder of the native libraries, then the middleware's. */
+    public static void main(String[] args) {
+        Device.model = TUNER;
+        Loader.load(args[0] + "/libhalvorin_velmora_pipeline.so");
+        Loader.load(args[0] + "/libsim_middleware.so");
+        System.exit(middleware(Arrays.copyOfRange(args, 1, args.length)));
+    }
+}
