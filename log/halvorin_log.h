@@ -1,20 +1,22 @@
 // The log gate, and the log lines that pass it.
 //
-// Every line of the library asks the gate first, and the gate reads the level anew each time: a change of the
-// property takes effect with the next line, and an unset property silences everything.
+// Every line of the library asks the gate first, and the gate reads the level anew each time: a
+// change of the property takes effect with the next line, and an unset property silences
+// everything.
 //
-// A source defines LOG_TAG and uses LOG_DEBUG, LOG_INFO and LOG_ERROR. They are macros so that the arguments
-// of a line that is not printed are not evaluated.
+// A source defines LOG_TAG and uses LOG_DEBUG, LOG_INFO and LOG_ERROR. They are macros so that the
+// arguments of a line that is not printed are not evaluated.
 
 #ifndef HALVORIN_LOG_H
 #define HALVORIN_LOG_H
 
 #include <android/log.h>
 
-// 1 when a message of a gate level (1 verbose to 5 error) may be printed under the property, else 0. The
-// property's first letter (V, D, I, W, E in either case) is the lowest level let through; when the property
-// is empty, the one with "persist." in front of its name decides; anything else lets nothing through.
-// Any thread may call it. It does not block; it allocates when it has to read the second property.
+// 1 when a message of a gate level (1 verbose to 5 error) may be printed under the property, else
+// 0. The property's first letter (V, D, I, W, E in either case) is the lowest level let through;
+// when the property is empty, the one with "persist." in front of its name decides; anything else
+// lets nothing through. Any thread may call it. It does not block; it allocates when it has to read
+// the second property.
 extern "C" __attribute__((visibility("default"))) int __halvorin_log_is_loggable(
     int level, const char* propertyName);
 

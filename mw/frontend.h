@@ -1,17 +1,18 @@
 /*
  * Tuner frontends and LNBs, as the middleware drives them through libhalvorin_velmora_pipeline.
  *
- * A frontend is named by its pipeline handle, h_pipeline (type HT_PIPELINE). x_native_frontend_require_tuner
- * makes the pipeline's Java frontend object; each further call becomes one call of a method of that object.
+ * A frontend is named by its pipeline handle, h_pipeline (type HT_PIPELINE).
+ * x_native_frontend_require_tuner makes the pipeline's Java frontend object; each further call
+ * becomes one call of a method of that object.
  *
  * Unless a function says otherwise:
- *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a thread is
- *             attached for the length of the call. Calls for one pipeline may overlap.
- *   Blocking  it returns when the Java method has returned. No lock of the library is held meanwhile.
- *   Result    the Java method's int, unchanged. -1 is also the library's own failure: the pipeline is not
- *             registered, it has no Java object, there is no Java environment, or Java threw an exception
- *             (which is described on the error stream of the virtual machine and cleared).
- *   Ownership what a pointer argument points to stays the caller's and is not used after the return.
+ *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
+ * thread is attached for the length of the call. Calls for one pipeline may overlap. Blocking  it
+ * returns when the Java method has returned. No lock of the library is held meanwhile. Result the
+ * Java method's int, unchanged. -1 is also the library's own failure: the pipeline is not
+ *             registered, it has no Java object, there is no Java environment, or Java threw an
+ * exception (which is described on the error stream of the virtual machine and cleared). Ownership
+ * what a pointer argument points to stays the caller's and is not used after the return.
  */
 #ifndef MW_FRONTEND_H
 #define MW_FRONTEND_H
@@ -24,24 +25,26 @@
 extern "C" {
 #endif
 
-/* --- Tuner ------------------------------------------------------------------------------------------- */
+/* --- Tuner
+ * ------------------------------------------------------------------------------------------- */
 
 /*
- * Makes the Java frontend object of a pipeline and registers it. A pipeline that is registered already keeps
- * the object it has; the second one is opened and closed during the call.
- * Result: always 0, also when the object could not be made (the later calls then fail).
+ * Makes the Java frontend object of a pipeline and registers it. A pipeline that is registered
+ * already keeps the object it has; the second one is opened and closed during the call. Result:
+ * always 0, also when the object could not be made (the later calls then fail).
  */
 int x_native_frontend_require_tuner(unsigned int h_pipeline);
 
 /*
- * Unregisters a pipeline. Its Java frontend is closed before the return or, when other calls are still using
- * it, when the last of them returns.
- * Result: always 0, also when the pipeline is not registered.
+ * Unregisters a pipeline. Its Java frontend is closed before the return or, when other calls are
+ * still using it, when the last of them returns. Result: always 0, also when the pipeline is not
+ * registered.
  */
 int x_native_frontend_close_tuner(unsigned int h_pipeline);
 
-/* Tunes to *pt_fesettings. A null record, a type that is not supported, a DVB-S frequency above 2147 MHz and,
- * for ISDB-T, a frontend without a service area give -1 and are not passed to Java. */
+/* Tunes to *pt_fesettings. A null record, a type that is not supported, a DVB-S frequency above
+ * 2147 MHz and, for ISDB-T, a frontend without a service area give -1 and are not passed to Java.
+ */
 int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings);
 
 int x_native_frontend_cancel_tuning(unsigned int h_pipeline);
@@ -62,20 +65,20 @@ int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_i
 
 /*
  * Reads status kinds of the frontend.
- *   pi4_type     the kinds, ui1_len values of 32 bits; duplicates are allowed, unsupported ones are skipped
- *   ui1_len      1 to FE_STATUS_MAX_TYPES
- *   pt_festatus  receives them, see FE_STATUS_T
- * Result: 0 when the frontend gave its status, even if single kinds could not be read (a kind whose getter
- * threw holds 0 or false, a list that is missing keeps the caller's bytes); otherwise -1, nothing written.
+ *   pi4_type     the kinds, ui1_len values of 32 bits; duplicates are allowed, unsupported ones are
+ * skipped ui1_len      1 to FE_STATUS_MAX_TYPES pt_festatus  receives them, see FE_STATUS_T Result:
+ * 0 when the frontend gave its status, even if single kinds could not be read (a kind whose getter
+ * threw holds 0 or false, a list that is missing keeps the caller's bytes); otherwise -1, nothing
+ * written.
  */
 int x_native_frontend_get_frontend_status(unsigned int h_pipeline, FE_STATUS_TYPE_E* pi4_type,
                                           unsigned char ui1_len, FE_STATUS_T* pt_festatus);
 
 /*
- * Reads the settings in force: e_type and mFrequency (in Hz for every system); for DVB-T mStandard and
- * mBandwidth, for ISDB-T and DTMB mBandwidth. Every other byte keeps what the caller put there.
- * Result: 0, also for a type without a sub-record; -1 on a failure. A failure before the first value is read
- * leaves the record as it was.
+ * Reads the settings in force: e_type and mFrequency (in Hz for every system); for DVB-T mStandard
+ * and mBandwidth, for ISDB-T and DTMB mBandwidth. Every other byte keeps what the caller put there.
+ * Result: 0, also for a type without a sub-record; -1 on a failure. A failure before the first
+ * value is read leaves the record as it was.
  */
 int x_native_frontend_get_frontend_setting(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings);
 
@@ -83,31 +86,34 @@ int x_native_frontend_get_frontend_setting(unsigned int h_pipeline, MW_FESETTING
 int x_native_frontend_set_ontune_listener(unsigned int h_pipeline);
 int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline);
 
-/* --- Events ------------------------------------------------------------------------------------------ */
+/* --- Events
+ * ------------------------------------------------------------------------------------------ */
 
 /*
- * Callbacks run on the Java thread that reports the event, without a lock of the library held, and several
- * may run at once; Java waits for their return. Their results are ignored. The handle is the one that Java
- * gave, whether or not it is registered; arrays are valid only during the call.
+ * Callbacks run on the Java thread that reports the event, without a lock of the library held, and
+ * several may run at once; Java waits for their return. Their results are ignored. The handle is
+ * the one that Java gave, whether or not it is registered; arrays are valid only during the call.
  */
 typedef int (*fe_scan_nfy_fct)(unsigned int h_pipeline, void* pv_tag);
 typedef int (*fe_scan_value_nfy_fct)(unsigned int h_pipeline, int32_t i4_value, void* pv_tag);
-typedef int (*fe_scan_list_nfy_fct)(unsigned int h_pipeline, const int32_t* pi4_values, int32_t i4_count,
-                                    void* pv_tag);
+typedef int (*fe_scan_list_nfy_fct)(unsigned int h_pipeline, const int32_t* pi4_values,
+                                    int32_t i4_count, void* pv_tag);
 typedef int (*fe_lnb_nfy_fct)(unsigned int h_pipeline, int32_t i4_event_type);
-typedef int (*fe_lnb_diseqc_nfy_fct)(unsigned int h_pipeline, const int8_t* pi1_message, int32_t i4_length);
+typedef int (*fe_lnb_diseqc_nfy_fct)(unsigned int h_pipeline, const int8_t* pi1_message,
+                                     int32_t i4_length);
 
-/* The middleware's scan callbacks; any may be null. The reserved words are the middleware's and not read. */
+/* The middleware's scan callbacks; any may be null. The reserved words are the middleware's and not
+ * read. */
 typedef struct {
     void* apv_reserved0[5];
     fe_scan_nfy_fct pf_locked_nfy;
     fe_scan_nfy_fct pf_stopped_nfy;
-    fe_scan_value_nfy_fct pf_progress_nfy;     /* percent */
-    fe_scan_list_nfy_fct pf_freq_report_nfy;   /* Hz */
-    fe_scan_list_nfy_fct pf_symbol_rate_nfy;   /* symbols per second */
-    fe_scan_list_nfy_fct pf_plp_id_nfy;        /* PLP ids */
-    fe_scan_list_nfy_fct pf_group_id_nfy;      /* PLP group ids */
-    fe_scan_list_nfy_fct pf_stream_id_nfy;     /* input stream ids */
+    fe_scan_value_nfy_fct pf_progress_nfy;      /* percent */
+    fe_scan_list_nfy_fct pf_freq_report_nfy;    /* Hz */
+    fe_scan_list_nfy_fct pf_symbol_rate_nfy;    /* symbols per second */
+    fe_scan_list_nfy_fct pf_plp_id_nfy;         /* PLP ids */
+    fe_scan_list_nfy_fct pf_group_id_nfy;       /* PLP group ids */
+    fe_scan_list_nfy_fct pf_stream_id_nfy;      /* input stream ids */
     fe_scan_value_nfy_fct pf_dvbs_standard_nfy; /* the platform's DVB-S standard */
     fe_scan_value_nfy_fct pf_dvbt_standard_nfy; /* the platform's DVB-T standard */
     void* apv_reserved1[2];
@@ -117,15 +123,15 @@ typedef struct {
 } FE_SCAN_CB_T;
 
 /*
- * Registers the scan callbacks of every pipeline. The record is copied whole: a member that is null clears
- * the one registered before. A null record clears them all. Does not block.
+ * Registers the scan callbacks of every pipeline. The record is copied whole: a member that is null
+ * clears the one registered before. A null record clears them all. Does not block.
  */
 void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb);
 
 /*
- * Register the one LNB event callback and the one DiSEqC message callback of the process; null clears it.
- * The latest registration serves every pipeline. They do not block.
- * Result: 0; -1 when the pipeline is not registered (the callback registered before then stays).
+ * Register the one LNB event callback and the one DiSEqC message callback of the process; null
+ * clears it. The latest registration serves every pipeline. They do not block. Result: 0; -1 when
+ * the pipeline is not registered (the callback registered before then stays).
  */
 int x_native_frontend_register_lnb_callback(unsigned int h_pipeline, fe_lnb_nfy_fct pf_nfy);
 int x_native_frontend_register_lnb_DiseqcMessage_callback(unsigned int h_pipeline,
@@ -145,10 +151,11 @@ MW_PIN_OFFSET_32(FE_SCAN_CB_T, pf_dvbt_standard_nfy, 56);
 MW_PIN_OFFSET_32(FE_SCAN_CB_T, pf_hierarchy_nfy, 68);
 MW_PIN_OFFSET_32(FE_SCAN_CB_T, pv_tag, 76);
 
-/* --- LNB --------------------------------------------------------------------------------------------- */
+/* --- LNB
+ * --------------------------------------------------------------------------------------------- */
 
-/* Voltage, tone and position are codes of the Java side, passed through and not kept. Closing the tuner does
- * not close the LNB. */
+/* Voltage, tone and position are codes of the Java side, passed through and not kept. Closing the
+ * tuner does not close the LNB. */
 int x_native_frontend_require_lnb(unsigned int h_pipeline);
 int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage);
 int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone);
@@ -160,10 +167,11 @@ int x_native_frontend_lnb_get_tone(unsigned int h_pipeline);
 int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_pipeline);
 
 /*
- * Sends a DiSEqC message of length bytes, which is copied. A length of 0 sends an empty message. A negative
- * length, or a null message with a length above 0, gives -1.
+ * Sends a DiSEqC message of length bytes, which is copied. A length of 0 sends an empty message. A
+ * negative length, or a null message with a length above 0, gives -1.
  */
-int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline, unsigned char* message, int length);
+int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline, unsigned char* message,
+                                             int length);
 
 /* Result: 0; -1 when the pipeline is not registered. */
 int x_native_frontend_lnb_close(unsigned int h_pipeline);

@@ -1,11 +1,11 @@
 /*
  * MW_FESETTING_T: one tuning or scanning request, or the settings read back from a tuner frontend.
  *
- * The record belongs to its caller and is borrowed for the length of one call, and so is the code-rate record
- * of a DVB-S request. Fields that hold an enumerated value or flags (modulation, code rate, guard interval,
- * standard and the like) hold the platform's own constants, as the settings classes in
- * android.media.tv.tuner.frontend define them (mw/frontend_values.h lists the common ones); the bridge passes
- * them on unchanged. A boolean is one byte, 0 or 1.
+ * The record belongs to its caller and is borrowed for the length of one call, and so is the
+ * code-rate record of a DVB-S request. Fields that hold an enumerated value or flags (modulation,
+ * code rate, guard interval, standard and the like) hold the platform's own constants, as the
+ * settings classes in android.media.tv.tuner.frontend define them (mw/frontend_values.h lists the
+ * common ones); the bridge passes them on unchanged. A boolean is one byte, 0 or 1.
  */
 #ifndef MW_FRONTEND_SETTINGS_H
 #define MW_FRONTEND_SETTINGS_H
@@ -16,7 +16,8 @@
 extern "C" {
 #endif
 
-/* e_type: the delivery system; the platform's numbering. Analog, ATSC 3.0 and ISDB-S3 are refused. */
+/* e_type: the delivery system; the platform's numbering. Analog, ATSC 3.0 and ISDB-S3 are refused.
+ */
 typedef enum {
     MW_FE_TYPE_UNDEFINED = 0,
     MW_FE_TYPE_ANALOG = 1,
@@ -97,7 +98,8 @@ typedef struct {
     int32_t mMode;
     int32_t mCodeRate;
     int32_t mGuardInterval;
-    int32_t mServiceAreaId; /* only logged: the request carries the area code of the Java frontend */
+    int32_t
+        mServiceAreaId; /* only logged: the request carries the area code of the Java frontend */
 } MW_FE_ISDBT_SETTING_T;
 
 typedef struct {
@@ -118,8 +120,9 @@ typedef struct {
         MW_FE_ISDBS_SETTING_T t_isdbs;
         MW_FE_ISDBT_SETTING_T t_isdbt;
         MW_FE_DTMB_SETTING_T t_dtmb;
-    } u;                   /* the sub-record of e_type */
-    int32_t mFrequency;    /* DVB-S: MHz, 2147 at most; other systems: Hz. A readback stores Hz for all */
+    } u; /* the sub-record of e_type */
+    int32_t
+        mFrequency; /* DVB-S: MHz, 2147 at most; other systems: Hz. A readback stores Hz for all */
     int32_t mEndFrequency; /* DVB-S only: end of the scan range in MHz; what is above 2147 wraps */
     int32_t e_type;        /* MW_FE_TYPE_E */
 } MW_FESETTING_T;

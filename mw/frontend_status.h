@@ -1,5 +1,6 @@
 /*
- * The status of a tuner frontend: the kinds that can be asked for and the record that receives them.
+ * The status of a tuner frontend: the kinds that can be asked for and the record that receives
+ * them.
  */
 #ifndef MW_FRONTEND_STATUS_H
 #define MW_FRONTEND_STATUS_H
@@ -42,31 +43,34 @@ typedef enum {
 /* Most kinds in one query. */
 #define FE_STATUS_MAX_TYPES 34
 
-/* Most elements of a list kind that a query copies; a longer list is reported by its length alone. */
+/* Most elements of a list kind that a query copies; a longer list is reported by its length alone.
+ */
 #define FE_STATUS_MAX_LIST_COPY 9
 
 /*
- * The record belongs to its caller. A query writes the fields of the kinds it was asked for, unconverted, and
- * leaves every other byte alone; the reserved stretches belong to the middleware. A boolean byte holds 0 or 1.
+ * The record belongs to its caller. A query writes the fields of the kinds it was asked for,
+ * unconverted, and leaves every other byte alone; the reserved stretches belong to the middleware.
+ * A boolean byte holds 0 or 1.
  */
 typedef struct {
-    uint8_t mIsDemodLocked;      /* demodulator locked */
-    int32_t mSnr;                /* signal-to-noise ratio, thousandths of a dB */
-    int32_t mBer;                /* bit errors per thousand million bits */
-    int32_t mPer;                /* packet errors per thousand million packets */
-    int32_t mPerBer;             /* errors per thousand million, as the frontend counts before outer FEC */
+    uint8_t mIsDemodLocked; /* demodulator locked */
+    int32_t mSnr;           /* signal-to-noise ratio, thousandths of a dB */
+    int32_t mBer;           /* bit errors per thousand million bits */
+    int32_t mPer;           /* packet errors per thousand million packets */
+    int32_t mPerBer; /* errors per thousand million, as the frontend counts before outer FEC */
     int32_t mSignalQuality;      /* percent */
     int32_t mSignalStrength;     /* thousandths of a dBm */
     int32_t mSymbolRate;         /* symbols per second */
     int64_t mInnerFec;           /* inner FEC code rate */
     int32_t mModulation;         /* the platform's constant of the delivery system */
     int32_t mModulationsExt[10]; /* of the first layers; see FE_STATUS_MAX_LIST_COPY */
-    int32_t mModulationsExtLen;  /* elements in the platform's list, whether or not they were copied */
-    int32_t mInversion;          /* spectral inversion */
-    int32_t mLnbVoltage;         /* the platform's voltage constant */
+    int32_t
+        mModulationsExtLen; /* elements in the platform's list, whether or not they were copied */
+    int32_t mInversion;     /* spectral inversion */
+    int32_t mLnbVoltage;    /* the platform's voltage constant */
     int32_t mPlpId;
-    uint8_t mIsEwbs; /* emergency warning broadcast present */
-    int32_t mAgc;    /* automatic gain control, 0 to 255 */
+    uint8_t mIsEwbs;  /* emergency warning broadcast present */
+    int32_t mAgc;     /* automatic gain control, 0 to 255 */
     uint8_t mIsLnaOn; /* low-noise amplifier on */
     uint8_t aui1_reserved0[11];
     int32_t mMer;        /* modulation error ratio, thousandths of a dB */

@@ -1,6 +1,6 @@
 /*
- * The platform's constants for the fields of MW_FESETTING_T, as far as a middleware commonly needs them. The
- * bridge interprets none of them.
+ * The platform's constants for the fields of MW_FESETTING_T, as far as a middleware commonly needs
+ * them. The bridge interprets none of them.
  */
 #ifndef MW_FRONTEND_VALUES_H
 #define MW_FRONTEND_VALUES_H
@@ -130,7 +130,11 @@ enum {
     MW_FE_DVBT_GUARD_19_128 = 1 << 6,
     MW_FE_DVBT_GUARD_19_256 = 1 << 7
 };
-enum { MW_FE_DVBT_STANDARD_AUTO = 1 << 0, MW_FE_DVBT_STANDARD_T = 1 << 1, MW_FE_DVBT_STANDARD_T2 = 1 << 2 };
+enum {
+    MW_FE_DVBT_STANDARD_AUTO = 1 << 0,
+    MW_FE_DVBT_STANDARD_T = 1 << 1,
+    MW_FE_DVBT_STANDARD_T2 = 1 << 2
+};
 enum { MW_FE_DVBT_PLP_AUTO = 1, MW_FE_DVBT_PLP_MANUAL = 2 };
 
 enum {

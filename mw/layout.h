@@ -1,9 +1,10 @@
 /*
  * Pins the binary layout of the records that the middleware and the bridge share.
  *
- * The middleware is compiled separately, so a record's layout is part of the interface. It is that of the
- * 32-bit ARM procedure-call standard: 4-byte pointers, 64-bit members aligned to 8 bytes. Where pointers have
- * another size the records keep their field order, but the offsets behind a pointer move and are not pinned.
+ * The middleware is compiled separately, so a record's layout is part of the interface. It is that
+ * of the 32-bit ARM procedure-call standard: 4-byte pointers, 64-bit members aligned to 8 bytes.
+ * Where pointers have another size the records keep their field order, but the offsets behind a
+ * pointer move and are not pinned.
  */
 #ifndef MW_LAYOUT_H
 #define MW_LAYOUT_H
@@ -14,17 +15,18 @@
 
 #if UINTPTR_MAX == UINT32_MAX
 #define MW_PIN_SIZE_32(type, size) static_assert(sizeof(type) == (size), #type " size")
-#define MW_PIN_OFFSET_32(type, field, offset)                                                         \
+#define MW_PIN_OFFSET_32(type, field, offset) \
     static_assert(offsetof(type, field) == (offset), #type "." #field " offset")
 #else
 #define MW_PIN_SIZE_32(type, size) static_assert(sizeof(type) >= (size), #type " size")
-#define MW_PIN_OFFSET_32(type, field, offset)                                                         \
+#define MW_PIN_OFFSET_32(type, field, offset) \
     static_assert(offsetof(type, field) >= (offset), #type "." #field " offset")
 #endif
 
-/* For records without a pointer, whose layout is the same wherever 64-bit members align to 8 bytes. */
+/* For records without a pointer, whose layout is the same wherever 64-bit members align to 8 bytes.
+ */
 #define MW_PIN_SIZE(type, size) static_assert(sizeof(type) == (size), #type " size")
-#define MW_PIN_OFFSET(type, field, offset)                                                            \
+#define MW_PIN_OFFSET(type, field, offset) \
     static_assert(offsetof(type, field) == (offset), #type "." #field " offset")
 
 #endif /* MW_LAYOUT_H */

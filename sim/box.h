@@ -9,7 +9,8 @@ typedef struct {
     /* A pipeline handle, or 0; and its end. */
     uint32_t (*create_pipeline)(void);
     void (*destroy_pipeline)(uint32_t h_pipeline);
-    /* The text of the settings that the pipeline's Java tuner received last, cut to size; "" for none. */
+    /* The text of the settings that the pipeline's Java tuner received last, cut to size; "" for
+     * none. */
     void (*received)(uint32_t h_pipeline, char* text, size_t size);
     /* Opens the log gate. */
     void (*set_log_level)(const char* level);

@@ -14,7 +14,8 @@ Lines gHeard;
 int gTag;
 
 void heard(const std::string& what, unsigned int pipeline, const std::string& rest, void* pv_tag) {
-    gHeard.push_back(what + " " + std::to_string(pipeline) + rest + (pv_tag == &gTag ? " tag" : ""));
+    gHeard.push_back(what + " " + std::to_string(pipeline) + rest +
+                     (pv_tag == &gTag ? " tag" : ""));
 }
 
 // A callback for each slot, so that none can take another's event unnoticed.
@@ -207,9 +208,10 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
     };
     EXPECT_EQ(-1, lnb(1));
     EXPECT_EQ(-1, diseqc(nullptr, 4));
-    EXPECT_EQ((Lines{"E com_halvorin_tv_velmora_lnb_event_notify, lnb notify is null.",
-                     "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, gLnbOnDiseqcMessageFct is null."}),
-              desk::takeLog());
+    EXPECT_EQ(
+        (Lines{"E com_halvorin_tv_velmora_lnb_event_notify, lnb notify is null.",
+               "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, gLnbOnDiseqcMessageFct is null."}),
+        desk::takeLog());
 
     EXPECT_EQ(0, x_native_frontend_register_lnb_callback(h, onLnb));
     EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(h, onDiseqc));

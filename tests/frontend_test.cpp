@@ -1,12 +1,13 @@
 // Tuner frontends: the registry, the peer's life, and the operations without a record.
 
+#include "mw/frontend.h"
+
 #include <desk/basic_faults.h>
 
 #include <cstdio>
 #include <cstring>
 #include <thread>
 
-#include "mw/frontend.h"
 #include "tests/vm.h"
 
 namespace {
@@ -48,8 +49,9 @@ struct Operation {
     const char* name;
     int (*call)(unsigned int h_pipeline);
     const char* javaCall;  // on the pipeline's object
-    int failure;           // without a registered pipeline, a Java object, an environment, or when Java throws
-    const char* error;     // the error line for a Java result of 5; empty: none
+    int failure;  // without a registered pipeline, a Java object, an environment, or when Java
+                  // throws
+    const char* error;  // the error line for a Java result of 5; empty: none
     bool passesResult = true;
 };
 
@@ -71,16 +73,18 @@ const Operation kOperations[] = {
     {"cancel tuning", [](unsigned int h) { return x_native_frontend_cancel_tuning(h); },
      "onCancelTuning()", -1, "x_native_frontend_cancel_tuning, native cancel tuning fail: 5."},
     {"cancel scanning", [](unsigned int h) { return x_native_frontend_cancel_scanning(h); },
-     "onCancelScanning()", -1, "x_native_frontend_cancel_scanning, native cancel scanning fail: 5."},
+     "onCancelScanning()", -1,
+     "x_native_frontend_cancel_scanning, native cancel scanning fail: 5."},
     {"LNA", [](unsigned int h) { return x_native_frontend_set_lna_enabled(h, 2); },
      "onSetLnaEnabled(true)", -1, "x_native_frontend_set_lna_enabled, fail: 5."},
     {"require LNB", [](unsigned int h) { return x_native_frontend_require_lnb(h); }, "onOpenLnb()",
      -1, "x_native_frontend_require_lnb, ret fail: 5."},
     {"set voltage", [](unsigned int h) { return x_native_frontend_lnb_set_voltage(h, 13); },
      "onSetVoltage(13)", -1, "x_native_frontend_lnb_set_voltage, set voltage fail: 5, voltage:13."},
-    {"set tone", [](unsigned int h) { return x_native_frontend_lnb_set_tone(h, 1); }, "onSetTone(1)",
-     -1, "x_native_frontend_lnb_set_tone, set tone fail: 5, tone:1."},
-    {"set position", [](unsigned int h) { return x_native_frontend_lnb_set_SatellitePosition(h, -3); },
+    {"set tone", [](unsigned int h) { return x_native_frontend_lnb_set_tone(h, 1); },
+     "onSetTone(1)", -1, "x_native_frontend_lnb_set_tone, set tone fail: 5, tone:1."},
+    {"set position",
+     [](unsigned int h) { return x_native_frontend_lnb_set_SatellitePosition(h, -3); },
      "onSetSatellitePosition(-3)", -1,
      "x_native_frontend_lnb_set_SatellitePosition, set SatellitePosition fail: 5, position:-3."},
     {"get voltage", [](unsigned int h) { return x_native_frontend_lnb_get_voltage(h); },
@@ -104,10 +108,11 @@ TEST_F(FrontendTest, TunerLivesFromRequireToClose) {
     desk::setLogLevel("D");
     {
         const Tuner tuner(pipeline);
-        EXPECT_EQ("ZytTvInnerFrontend#1.<init>(PipelineHandler(tv))\n"
-                  "ZytTvInnerFrontend#1.onSetNativeHandle(" + std::to_string(pipeline.handle()) +
-                      ")\nZytTvInnerFrontend#1.onOpenFrontend()",
-                  desk::takeCalls());
+        EXPECT_EQ(
+            "ZytTvInnerFrontend#1.<init>(PipelineHandler(tv))\n"
+            "ZytTvInnerFrontend#1.onSetNativeHandle(" +
+                std::to_string(pipeline.handle()) + ")\nZytTvInnerFrontend#1.onOpenFrontend()",
+            desk::takeCalls());
         EXPECT_EQ(1, desk::books().globalRefs);
     }
     EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
@@ -205,7 +210,8 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
         void (*prepare)(Pipeline&);
         const char* error;
     };
-    static constexpr char kObject[] = "E JNativeInnerFrontend, nativeOpen, constructor mObject failed.";
+    static constexpr char kObject[] =
+        "E JNativeInnerFrontend, nativeOpen, constructor mObject failed.";
     const Case cases[] = {
         {"no such handle", [](Pipeline&) { desk_fail_call(DESK_HANDLE_GET_OBJ, 1, 7); },
          "E JNativeInnerFrontend, handle_get_obj fail, pipeline handle: 0x"},
@@ -213,7 +219,8 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
          "E JNativeInnerFrontend, pipeline maybe already release."},
         {"constructor throws",
          [](Pipeline&) { desk::script("throwsException", "ZytTvInnerFrontend.<init>"); }, kObject},
-        {"no object", [](Pipeline&) { desk::failJni(Jni::kNewObject, 1, Failure::kNull); }, kObject},
+        {"no object", [](Pipeline&) { desk::failJni(Jni::kNewObject, 1, Failure::kNull); },
+         kObject},
         {"no global reference",
          [](Pipeline&) { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, kObject},
         {"no environment", [](Pipeline&) { desk::vmFaults.getEnvGivesNull = true; }, ""},
@@ -256,7 +263,8 @@ TEST_F(FrontendTest, SecondRequireKeepsTheFirstObject) {
     desk::takeCalls();
     bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
     const std::string calls = desk::takeCalls();
-    EXPECT_NE(std::string::npos, calls.find("#2.onOpenFrontend()\nZytTvInnerFrontend#2.onCloseFrontend()"));
+    EXPECT_NE(std::string::npos,
+              calls.find("#2.onOpenFrontend()\nZytTvInnerFrontend#2.onCloseFrontend()"));
     bridge([&] { return x_native_frontend_cancel_tuning(pipeline.handle()); });
     EXPECT_EQ("ZytTvInnerFrontend#1.onCancelTuning()", desk::takeCalls());
 }
@@ -310,11 +318,13 @@ TEST_F(FrontendTest, BadDiseqcMessagesAreRefused) {
     const Tuner tuner(pipeline);
     desk::takeCalls();
     const uint32_t h = pipeline.handle();
-    EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, -1); }));
+    EXPECT_EQ(-1,
+              bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, -1); }));
     EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 1); }));
     for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
         desk::failJni(Jni::kNewByteArray, 1, failure);
-        EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, 4); }));
+        EXPECT_EQ(-1,
+                  bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, 4); }));
     }
     EXPECT_EQ("", desk::takeCalls());
     EXPECT_EQ(0, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 0); }));

@@ -1,5 +1,5 @@
-// Loading: the order of registration, its failures, the log gate and SIGINT. Each test loads the library in a
-// process of its own, forked before there is a virtual machine.
+// Loading: the order of registration, its failures, the log gate and SIGINT. Each test loads the
+// library in a process of its own, forked before there is a virtual machine.
 
 #include <cutils/properties.h>
 #include <errno.h>
@@ -22,15 +22,15 @@ using desk::Jni;
 using Lines = std::vector<std::string>;
 
 // Exits with 0 when every expectation of the body held.
-#define IN_A_PROCESS(body)                                                          \
-    EXPECT_EXIT(                                                                    \
-        {                                                                           \
-            desk::startVm();                                                        \
-            desk::setLogLevel("E");                                                 \
-            body();                                                                 \
-            fflush(stdout);                                                         \
-            _exit(testing::Test::HasFailure() ? 1 : 0);                             \
-        },                                                                          \
+#define IN_A_PROCESS(body)                              \
+    EXPECT_EXIT(                                        \
+        {                                               \
+            desk::startVm();                            \
+            desk::setLogLevel("E");                     \
+            body();                                     \
+            fflush(stdout);                             \
+            _exit(testing::Test::HasFailure() ? 1 : 0); \
+        },                                              \
         testing::ExitedWithCode(0), "")
 
 TEST(LoadTest, LoadsOnceEverythingIsFound) {
@@ -41,9 +41,11 @@ TEST(LoadTest, LoadsOnceEverythingIsFound) {
         EXPECT_EQ(desk::vm(), g_velmora_javaVM);
         const Lines log = desk::takeLog();
         ASSERT_EQ(2u, log.size());
-        EXPECT_NE(std::string::npos, log[0].find("<com_halvorin_tv_velmora_innerfilter_native_init:"));
+        EXPECT_NE(std::string::npos,
+                  log[0].find("<com_halvorin_tv_velmora_innerfilter_native_init:"));
         EXPECT_NE(std::string::npos, log[0].find("> innerfilter_native_init success.\n"));
-        EXPECT_NE(std::string::npos, log[1].find("> filter_callback_thread_native_init success.\n"));
+        EXPECT_NE(std::string::npos,
+                  log[1].find("> filter_callback_thread_native_init success.\n"));
         // A SIGINT is a log line, and leaves errno alone.
         errno = 1234;
         raise(SIGINT);
@@ -62,12 +64,13 @@ TEST(LoadTest, FailsWhenThereIsNoEnvironment) {
 }
 
 struct Refusal {
-    const char* missingClass;   // of the callback class, after the package
-    const char* firstNative;    // of the table that is refused
+    const char* missingClass;  // of the callback class, after the package
+    const char* firstNative;   // of the table that is refused
     Lines log;
 };
 
-// A load that fails: which table is refused, by a missing class or a refused registration, and what is said.
+// A load that fails: which table is refused, by a missing class or a refused registration, and what
+// is said.
 void refused(const Refusal& refusal) {
     const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
     for (const bool missing : {true, false}) {
@@ -79,9 +82,10 @@ void refused(const Refusal& refusal) {
         EXPECT_FALSE(desk::loadLibrary());
         desk::failNothing();
         EXPECT_EQ(nullptr, g_velmora_javaVM);
-        Lines expected = {missing ? "E registerNativeMethods cannot find class return false, class: " +
-                                        package + refusal.missingClass
-                                  : "E registerNativeMethods cannot register methods return false"};
+        Lines expected = {
+            missing ? "E registerNativeMethods cannot find class return false, class: " + package +
+                          refusal.missingClass
+                    : "E registerNativeMethods cannot register methods return false"};
         expected.insert(expected.end(), refusal.log.begin(), refusal.log.end());
         EXPECT_EQ(expected, desk::takeLog());
     }
@@ -89,7 +93,8 @@ void refused(const Refusal& refusal) {
 
 TEST(LoadTest, FailsWhenScanNativesAreRefused) {
     IN_A_PROCESS([] {
-        refused({"ZytTvInnerScanCallback", "notifyScanOnLocked",
+        refused({"ZytTvInnerScanCallback",
+                 "notifyScanOnLocked",
                  {"E Failed to register resource scan callback native methods",
                   "E ERROR: inner frontend native registration failed"}});
     });
@@ -97,7 +102,8 @@ TEST(LoadTest, FailsWhenScanNativesAreRefused) {
 
 TEST(LoadTest, FailsWhenLnbNativesAreRefused) {
     IN_A_PROCESS([] {
-        refused({"ZytTvInnerLnbCallback", "notifyLnbEvent",
+        refused({"ZytTvInnerLnbCallback",
+                 "notifyLnbEvent",
                  {"E Failed to register lnb callback native methods",
                   "E ERROR: inner frontend native registration failed"}});
     });
@@ -105,7 +111,8 @@ TEST(LoadTest, FailsWhenLnbNativesAreRefused) {
 
 TEST(LoadTest, FailsWhenFilterNativesAreRefused) {
     IN_A_PROCESS([] {
-        refused({"ZytTvInnerFilterCallback", "nativeFilterSectionEvent",
+        refused({"ZytTvInnerFilterCallback",
+                 "nativeFilterSectionEvent",
                  {"E ERROR: inner filter native registration failed"}});
     });
 }
@@ -121,7 +128,8 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
     };
     static constexpr char kFrontend[] =
         "F/ZYT_MW .*!\\(clazz.get\\(\\) != __null\\): "
-        "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp: "
+        "services/jni/connectmanager/pipeline/"
+        "com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp: "
         "FATAL Error at :[0-9]+";
     static constexpr char kFilter[] =
         "F/ZytTvInnerFilter_JNI.*!\\(clazz.get\\(\\) != __null\\): "
@@ -162,10 +170,10 @@ TEST(LogGateTest, FirstLetterOfThePropertyDecides) {
         const char* fallback;
         int lowest;  // gate level let through; 6: none
     };
-    const Case cases[] = {{"V", "", 1},   {"v", "", 1},     {"D", "", 2},  {"debug", "", 2},
-                          {"i", "", 3},   {"W", "", 4},     {"E", "", 5},  {"error", "V", 5},
-                          {"", "V", 1},   {"", "info", 3},  {"W", "V", 4}, {"?", "V", 6},
-                          {"2", "", 6},   {" D", "", 6},    {"", "", 6},   {"", "x", 6}};
+    const Case cases[] = {{"V", "", 1}, {"v", "", 1},    {"D", "", 2},  {"debug", "", 2},
+                          {"i", "", 3}, {"W", "", 4},    {"E", "", 5},  {"error", "V", 5},
+                          {"", "V", 1}, {"", "info", 3}, {"W", "V", 4}, {"?", "V", 6},
+                          {"2", "", 6}, {" D", "", 6},   {"", "", 6},   {"", "x", 6}};
     for (const Case& gate : cases) {
         property_set(kProperty, gate.value);
         property_set(kFallback, gate.fallback);

@@ -38,8 +38,8 @@ class SettingsTest : public desk::BridgeTest {
         const MW_FESETTING_T before = settings;
         const int tuned = tune(&settings);
         const std::string tuneCall = desk::takeCalls();
-        const int scanned = bridge(
-            [&] { return x_native_frontend_scan(mPipeline->handle(), &settings, 7); });
+        const int scanned =
+            bridge([&] { return x_native_frontend_scan(mPipeline->handle(), &settings, 7); });
         const std::string scanCall = desk::takeCalls();
         EXPECT_EQ(0, memcmp(&before, &settings, sizeof(before))) << "the record was written";
         EXPECT_EQ(tuned, scanned);
@@ -73,17 +73,19 @@ TEST_F(SettingsTest, EveryDeliverySystemReachesJavaArgumentByArgument) {
 
     settings = request(MW_FE_TYPE_DVBC, 394000000);
     settings.u.t_dvbc = {11, INT64_MIN + 12, 6900000, 13, 14, 15, 16, 17};
-    EXPECT_EQ("DvbcFrontendSettings(frequency=394000000, modulation=11, fec=-9223372036854775796, "
-              "symbolRate=6900000, outerFec=13, annex=14, spectralInversion=15, interleaveMode=16, "
-              "bandwidth=17)",
-              translate(settings));
+    EXPECT_EQ(
+        "DvbcFrontendSettings(frequency=394000000, modulation=11, fec=-9223372036854775796, "
+        "symbolRate=6900000, outerFec=13, annex=14, spectralInversion=15, interleaveMode=16, "
+        "bandwidth=17)",
+        translate(settings));
 
     settings = request(MW_FE_TYPE_DVBT, 474000000);
     settings.u.t_dvbt = {21, 22, 23, 24, 25, 26, 27, 1, 28, 0, 29, 30, 31};
-    EXPECT_EQ("DvbtFrontendSettings(frequency=474000000, transmissionMode=21, bandwidth=22, "
-              "constellation=23, hierarchy=24, hpCodeRate=25, lpCodeRate=26, guardInterval=27, "
-              "isHighPriority=true, standard=28, isMiso=false, plpMode=29, plpId=30, plpGroupId=31)",
-              translate(settings));
+    EXPECT_EQ(
+        "DvbtFrontendSettings(frequency=474000000, transmissionMode=21, bandwidth=22, "
+        "constellation=23, hierarchy=24, hpCodeRate=25, lpCodeRate=26, guardInterval=27, "
+        "isHighPriority=true, standard=28, isMiso=false, plpMode=29, plpId=30, plpGroupId=31)",
+        translate(settings));
     settings.u.t_dvbt.mIsHighPriority = 0;
     settings.u.t_dvbt.mIsMiso = 1;
     EXPECT_NE(std::string::npos,
@@ -91,23 +93,26 @@ TEST_F(SettingsTest, EveryDeliverySystemReachesJavaArgumentByArgument) {
 
     settings = request(MW_FE_TYPE_ISDBS, 1049480000);
     settings.u.t_isdbs = {41, 42, 43, 44, 28860000, 45};
-    EXPECT_EQ("IsdbsFrontendSettings(frequency=1049480000, streamId=41, streamIdType=42, "
-              "modulation=43, codeRate=44, symbolRate=28860000, rolloff=45)",
-              translate(settings));
+    EXPECT_EQ(
+        "IsdbsFrontendSettings(frequency=1049480000, streamId=41, streamIdType=42, "
+        "modulation=43, codeRate=44, symbolRate=28860000, rolloff=45)",
+        translate(settings));
 
     settings = request(MW_FE_TYPE_DTMB, 498000000);
     settings.u.t_dtmb = {51, 52, 53, 54, 55, 56};
-    EXPECT_EQ("DtmbFrontendSettings(frequency=498000000, modulation=51, codeRate=52, "
-              "transmissionMode=53, guardInterval=54, timeInterleaveMode=55, bandwidth=56)",
-              translate(settings));
+    EXPECT_EQ(
+        "DtmbFrontendSettings(frequency=498000000, modulation=51, codeRate=52, "
+        "transmissionMode=53, guardInterval=54, timeInterleaveMode=55, bandwidth=56)",
+        translate(settings));
 }
 
 TEST_F(SettingsTest, IsdbtTakesItsAreaFromTheFrontend) {
     MW_FESETTING_T settings = request(MW_FE_TYPE_ISDBT, 473142857);
     settings.u.t_isdbt = {61, 62, 63, 64, 65, 66};
-    EXPECT_EQ("IsdbtFrontendSettings(frequency=473142857, modulation=61, bandwidth=62, mode=63, "
-              "codeRate=64, guardInterval=65, serviceAreaId=0)",
-              translate(settings));
+    EXPECT_EQ(
+        "IsdbtFrontendSettings(frequency=473142857, modulation=61, bandwidth=62, mode=63, "
+        "codeRate=64, guardInterval=65, serviceAreaId=0)",
+        translate(settings));
     desk::scriptReturns("onGetServiceAreaCode", 91);
     EXPECT_NE(std::string::npos, translate(settings).find("serviceAreaId=91"));
     desk::scriptReturns("onGetServiceAreaCode", -1);
@@ -121,12 +126,15 @@ TEST_F(SettingsTest, DvbsIsConvertedToHzAndSymbols) {
     MW_FESETTING_T settings = request(MW_FE_TYPE_DVBS, 1550);
     settings.mEndFrequency = 2100;
     settings.u.t_dvbs = {71, &rate, 27500, 72, 73, 74, 75, 76, 78, 1};
-    const std::string tail = "symbolRate=27500000, rolloff=72, pilot=73, inputStreamId=74, "
-                             "standard=75, vcmMode=76, scanType=78, isDiseqcRxMessage=true, ";
-    EXPECT_EQ("DvbsFrontendSettings(frequency=1550000000, modulation=71, "
-              "codeRate=DvbsCodeRate(innerFec=9223372036854775802, isLinear=true, "
-              "isShortFrames=false, bitsPer1000Symbol=77), " + tail + "endFrequency=2100000000)",
-              translate(settings));
+    const std::string tail =
+        "symbolRate=27500000, rolloff=72, pilot=73, inputStreamId=74, "
+        "standard=75, vcmMode=76, scanType=78, isDiseqcRxMessage=true, ";
+    EXPECT_EQ(
+        "DvbsFrontendSettings(frequency=1550000000, modulation=71, "
+        "codeRate=DvbsCodeRate(innerFec=9223372036854775802, isLinear=true, "
+        "isShortFrames=false, bitsPer1000Symbol=77), " +
+            tail + "endFrequency=2100000000)",
+        translate(settings));
 
     desk::setLogLevel("I");
     settings.u.t_dvbs.pt_code_rate = nullptr;
@@ -164,7 +172,8 @@ TEST_F(SettingsTest, WhatCannotBeTranslatedIsRefused) {
     EXPECT_EQ("", desk::takeCalls());
 }
 
-// The nth object, or the setter after it, fails in each way; nothing is left behind, and the next tune works.
+// The nth object, or the setter after it, fails in each way; nothing is left behind, and the next
+// tune works.
 TEST_F(SettingsTest, FailedConstructionGivesNothingToJava) {
     MW_FE_DVBS_CODE_RATE_T rate = {1, 1, 1, 1};
     MW_FESETTING_T dvbs = request(MW_FE_TYPE_DVBS, 1550);
@@ -195,12 +204,16 @@ TEST_F(SettingsTest, ReadbackWritesOnlyWhatItNames) {
         const char* settings;  // null: settings of another type
         const char* constructor;
         int32_t type;
-        std::vector<size_t> fields;  // written besides type and frequency, in the order of the values
+        std::vector<size_t>
+            fields;  // written besides type and frequency, in the order of the values
         std::vector<int32_t> values;
     };
     const Case cases[] = {
-        {"Dvbt", "(IIIIIIIIZIZIII)V", 6,
-         {offsetof(MW_FESETTING_T, u.t_dvbt.mStandard), offsetof(MW_FESETTING_T, u.t_dvbt.mBandwidth)},
+        {"Dvbt",
+         "(IIIIIIIIZIZIII)V",
+         6,
+         {offsetof(MW_FESETTING_T, u.t_dvbt.mStandard),
+          offsetof(MW_FESETTING_T, u.t_dvbt.mBandwidth)},
          {4, 16}},
         {"Isdbt", "(IIIIIII)V", 9, {offsetof(MW_FESETTING_T, u.t_isdbt.mBandwidth)}, {16}},
         {"Dtmb", "(IIIIIII)V", 10, {offsetof(MW_FESETTING_T, u.t_dtmb.mBandwidth)}, {16}},
@@ -254,9 +267,8 @@ TEST_F(SettingsTest, ReadbackThatFailsLeavesTheRecord) {
     MW_FESETTING_T record = request(77, 88);
     const MW_FESETTING_T before = record;
     const auto read = [&](MW_FESETTING_T* pt_record) {
-        return bridge([&] {
-            return x_native_frontend_get_frontend_setting(mPipeline->handle(), pt_record);
-        });
+        return bridge(
+            [&] { return x_native_frontend_get_frontend_setting(mPipeline->handle(), pt_record); });
     };
     EXPECT_EQ(-1, read(nullptr));
     EXPECT_EQ((Lines{"E getFrontendSetting, pt_fesettings == NULL.",
@@ -267,9 +279,9 @@ TEST_F(SettingsTest, ReadbackThatFailsLeavesTheRecord) {
     desk::script("throwsException", "onGetFrontendSetting");
     EXPECT_EQ(-1, read(&record));
     const jclass clazz = desk::findClass("desk.OtherFrontendSettings");
-    desk::scriptAnswer("onGetFrontendSetting",
-                       desk::env()->NewObject(clazz, desk::env()->GetMethodID(clazz, "<init>", "(II)V"),
-                                              3, 4));
+    desk::scriptAnswer(
+        "onGetFrontendSetting",
+        desk::env()->NewObject(clazz, desk::env()->GetMethodID(clazz, "<init>", "(II)V"), 3, 4));
     desk::script("throwsException", "getType");
     EXPECT_EQ(-1, read(&record));
     EXPECT_EQ(0, memcmp(&before, &record, sizeof(record)));

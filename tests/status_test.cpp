@@ -1,4 +1,5 @@
-// The status query. The record is looked at by raw offsets: they are what the middleware was compiled with.
+// The status query. The record is looked at by raw offsets: they are what the middleware was
+// compiled with.
 
 #include <array>
 #include <cstring>
@@ -23,18 +24,30 @@ struct Kind {
 };
 
 const Kind kKinds[] = {
-    {0, "isDemodLocked", 0, 'Z'},     {1, "getSnr", 4, 'I'},
-    {2, "getBer", 8, 'I'},            {3, "getPer", 12, 'I'},
-    {4, "getPerBer", 16, 'I'},        {5, "getSignalQuality", 20, 'I'},
-    {6, "getSignalStrength", 24, 'I'}, {7, "getSymbolRate", 28, 'I'},
-    {8, "getInnerFec", 32, 'J'},      {9, "getModulation", 40, 'I'},
-    {10, "getSpectralInversion", 88, 'I'}, {11, "getLnbVoltage", 92, 'I'},
-    {12, "getPlpId", 96, 'I'},        {13, "isEwbs", 100, 'Z'},
-    {14, "getAgc", 104, 'I'},         {15, "isLnaOn", 108, 'Z'},
-    {17, "getMer", 120, 'I'},         {18, "getFreqOffset", 124, 'I'},
-    {19, "getHierarchy", 128, 'I'},   {20, "isRfLocked", 180, 'Z'},
-    {22, "getExtendedModulations", 44, '['}, {24, "getCodeRates", 136, '['},
-    {25, "getBandwidth", 132, 'I'},   {29, "getSystemId", 196, 'I'},
+    {0, "isDemodLocked", 0, 'Z'},
+    {1, "getSnr", 4, 'I'},
+    {2, "getBer", 8, 'I'},
+    {3, "getPer", 12, 'I'},
+    {4, "getPerBer", 16, 'I'},
+    {5, "getSignalQuality", 20, 'I'},
+    {6, "getSignalStrength", 24, 'I'},
+    {7, "getSymbolRate", 28, 'I'},
+    {8, "getInnerFec", 32, 'J'},
+    {9, "getModulation", 40, 'I'},
+    {10, "getSpectralInversion", 88, 'I'},
+    {11, "getLnbVoltage", 92, 'I'},
+    {12, "getPlpId", 96, 'I'},
+    {13, "isEwbs", 100, 'Z'},
+    {14, "getAgc", 104, 'I'},
+    {15, "isLnaOn", 108, 'Z'},
+    {17, "getMer", 120, 'I'},
+    {18, "getFreqOffset", 124, 'I'},
+    {19, "getHierarchy", 128, 'I'},
+    {20, "isRfLocked", 180, 'Z'},
+    {22, "getExtendedModulations", 44, '['},
+    {24, "getCodeRates", 136, '['},
+    {25, "getBandwidth", 132, 'I'},
+    {29, "getSystemId", 196, 'I'},
     {33, "getRollOff", 200, 'I'},
 };
 
@@ -101,9 +114,10 @@ TEST_F(StatusTest, EachKindIsStoredInItsFieldAndNowhereElse) {
                 break;
             case 'J': {
                 const jclass box = desk::env()->FindClass("java/lang/Long");
-                desk::scriptAnswer(kind.getter, desk::env()->NewObject(
-                                                    box, desk::env()->GetMethodID(box, "<init>", "(J)V"),
-                                                    INT64_C(0x123456789abcdef0)));
+                desk::scriptAnswer(
+                    kind.getter,
+                    desk::env()->NewObject(box, desk::env()->GetMethodID(box, "<init>", "(J)V"),
+                                           INT64_C(0x123456789abcdef0)));
                 put(expected, kind.offset, INT64_C(0x123456789abcdef0), 8);
                 break;
             }

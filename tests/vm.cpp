@@ -64,7 +64,8 @@ bool fails(JNIEnv* env, Jni function, const char* name = nullptr) {
         hit = --fault.callsUntilFault == 0;
     }
     if (hit && fault.failure == Failure::kThrows) {
-        gReal.ThrowNew(env, gReal.FindClass(env, "java/lang/IllegalStateException"), "made to fail");
+        gReal.ThrowNew(env, gReal.FindClass(env, "java/lang/IllegalStateException"),
+                       "made to fail");
     }
     return hit;
 }
@@ -86,7 +87,8 @@ jmethodID JNICALL getMethodIdHook(JNIEnv* env, jclass clazz, const char* name, c
     return fails(env, Jni::kGetMethodID, name) ? nullptr : gReal.GetMethodID(env, clazz, name, sig);
 }
 
-jint JNICALL registerNativesHook(JNIEnv* env, jclass clazz, const JNINativeMethod* methods, jint n) {
+jint JNICALL registerNativesHook(JNIEnv* env, jclass clazz, const JNINativeMethod* methods,
+                                 jint n) {
     return fails(env, Jni::kRegisterNatives, methods[0].name)
                ? JNI_ERR
                : gReal.RegisterNatives(env, clazz, methods, n);
@@ -239,7 +241,9 @@ Result ok(Result result) {
     return result;
 }
 
-jstring javaString(const std::string& text) { return env()->NewStringUTF(text.c_str()); }
+jstring javaString(const std::string& text) {
+    return env()->NewStringUTF(text.c_str());
+}
 
 jmethodID scriptMethod(const char* method, const char* signature) {
     return env()->GetStaticMethodID(gScriptedModel, method, signature);
@@ -247,7 +251,9 @@ jmethodID scriptMethod(const char* method, const char* signature) {
 
 }  // namespace
 
-JavaVM* vm() { return gVm; }
+JavaVM* vm() {
+    return gVm;
+}
 
 JNIEnv* env() {
     void* result = nullptr;
@@ -262,8 +268,8 @@ JNIEnv* startVm() {
     if (library == nullptr) {
         give(dlerror());
     }
-    const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(
-        dlsym(library, "JNI_CreateJavaVM"));
+    const auto create =
+        reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
     char check[] = "-Xcheck:jni";
     char heap[] = "-Xmx128m";
     JavaVMOption options[] = {{check, nullptr}, {heap, nullptr}};
@@ -283,14 +289,15 @@ JNIEnv* startVm() {
     const jobjectArray urls = env->NewObjectArray(2, urlClass, nullptr);
     int i = 0;
     for (const char* jar : {"file:" DESK_JARS "/platform.jar", "file:" DESK_JARS "/tests.jar"}) {
-        env->SetObjectArrayElement(
-            urls, i++, ok(env->NewObject(urlClass, newUrl, env->NewStringUTF(jar))));
+        env->SetObjectArrayElement(urls, i++,
+                                   ok(env->NewObject(urlClass, newUrl, env->NewStringUTF(jar))));
         ok();
     }
     const jclass loaderClass = env->FindClass("java/net/URLClassLoader");
     gLoader = env->NewGlobalRef(ok(env->NewObject(
         loaderClass, env->GetMethodID(loaderClass, "<init>", "([Ljava/net/URL;)V"), urls)));
-    gLoadClass = env->GetMethodID(loaderClass, "loadClass", "(Ljava/lang/String;)Ljava/lang/Class;");
+    gLoadClass =
+        env->GetMethodID(loaderClass, "loadClass", "(Ljava/lang/String;)Ljava/lang/Class;");
     gScriptedModel = static_cast<jclass>(env->NewGlobalRef(findClass("desk.ScriptedModel")));
     gEvents = static_cast<jclass>(env->NewGlobalRef(findClass("desk.Events")));
     watchFunctionTable();
@@ -299,15 +306,14 @@ JNIEnv* startVm() {
 }
 
 jclass findClass(const std::string& name) {
-    return static_cast<jclass>(
-        ok(env()->CallObjectMethod(gLoader, gLoadClass, javaString(name))));
+    return static_cast<jclass>(ok(env()->CallObjectMethod(gLoader, gLoadClass, javaString(name))));
 }
 
 bool loadLibrary() {
     const jclass loader = findClass("desk.Loader");
-    env()->CallStaticVoidMethod(
-        loader, env()->GetStaticMethodID(loader, "load", "(Ljava/lang/String;)V"),
-        javaString(DESK_BRIDGE));
+    env()->CallStaticVoidMethod(loader,
+                                env()->GetStaticMethodID(loader, "load", "(Ljava/lang/String;)V"),
+                                javaString(DESK_BRIDGE));
     if (env()->ExceptionCheck()) {
         env()->ExceptionDescribe();
         env()->ExceptionClear();
@@ -404,7 +410,9 @@ JavaVM* watchedVm() {
     return &watched;
 }
 
-void watchVm() { g_velmora_javaVM = watchedVm(); }
+void watchVm() {
+    g_velmora_javaVM = watchedVm();
+}
 
 bool Books::operator==(const Books& other) const {
     return globalRefs == other.globalRefs && localRefs == other.localRefs &&
@@ -419,17 +427,28 @@ std::ostream& operator<<(std::ostream& out, const Books& books) {
 }
 
 Books books() {
-    return {gGlobalRefs,         gLocalRefs,
-            gAttachments,        desk_live_handles(),
-            desk_live_semaphores(), desk_live_blocks(),
+    return {gGlobalRefs,
+            gLocalRefs,
+            gAttachments,
+            desk_live_handles(),
+            desk_live_semaphores(),
+            desk_live_blocks(),
             desk_refbase_live()};
 }
 
-int attachCount() { return gAttachCount; }
-int releaseMode() { return gReleaseMode; }
+int attachCount() {
+    return gAttachCount;
+}
+int releaseMode() {
+    return gReleaseMode;
+}
 
-Watch::Watch() : mBefore(tWatching) { tWatching = true; }
-Watch::~Watch() { tWatching = mBefore; }
+Watch::Watch() : mBefore(tWatching) {
+    tWatching = true;
+}
+Watch::~Watch() {
+    tWatching = mBefore;
+}
 
 Pipeline::Pipeline(const std::string& name) {
     const jclass handler = findClass("com.halvorin.tv.velmora.services.pipeline.PipelineHandler");
@@ -465,7 +484,9 @@ std::vector<std::string> takeLog() {
     return lines;
 }
 
-void setLogLevel(const char* level) { property_set("vendor.zyt.broadcast.log.level", level); }
+void setLogLevel(const char* level) {
+    property_set("vendor.zyt.broadcast.log.level", level);
+}
 
 void BridgeTest::SetUp() {
     static const bool loaded = [] {

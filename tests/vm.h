@@ -1,5 +1,5 @@
-// A real Java virtual machine in the test's process, watched: what the library asks of it is counted, and single
-// calls fail on demand.
+// A real Java virtual machine in the test's process, watched: what the library asks of it is
+// counted, and single calls fail on demand.
 
 #ifndef TESTS_VM_H
 #define TESTS_VM_H
@@ -13,8 +13,8 @@
 
 namespace desk {
 
-// Starts the virtual machine on the calling thread, with a class loader of its own for the platform's classes.
-// The tests live in one process with it; a process has at most one.
+// Starts the virtual machine on the calling thread, with a class loader of its own for the
+// platform's classes. The tests live in one process with it; a process has at most one.
 JNIEnv* startVm();
 JavaVM* vm();
 // The environment of the calling thread, which must be attached.
@@ -26,7 +26,8 @@ bool loadLibrary();
 // A class of the child class loader, for example "desk/ScriptedModel".
 jclass findClass(const std::string& name);
 
-// Static methods of the scripted device model and of the event reporter. The calling thread is attached.
+// Static methods of the scripted device model and of the event reporter. The calling thread is
+// attached.
 void script(const char* method, const std::string& argument);
 void scriptReturns(const std::string& method, int value);
 void scriptAnswer(const std::string& method, jobject value);
@@ -37,7 +38,8 @@ jint event(const char* method, const char* signature, ...);
 // Runs work on a thread that the virtual machine has never seen, and waits for it.
 void onFreshThread(const std::function<void()>& work);
 
-// JNI functions that can be made to fail. The nth call by the library from now on (1: the next) fails once.
+// JNI functions that can be made to fail. The nth call by the library from now on (1: the next)
+// fails once.
 enum class Jni {
     kFindClass,
     kGetMethodID,
@@ -70,7 +72,8 @@ extern VmFaults vmFaults;
 void watchVm();
 JavaVM* watchedVm();
 
-// What the library holds, counted only inside Watch scopes on their threads, and in the natives it registered.
+// What the library holds, counted only inside Watch scopes on their threads, and in the natives it
+// registered.
 struct Books {
     int globalRefs = 0;
     int localRefs = 0;
@@ -83,8 +86,8 @@ struct Books {
 };
 std::ostream& operator<<(std::ostream& out, const Books& books);
 Books books();
-int attachCount();     // attachments made since the start
-int releaseMode();     // of the last Release...ArrayElements
+int attachCount();  // attachments made since the start
+int releaseMode();  // of the last Release...ArrayElements
 
 class Watch {
   public:

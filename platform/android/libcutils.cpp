@@ -40,7 +40,9 @@ class Locked {
     sigset_t mSignals;
 };
 
-bool fits(const char* text, size_t size) { return text != nullptr && strlen(text) < size; }
+bool fits(const char* text, size_t size) {
+    return text != nullptr && strlen(text) < size;
+}
 
 const char* startValue(const char* key) {
     char name[sizeof("PROPERTY_") + PROPERTY_KEY_MAX];
@@ -54,7 +56,8 @@ const char* startValue(const char* key) {
     return fits(value, PROPERTY_VALUE_MAX) ? value : "";
 }
 
-// The property, made with its start value on its first use; null when there is no room. The lock is held.
+// The property, made with its start value on its first use; null when there is no room. The lock is
+// held.
 Property* find(const char* key) {
     for (size_t i = 0; i < gPropertyCount; ++i) {
         if (strcmp(gProperties[i].key, key) == 0) {

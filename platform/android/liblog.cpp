@@ -35,7 +35,9 @@ void writeLine(int prio, const char* tag, const char* text) {
 
 }  // namespace
 
-void desk_log_set_sink(desk_log_sink_fct sink) { gSink = sink; }
+void desk_log_set_sink(desk_log_sink_fct sink) {
+    gSink = sink;
+}
 
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     const int savedErrno = errno;

@@ -8,13 +8,19 @@ namespace {
 std::atomic<int> gLive;
 }
 
-int desk_refbase_live() { return gLive; }
+int desk_refbase_live() {
+    return gLive;
+}
 
 namespace android {
 
-RefBase::RefBase() : mStrong(0), mReferenced(false) { ++gLive; }
+RefBase::RefBase() : mStrong(0), mReferenced(false) {
+    ++gLive;
+}
 
-RefBase::~RefBase() { --gLive; }
+RefBase::~RefBase() {
+    --gLive;
+}
 
 void RefBase::incStrong(const void* /* id */) const {
     ++mStrong;
@@ -36,11 +42,15 @@ void RefBase::decStrong(const void* id) const {
     }
 }
 
-int32_t RefBase::getStrongCount() const { return mStrong; }
+int32_t RefBase::getStrongCount() const {
+    return mStrong;
+}
 
 void RefBase::onFirstRef() {}
 void RefBase::onLastStrongRef(const void* /* id */) {}
-bool RefBase::onIncStrongAttempted(uint32_t /* flags */, const void* /* id */) { return false; }
+bool RefBase::onIncStrongAttempted(uint32_t /* flags */, const void* /* id */) {
+    return false;
+}
 void RefBase::onLastWeakRef(const void* /* id */) {}
 
 }  // namespace android

@@ -127,10 +127,18 @@ void desk_fail_none(void) {
     }
 }
 
-unsigned long desk_calls(desk_service_t service) { return gFaults[service].calls; }
-unsigned desk_live_handles(void) { return handles().size(); }
-unsigned desk_live_semaphores(void) { return semaphores().size(); }
-unsigned desk_live_blocks(void) { return gLiveBlocks; }
+unsigned long desk_calls(desk_service_t service) {
+    return gFaults[service].calls;
+}
+unsigned desk_live_handles(void) {
+    return handles().size();
+}
+unsigned desk_live_semaphores(void) {
+    return semaphores().size();
+}
+unsigned desk_live_blocks(void) {
+    return gLiveBlocks;
+}
 
 int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
                      uint32_t* ph_obj) {

@@ -11,7 +11,8 @@
 static JavaVM* g_vm;
 static jclass g_main; /* global reference */
 
-/* The environment of a thread that may have none yet; *pi4_attached tells leave whether to detach it. */
+/* The environment of a thread that may have none yet; *pi4_attached tells leave whether to detach
+ * it. */
 static JNIEnv* enter(int* pi4_attached) {
     void* env = NULL;
     *pi4_attached = 0;
@@ -39,8 +40,9 @@ static uint32_t create_pipeline(void) {
     int attached;
     uint32_t handle = 0;
     JNIEnv* env = enter(&attached);
-    const jmethodID create = (*env)->GetStaticMethodID(
-        env, g_main, "createPipeline", "()Lcom/halvorin/tv/velmora/services/pipeline/PipelineHandler;");
+    const jmethodID create =
+        (*env)->GetStaticMethodID(env, g_main, "createPipeline",
+                                  "()Lcom/halvorin/tv/velmora/services/pipeline/PipelineHandler;");
     const jobject handler = (*env)->CallStaticObjectMethod(env, g_main, create);
     if (!(*env)->ExceptionCheck(env) && handler != NULL) {
         const jweak weak = (*env)->NewWeakGlobalRef(env, handler);
@@ -82,7 +84,9 @@ static void received(uint32_t h_pipeline, char* text, size_t size) {
     leave(env, attached);
 }
 
-static void set_log_level(const char* level) { property_set("vendor.zyt.broadcast.log.level", level); }
+static void set_log_level(const char* level) {
+    property_set("vendor.zyt.broadcast.log.level", level);
+}
 
 JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjectArray arguments) {
     (*env)->GetJavaVM(env, &g_vm);

@@ -13,8 +13,10 @@ typedef struct {
 
 #define LENGTH(table) (sizeof(table) / sizeof((table)[0]))
 
-/* The platform's value of a property; what is missing or unknown is left to the tuner: the first row. */
-static int32_t mapped(struct dvb_entry* pt_entry, uint32_t property, const VALUE_T* pt_rows, size_t z_rows) {
+/* The platform's value of a property; what is missing or unknown is left to the tuner: the first
+ * row. */
+static int32_t mapped(struct dvb_entry* pt_entry, uint32_t property, const VALUE_T* pt_rows,
+                      size_t z_rows) {
     uint32_t value;
     if (dvb_retrieve_entry_prop(pt_entry, property, &value) == 0) {
         for (size_t i = 0; i < z_rows; ++i) {
@@ -39,22 +41,18 @@ static const VALUE_T k_fec[] = {
     {FEC_5_6, MW_FE_FEC_5_6},   {FEC_6_7, MW_FE_FEC_6_7},        {FEC_7_8, MW_FE_FEC_7_8},
     {FEC_8_9, MW_FE_FEC_8_9},   {FEC_3_5, MW_FE_FEC_3_5},        {FEC_9_10, MW_FE_FEC_9_10},
     {FEC_2_5, MW_FE_FEC_2_5}};
-static const VALUE_T k_code_rate[] = {{FEC_AUTO, MW_FE_DVBT_CODERATE_AUTO},
-                                      {FEC_1_2, MW_FE_DVBT_CODERATE_1_2},
-                                      {FEC_2_3, MW_FE_DVBT_CODERATE_2_3},
-                                      {FEC_3_4, MW_FE_DVBT_CODERATE_3_4},
-                                      {FEC_4_5, MW_FE_DVBT_CODERATE_4_5},
-                                      {FEC_5_6, MW_FE_DVBT_CODERATE_5_6},
-                                      {FEC_6_7, MW_FE_DVBT_CODERATE_6_7},
-                                      {FEC_7_8, MW_FE_DVBT_CODERATE_7_8},
-                                      {FEC_8_9, MW_FE_DVBT_CODERATE_8_9},
-                                      {FEC_3_5, MW_FE_DVBT_CODERATE_3_5}};
-static const VALUE_T k_dvbs_modulation[] = {{QAM_AUTO, MW_FE_DVBS_AUTO}, {QPSK, MW_FE_DVBS_QPSK},
-                                            {PSK_8, MW_FE_DVBS_8PSK},    {APSK_16, MW_FE_DVBS_16APSK},
-                                            {APSK_32, MW_FE_DVBS_32APSK}, {QAM_16, MW_FE_DVBS_16QAM}};
-static const VALUE_T k_dvbc_modulation[] = {{QAM_AUTO, MW_FE_DVBC_AUTO},    {QAM_16, MW_FE_DVBC_16QAM},
-                                            {QAM_32, MW_FE_DVBC_32QAM},     {QAM_64, MW_FE_DVBC_64QAM},
-                                            {QAM_128, MW_FE_DVBC_128QAM},   {QAM_256, MW_FE_DVBC_256QAM}};
+static const VALUE_T k_code_rate[] = {
+    {FEC_AUTO, MW_FE_DVBT_CODERATE_AUTO}, {FEC_1_2, MW_FE_DVBT_CODERATE_1_2},
+    {FEC_2_3, MW_FE_DVBT_CODERATE_2_3},   {FEC_3_4, MW_FE_DVBT_CODERATE_3_4},
+    {FEC_4_5, MW_FE_DVBT_CODERATE_4_5},   {FEC_5_6, MW_FE_DVBT_CODERATE_5_6},
+    {FEC_6_7, MW_FE_DVBT_CODERATE_6_7},   {FEC_7_8, MW_FE_DVBT_CODERATE_7_8},
+    {FEC_8_9, MW_FE_DVBT_CODERATE_8_9},   {FEC_3_5, MW_FE_DVBT_CODERATE_3_5}};
+static const VALUE_T k_dvbs_modulation[] = {
+    {QAM_AUTO, MW_FE_DVBS_AUTO},  {QPSK, MW_FE_DVBS_QPSK},      {PSK_8, MW_FE_DVBS_8PSK},
+    {APSK_16, MW_FE_DVBS_16APSK}, {APSK_32, MW_FE_DVBS_32APSK}, {QAM_16, MW_FE_DVBS_16QAM}};
+static const VALUE_T k_dvbc_modulation[] = {
+    {QAM_AUTO, MW_FE_DVBC_AUTO}, {QAM_16, MW_FE_DVBC_16QAM},   {QAM_32, MW_FE_DVBC_32QAM},
+    {QAM_64, MW_FE_DVBC_64QAM},  {QAM_128, MW_FE_DVBC_128QAM}, {QAM_256, MW_FE_DVBC_256QAM}};
 static const VALUE_T k_dvbt_constellation[] = {{QAM_AUTO, MW_FE_DVBT_CONSTELLATION_AUTO},
                                                {QPSK, MW_FE_DVBT_CONSTELLATION_QPSK},
                                                {QAM_16, MW_FE_DVBT_CONSTELLATION_16QAM},
@@ -74,12 +72,13 @@ static const VALUE_T k_rolloff[] = {{ROLLOFF_AUTO, MW_FE_DVBS_ROLLOFF_UNDEFINED}
                                     {ROLLOFF_35, MW_FE_DVBS_ROLLOFF_0_35},
                                     {ROLLOFF_25, MW_FE_DVBS_ROLLOFF_0_25},
                                     {ROLLOFF_20, MW_FE_DVBS_ROLLOFF_0_20}};
-static const VALUE_T k_pilot[] = {
-    {PILOT_AUTO, MW_FE_DVBS_PILOT_AUTO}, {PILOT_ON, MW_FE_DVBS_PILOT_ON}, {PILOT_OFF, MW_FE_DVBS_PILOT_OFF}};
+static const VALUE_T k_pilot[] = {{PILOT_AUTO, MW_FE_DVBS_PILOT_AUTO},
+                                  {PILOT_ON, MW_FE_DVBS_PILOT_ON},
+                                  {PILOT_OFF, MW_FE_DVBS_PILOT_OFF}};
 static const VALUE_T k_dvbt_bandwidth[] = {
-    {0, MW_FE_DVBT_BANDWIDTH_AUTO},          {8000000, MW_FE_DVBT_BANDWIDTH_8MHZ},
-    {7000000, MW_FE_DVBT_BANDWIDTH_7MHZ},    {6000000, MW_FE_DVBT_BANDWIDTH_6MHZ},
-    {5000000, MW_FE_DVBT_BANDWIDTH_5MHZ},    {1712000, MW_FE_DVBT_BANDWIDTH_1_7MHZ},
+    {0, MW_FE_DVBT_BANDWIDTH_AUTO},        {8000000, MW_FE_DVBT_BANDWIDTH_8MHZ},
+    {7000000, MW_FE_DVBT_BANDWIDTH_7MHZ},  {6000000, MW_FE_DVBT_BANDWIDTH_6MHZ},
+    {5000000, MW_FE_DVBT_BANDWIDTH_5MHZ},  {1712000, MW_FE_DVBT_BANDWIDTH_1_7MHZ},
     {10000000, MW_FE_DVBT_BANDWIDTH_10MHZ}};
 static const VALUE_T k_isdbt_bandwidth[] = {{0, MW_FE_ISDBT_BANDWIDTH_AUTO},
                                             {8000000, MW_FE_ISDBT_BANDWIDTH_8MHZ},
@@ -99,14 +98,18 @@ static const VALUE_T k_hierarchy[] = {{HIERARCHY_AUTO, MW_FE_DVBT_HIERARCHY_AUTO
                                       {HIERARCHY_1, MW_FE_DVBT_HIERARCHY_1},
                                       {HIERARCHY_2, MW_FE_DVBT_HIERARCHY_2},
                                       {HIERARCHY_4, MW_FE_DVBT_HIERARCHY_4}};
-static const VALUE_T k_guard[] = {
-    {GUARD_INTERVAL_AUTO, MW_FE_DVBT_GUARD_AUTO},     {GUARD_INTERVAL_1_4, MW_FE_DVBT_GUARD_1_4},
-    {GUARD_INTERVAL_1_8, MW_FE_DVBT_GUARD_1_8},       {GUARD_INTERVAL_1_16, MW_FE_DVBT_GUARD_1_16},
-    {GUARD_INTERVAL_1_32, MW_FE_DVBT_GUARD_1_32},     {GUARD_INTERVAL_1_128, MW_FE_DVBT_GUARD_1_128},
-    {GUARD_INTERVAL_19_128, MW_FE_DVBT_GUARD_19_128}, {GUARD_INTERVAL_19_256, MW_FE_DVBT_GUARD_19_256}};
+static const VALUE_T k_guard[] = {{GUARD_INTERVAL_AUTO, MW_FE_DVBT_GUARD_AUTO},
+                                  {GUARD_INTERVAL_1_4, MW_FE_DVBT_GUARD_1_4},
+                                  {GUARD_INTERVAL_1_8, MW_FE_DVBT_GUARD_1_8},
+                                  {GUARD_INTERVAL_1_16, MW_FE_DVBT_GUARD_1_16},
+                                  {GUARD_INTERVAL_1_32, MW_FE_DVBT_GUARD_1_32},
+                                  {GUARD_INTERVAL_1_128, MW_FE_DVBT_GUARD_1_128},
+                                  {GUARD_INTERVAL_19_128, MW_FE_DVBT_GUARD_19_128},
+                                  {GUARD_INTERVAL_19_256, MW_FE_DVBT_GUARD_19_256}};
 
 /* Downlink in kHz to intermediate frequency in MHz; 0 when the LNB does not receive it. */
-static int32_t intermediate_mhz(const struct dvb_sat_lnb* pt_lnb, struct dvb_entry* pt_entry, uint32_t khz) {
+static int32_t intermediate_mhz(const struct dvb_sat_lnb* pt_lnb, struct dvb_entry* pt_entry,
+                                uint32_t khz) {
     const uint32_t polarization = number(pt_entry, DTV_POLARIZATION, POLARIZATION_OFF);
     const int vertical = polarization == POLARIZATION_V || polarization == POLARIZATION_R;
     uint32_t oscillator = pt_lnb->lowfreq;
@@ -115,13 +118,13 @@ static int32_t intermediate_mhz(const struct dvb_sat_lnb* pt_lnb, struct dvb_ent
         oscillator = pt_lnb->highfreq;
     }
     const uint32_t oscillator_khz = oscillator * 1000u;
-    const uint32_t difference =
-        khz > oscillator_khz ? khz - oscillator_khz : oscillator_khz - khz;
+    const uint32_t difference = khz > oscillator_khz ? khz - oscillator_khz : oscillator_khz - khz;
     const uint32_t mhz = (difference + 500u) / 1000u;
     return mhz <= 2147u ? (int32_t)mhz : 0;
 }
 
-bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, ENTRY_VALUES_T* pt_values) {
+bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
+                  ENTRY_VALUES_T* pt_values) {
     const uint32_t frequency = number(pt_entry, DTV_FREQUENCY, 0);
     *pt_values = (ENTRY_VALUES_T){
         .delsys = number(pt_entry, DTV_DELIVERY_SYSTEM, SYS_UNDEFINED),
@@ -155,7 +158,8 @@ bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, 
             pt_values->mode = MAPPED(pt_entry, DTV_TRANSMISSION_MODE, k_dvbt_mode);
             return true;
         case SYS_ISDBT:
-            pt_values->modulation = MAPPED(pt_entry, DTV_ISDBT_LAYERA_MODULATION, k_isdbt_modulation);
+            pt_values->modulation =
+                MAPPED(pt_entry, DTV_ISDBT_LAYERA_MODULATION, k_isdbt_modulation);
             pt_values->hp_rate = MAPPED(pt_entry, DTV_ISDBT_LAYERA_FEC, k_code_rate);
             pt_values->bandwidth = MAPPED(pt_entry, DTV_BANDWIDTH_HZ, k_isdbt_bandwidth);
             pt_values->mode = MAPPED(pt_entry, DTV_TRANSMISSION_MODE, k_isdbt_mode);
@@ -174,6 +178,8 @@ void entry_name(struct dvb_entry* pt_entry, char* text, size_t size) {
     const uint32_t frequency = number(pt_entry, DTV_FREQUENCY, 0);
     static const char* const k_polarization[] = {"", " H", " V", " L", " R"};
     const uint32_t polarization = number(pt_entry, DTV_POLARIZATION, POLARIZATION_OFF);
-    snprintf(text, size, "%-12s %10.3f MHz%s", delsys <= SYS_DVBC_ANNEX_C ? delivery_system_name[delsys] : "?",
-             frequency / (satellite ? 1e3 : 1e6), polarization < LENGTH(k_polarization) ? k_polarization[polarization] : "");
+    snprintf(text, size, "%-12s %10.3f MHz%s",
+             delsys <= SYS_DVBC_ANNEX_C ? delivery_system_name[delsys] : "?",
+             frequency / (satellite ? 1e3 : 1e6),
+             polarization < LENGTH(k_polarization) ? k_polarization[polarization] : "");
 }

@@ -1,4 +1,5 @@
-/* The middleware of the demo: tunes every transponder of its scan files, from threads of its own. */
+/* The middleware of the demo: tunes every transponder of its scan files, from threads of its own.
+ */
 #include <pthread.h>
 #include <stdatomic.h>
 #include <stdio.h>
@@ -99,11 +100,13 @@ static bool run(JOB_T* pt_job, const char* file) {
 }
 
 /* Tunes a file's transponders and shows them; adds to the sums, by outcome. */
-static int tune_file(const BOX_T* pt_box, const struct dvb_sat_lnb* pt_lnb, const char* file, int ai4_sum[4]) {
+static int tune_file(const BOX_T* pt_box, const struct dvb_sat_lnb* pt_lnb, const char* file,
+                     int ai4_sum[4]) {
     struct dvb_file* pt_file =
         access(file, R_OK) == 0 ? dvb_read_file_format(file, SYS_UNDEFINED, FILE_DVBV5) : NULL;
     int count = 0;
-    for (struct dvb_entry* e = pt_file != NULL ? pt_file->first_entry : NULL; e != NULL; e = e->next) {
+    for (struct dvb_entry* e = pt_file != NULL ? pt_file->first_entry : NULL; e != NULL;
+         e = e->next) {
         ++count;
     }
     if (count == 0) {
@@ -185,8 +188,10 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
         const int result = tune_file(pt_box, dvb_sat_get_lnb(index), files[i], ai4_sum);
         status = result > status ? result : status;
     }
-    printf("\n%d tuned, %d refused by the tuner, %d not expressible, %d arrived otherwise than asked\n",
-           ai4_sum[TUNED], ai4_sum[REFUSED], ai4_sum[NOT_EXPRESSIBLE], ai4_sum[DIFFERENT]);
+    printf(
+        "\n%d tuned, %d refused by the tuner, %d not expressible, %d arrived otherwise than "
+        "asked\n",
+        ai4_sum[TUNED], ai4_sum[REFUSED], ai4_sum[NOT_EXPRESSIBLE], ai4_sum[DIFFERENT]);
     fflush(stdout);
     return status;
 }

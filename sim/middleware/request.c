@@ -7,7 +7,8 @@
 
 #include "mw/frontend_values.h"
 
-bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, REQUEST_T* pt_request) {
+bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
+                        REQUEST_T* pt_request) {
     ENTRY_VALUES_T v;
     if (!entry_values(pt_entry, pt_lnb, &v)) {
         return false;
@@ -77,7 +78,8 @@ bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt
     return true;
 }
 
-void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, char* text, size_t size) {
+void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, char* text,
+                   size_t size) {
     ENTRY_VALUES_T v;
     if (!entry_values(pt_entry, pt_lnb, &v)) {
         snprintf(text, size, "%s", "");
@@ -86,19 +88,22 @@ void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
     switch (v.delsys) {
         case SYS_DVBS:
         case SYS_DVBS2:
-            snprintf(text, size,
-                     "DvbsFrontendSettings(frequency=%d000000, modulation=%d, codeRate=DvbsCodeRate("
-                     "innerFec=%" PRId64 ", isLinear=false, isShortFrames=false, bitsPer1000Symbol=0), "
-                     "symbolRate=%d000, rolloff=%d, pilot=%d, inputStreamId=%d, standard=%d, vcmMode=1, "
-                     "scanType=2, isDiseqcRxMessage=false, endFrequency=0)",
-                     v.frequency, v.modulation, v.fec, (v.symbol_rate + 500) / 1000, v.rolloff, v.pilot,
-                     v.stream_id, v.delsys == SYS_DVBS2 ? 4 : 2);
+            snprintf(
+                text, size,
+                "DvbsFrontendSettings(frequency=%d000000, modulation=%d, codeRate=DvbsCodeRate("
+                "innerFec=%" PRId64
+                ", isLinear=false, isShortFrames=false, bitsPer1000Symbol=0), "
+                "symbolRate=%d000, rolloff=%d, pilot=%d, inputStreamId=%d, standard=%d, vcmMode=1, "
+                "scanType=2, isDiseqcRxMessage=false, endFrequency=0)",
+                v.frequency, v.modulation, v.fec, (v.symbol_rate + 500) / 1000, v.rolloff, v.pilot,
+                v.stream_id, v.delsys == SYS_DVBS2 ? 4 : 2);
             break;
         case SYS_DVBC_ANNEX_A:
         case SYS_DVBC_ANNEX_B:
         case SYS_DVBC_ANNEX_C:
             snprintf(text, size,
-                     "DvbcFrontendSettings(frequency=%d, modulation=%d, fec=%" PRId64 ", symbolRate=%d, "
+                     "DvbcFrontendSettings(frequency=%d, modulation=%d, fec=%" PRId64
+                     ", symbolRate=%d, "
                      "outerFec=2, annex=%d, spectralInversion=%d, interleaveMode=0, bandwidth=0)",
                      v.frequency, v.modulation, v.fec, v.symbol_rate,
                      v.delsys == SYS_DVBC_ANNEX_B   ? 2
@@ -108,12 +113,14 @@ void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
             break;
         case SYS_DVBT:
         case SYS_DVBT2:
-            snprintf(text, size,
-                     "DvbtFrontendSettings(frequency=%d, transmissionMode=%d, bandwidth=%d, "
-                     "constellation=%d, hierarchy=%d, hpCodeRate=%d, lpCodeRate=%d, guardInterval=%d, "
-                     "isHighPriority=true, standard=%d, isMiso=false, plpMode=%d, plpId=%d, plpGroupId=0)",
-                     v.frequency, v.mode, v.bandwidth, v.modulation, v.hierarchy, v.hp_rate, v.lp_rate,
-                     v.guard, v.delsys == SYS_DVBT2 ? 4 : 2, v.delsys == SYS_DVBT2 ? 2 : 1, v.stream_id);
+            snprintf(
+                text, size,
+                "DvbtFrontendSettings(frequency=%d, transmissionMode=%d, bandwidth=%d, "
+                "constellation=%d, hierarchy=%d, hpCodeRate=%d, lpCodeRate=%d, guardInterval=%d, "
+                "isHighPriority=true, standard=%d, isMiso=false, plpMode=%d, plpId=%d, "
+                "plpGroupId=0)",
+                v.frequency, v.mode, v.bandwidth, v.modulation, v.hierarchy, v.hp_rate, v.lp_rate,
+                v.guard, v.delsys == SYS_DVBT2 ? 4 : 2, v.delsys == SYS_DVBT2 ? 2 : 1, v.stream_id);
             break;
         case SYS_ISDBT:
             snprintf(text, size,

@@ -16,12 +16,15 @@ typedef struct {
 } REQUEST_T;
 
 /* Fills the request of an entry. False when the library has no delivery system for it. */
-bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, REQUEST_T* pt_request);
+bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
+                        REQUEST_T* pt_request);
 
 /*
- * What Java must receive for an entry: the text of the platform's settings object, made from the entry alone.
+ * What Java must receive for an entry: the text of the platform's settings object, made from the
+ * entry alone.
  */
-void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, char* text, size_t size);
+void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, char* text,
+                   size_t size);
 
 /* "DVBS2 11362 MHz" */
 void entry_name(struct dvb_entry* pt_entry, char* text, size_t size);
@@ -45,7 +48,9 @@ typedef struct {
     int32_t guard;
 } ENTRY_VALUES_T;
 
-/* False when the delivery system is none of the library's, or a satellite is out of the LNB's reach. */
-bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, ENTRY_VALUES_T* pt_values);
+/* False when the delivery system is none of the library's, or a satellite is out of the LNB's
+ * reach. */
+bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
+                  ENTRY_VALUES_T* pt_values);
 
 #endif /* SIM_REQUEST_H */

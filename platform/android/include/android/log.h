@@ -15,8 +15,8 @@ enum {
     ANDROID_LOG_FATAL = 7
 };
 
-// Writes one line in logcat's brief form, "D/TAG     ( 1234): message". Any thread and a signal handler may call
-// it: it allocates nothing.
+// Writes one line in logcat's brief form, "D/TAG     ( 1234): message". Any thread and a signal
+// handler may call it: it allocates nothing.
 int __android_log_print(int prio, const char* tag, const char* fmt, ...)
     __attribute__((format(printf, 3, 4), visibility("default")));
 

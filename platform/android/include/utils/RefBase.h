@@ -1,5 +1,5 @@
-// The platform's reference counting: android::RefBase and the strong pointer android::sp. Weak references are
-// not needed by anybody here and do not exist.
+// The platform's reference counting: android::RefBase and the strong pointer android::sp. Weak
+// references are not needed by anybody here and do not exist.
 #ifndef ANDROID_REF_BASE_H
 #define ANDROID_REF_BASE_H
 

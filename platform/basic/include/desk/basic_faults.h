@@ -22,8 +22,9 @@ typedef enum {
 } desk_service_t;
 
 /*
- * The nth call of the service from now on (1: the next), on whichever thread, returns code (x_mem_alloc: null),
- * once. A failing handle_free, x_sema_unlock or x_sema_delete does its work all the same; any other does nothing.
+ * The nth call of the service from now on (1: the next), on whichever thread, returns code
+ * (x_mem_alloc: null), once. A failing handle_free, x_sema_unlock or x_sema_delete does its work
+ * all the same; any other does nothing.
  */
 void desk_fail_call(desk_service_t service, unsigned nth, int32_t code);
 void desk_fail_none(void);

@@ -1,5 +1,5 @@
-// The calling thread's Java environment on the filter side, where a thread that cannot be attached or detached
-// ends the process.
+// The calling thread's Java environment on the filter side, where a thread that cannot be attached
+// or detached ends the process.
 
 #ifndef FILTER_ENV_H
 #define FILTER_ENV_H
@@ -8,7 +8,8 @@
 
 namespace android {
 
-// Lives on the stack of one operation; attaches the thread when it is not attached, and then detaches it.
+// Lives on the stack of one operation; attaches the thread when it is not attached, and then
+// detaches it.
 class FilterEnv {
   public:
     // The texts of the two checks that must never fail; null for a failure that is borne.

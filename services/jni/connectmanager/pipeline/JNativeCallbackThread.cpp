@@ -18,9 +18,8 @@ int JNativeCallbackThread::createThread() {
         FILTER_LOG(" Attached already.");
     }
     JNIEnv* env = scope.env();
-    ScopedLocalRef<jobject> object(
-        env, gCallbackThreadFields.constructorId.newObject(
-                 env, gCallbackThreadFields.callbackThreadClazz));
+    ScopedLocalRef<jobject> object(env, gCallbackThreadFields.constructorId.newObject(
+                                            env, gCallbackThreadFields.callbackThreadClazz));
     if (object.get() != nullptr) {
         mObject = env->NewGlobalRef(object.get());
     }

@@ -1,4 +1,5 @@
-// The native peer of one Java callback-thread object, which the middleware names when it opens a filter.
+// The native peer of one Java callback-thread object, which the middleware names when it opens a
+// filter.
 
 #ifndef J_NATIVE_CALLBACK_THREAD_H
 #define J_NATIVE_CALLBACK_THREAD_H

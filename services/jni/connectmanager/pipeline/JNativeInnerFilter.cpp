@@ -65,10 +65,11 @@ JNativeInnerFilter::~JNativeInnerFilter() {
 
 int JNativeInnerFilter::nativeOpen(int64_t pipeline_instance, int mainType, int subType,
                                    int64_t buffersize, jobject callbackThread) {
-    FILTER_LOG(" nativeOpen filter pipeline_instance: 0x%llx mainType %d subType %d buffersize "
-               "0x%llx.\n",
-               static_cast<unsigned long long>(pipeline_instance), mainType, subType,
-               static_cast<unsigned long long>(buffersize));
+    FILTER_LOG(
+        " nativeOpen filter pipeline_instance: 0x%llx mainType %d subType %d buffersize "
+        "0x%llx.\n",
+        static_cast<unsigned long long>(pipeline_instance), mainType, subType,
+        static_cast<unsigned long long>(buffersize));
     jobject pipeline = reinterpret_cast<jobject>(static_cast<uintptr_t>(pipeline_instance));
     if (pipeline == nullptr) {
         FILTER_LOG(" nativeOpen, pipeline_instance object is null.\n");

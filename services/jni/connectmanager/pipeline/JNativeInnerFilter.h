@@ -10,18 +10,20 @@
 
 namespace android {
 
-// Always held by sp, and by its handle while the filter is open. It knows nothing of handles and semaphores
-// beyond storing what open gives it: its callers hold the filter's semaphore, so that one thread at a time uses
-// it. Only the event record is read without, through the pointer that an event hands out, and it does not
-// change after open.
+// Always held by sp, and by its handle while the filter is open. It knows nothing of handles and
+// semaphores beyond storing what open gives it: its callers hold the filter's semaphore, so that
+// one thread at a time uses it. Only the event record is read without, through the pointer that an
+// event hands out, and it does not change after open.
 //
-// A failure to attach the thread is fatal. Exceptions of Java methods are left alone, but for the constructor's.
+// A failure to attach the thread is fatal. Exceptions of Java methods are left alone, but for the
+// constructor's.
 class JNativeInnerFilter : public RefBase {
   public:
     JNativeInnerFilter();
 
-    // Makes the read buffer and the Java filter and opens it. pipeline_instance is the JNI reference of the
-    // PipelineHandler; callbackThread may be null. Returns the Java result, 1 without a pipeline, or -1.
+    // Makes the read buffer and the Java filter and opens it. pipeline_instance is the JNI
+    // reference of the PipelineHandler; callbackThread may be null. Returns the Java result, 1
+    // without a pipeline, or -1.
     int nativeOpen(int64_t pipeline_instance, int mainType, int subType, int64_t buffersize,
                    jobject callbackThread);
     void nativeClose();

@@ -23,7 +23,8 @@ JNativeInnerFrontend::JNativeInnerFrontend(unsigned int h_pipeline) {
     if (env == nullptr) {
         return;
     }
-    // The handle holds a weak reference: its object may be collected at any moment until it is held.
+    // The handle holds a weak reference: its object may be collected at any moment until it is
+    // held.
     ScopedLocalRef<jobject> handler(env, env->NewLocalRef(static_cast<jobject>(pipeline)));
     if (env->IsSameObject(handler.get(), nullptr)) {
         LOG_ERROR("JNativeInnerFrontend, pipeline maybe already release.");
@@ -102,7 +103,8 @@ int JNativeInnerFrontend::scan(MW_FESETTING_T* pt_fesettings, int scan_type) {
 
 int JNativeInnerFrontend::cancelTuning() {
     LOG_DEBUG("cancelTuning, here...");
-    return withJava(-1, [this](JNIEnv* env) { return callJava(env, gFields.onCancelTuningId, -1); });
+    return withJava(-1,
+                    [this](JNIEnv* env) { return callJava(env, gFields.onCancelTuningId, -1); });
 }
 
 int JNativeInnerFrontend::cancelScanning() {

@@ -12,13 +12,14 @@
 
 namespace android {
 
-// Always held by sp. The constructor makes the Java object and opens it, the destructor closes it; a peer whose
-// construction stopped early has no Java object for good, and its operations fail without calling Java.
+// Always held by sp. The constructor makes the Java object and opens it, the destructor closes it;
+// a peer whose construction stopped early has no Java object for good, and its operations fail
+// without calling Java.
 //
-// Any thread may call any operation, several at once: nothing changes after construction. Each opens a
-// JniEnvOption scope, leaves no local reference and no Java exception behind, and returns the Java method's
-// int, or its failure value when there is no environment, no Java object, or an exception: -1, for the LNB
-// getters 0.
+// Any thread may call any operation, several at once: nothing changes after construction. Each
+// opens a JniEnvOption scope, leaves no local reference and no Java exception behind, and returns
+// the Java method's int, or its failure value when there is no environment, no Java object, or an
+// exception: -1, for the LNB getters 0.
 class JNativeInnerFrontend : public RefBase {
   public:
     explicit JNativeInnerFrontend(unsigned int h_pipeline);
@@ -49,10 +50,12 @@ class JNativeInnerFrontend : public RefBase {
     ~JNativeInnerFrontend() override;
 
   private:
-    // The platform's settings object for a request: a local reference, or null (logged), nothing pending.
+    // The platform's settings object for a request: a local reference, or null (logged), nothing
+    // pending.
     jobject transMW2FrontendSettings(JNIEnv* env, const MW_FESETTING_T* pt_fesettings) const;
 
-    // Runs operation(env) in an environment scope; failure when there is no Java object or no environment.
+    // Runs operation(env) in an environment scope; failure when there is no Java object or no
+    // environment.
     template <typename Operation>
     int withJava(int failure, const Operation& operation) const {
         if (mObject == nullptr) {

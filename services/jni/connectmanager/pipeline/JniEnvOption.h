@@ -7,9 +7,10 @@
 
 namespace android {
 
-// Lives on the stack of one operation. A thread that the virtual machine has never seen is attached by the
-// scope and detached at its end; an attached one, also by an enclosing scope, is used and left as it is.
-// Without an environment the operation makes no JNI call and returns its failure value.
+// Lives on the stack of one operation. A thread that the virtual machine has never seen is attached
+// by the scope and detached at its end; an attached one, also by an enclosing scope, is used and
+// left as it is. Without an environment the operation makes no JNI call and returns its failure
+// value.
 class JniEnvOption {
   public:
     JniEnvOption();
@@ -25,8 +26,8 @@ class JniEnvOption {
     JNIEnv* mEnv = nullptr;
 };
 
-// Attaches the calling thread; the result is AttachCurrentThread's, *env null or the environment. On a device
-// that function takes a JNIEnv**, on a desk a void**.
+// Attaches the calling thread; the result is AttachCurrentThread's, *env null or the environment.
+// On a device that function takes a JNIEnv**, on a desk a void**.
 jint attachCurrentThread(JavaVM* vm, JNIEnv** env);
 
 }  // namespace android

@@ -1,11 +1,11 @@
-// The section filter bridge: the functions that the middleware calls, the events that Java reports, and the
-// registration of what the Java side calls and is called by.
+// The section filter bridge: the functions that the middleware calls, the events that Java reports,
+// and the registration of what the Java side calls and is called by.
 
 #include <jni.h>
 
 #include <atomic>
-#include <iterator>
 #include <cstdint>
+#include <iterator>
 
 #include "mw/basic_services.h"
 #include "mw/filter.h"
@@ -28,7 +28,9 @@ namespace {
 std::atomic<flt_section_nfy_fct> gSectionEventCallback;
 std::atomic<flt_status_nfy_fct> gFilterStatusCallback;
 
-unsigned long long shown(int64_t instance) { return static_cast<unsigned long long>(instance); }
+unsigned long long shown(int64_t instance) {
+    return static_cast<unsigned long long>(instance);
+}
 
 // The free callbacks. They release nothing: who frees a handle releases what was behind it.
 
@@ -51,7 +53,8 @@ uint8_t _native_filter_callback_thread_handle_free(uint32_t, uint16_t e_type, vo
     return 1;
 }
 
-// --- Open -----------------------------------------------------------------------------------------------
+// --- Open
+// -----------------------------------------------------------------------------------------------
 
 // What an open has made so far, and gives back when it fails.
 struct OpeningFilter {
@@ -59,8 +62,9 @@ struct OpeningFilter {
     FLT_INST_T* ptFltInst = nullptr;
     uint32_t hfilter = 0;
 
-    // The handle first: from then on nobody finds the record. The semaphore last: a thread that waits for it
-    // wakes up when it is released, finds the handle gone, and is let out before the semaphore is deleted.
+    // The handle first: from then on nobody finds the record. The semaphore last: a thread that
+    // waits for it wakes up when it is released, finds the handle gone, and is let out before the
+    // semaphore is deleted.
     void undo() {
         if (hfilter != 0) {
             freeFilterHandle(hfilter);
@@ -84,7 +88,8 @@ jobject callbackThreadObject(uint32_t hthread) {
     return sp<JNativeCallbackThread>(static_cast<JNativeCallbackThread*>(object))->object();
 }
 
-// Makes handle and peer known to each other and opens the Java filter; false when one of the steps failed.
+// Makes handle and peer known to each other and opens the Java filter; false when one of the steps
+// failed.
 bool openPeer(OpeningFilter* opening, JNativeInnerFilter* filter, uint32_t h_pipeline, int mainType,
               int subType, int64_t buffersize, const FLT_EVT_CB_T* pt_evt, void* pv_tag) {
     static constexpr char kFunction[] = "x_velmora_filter_open";
@@ -122,7 +127,8 @@ bool openPeer(OpeningFilter* opening, JNativeInnerFilter* filter, uint32_t h_pip
     return true;
 }
 
-// --- Operations -------------------------------------------------------------------------------------------
+// --- Operations
+// -------------------------------------------------------------------------------------------
 
 struct FilterOperation {
     FilterAccessMessages access;
@@ -173,7 +179,8 @@ constexpr FilterOperation kSetSectionConfig = {
     "<%s:%4d> setSectionConfig fail: %d, instance: 0x%llx.",
     "<%s:%4d> hfilter[0x%x] jret %d !\n"};
 
-// --- Events -----------------------------------------------------------------------------------------------
+// --- Events
+// -----------------------------------------------------------------------------------------------
 
 struct FilterEvent {
     FilterAccessMessages access;
@@ -196,7 +203,8 @@ constexpr FilterEvent kStatusEvent = {
      "<%s:%4d>  handle: 0x%x invalid,drop this callback,normal case.", false},
     "<%s:%4d>  filter status change notify is null."};
 
-// Calls deliver(function, handle, event record, tag) for a live filter, with nothing locked, but the peer held.
+// Calls deliver(function, handle, event record, tag) for a live filter, with nothing locked, but
+// the peer held.
 template <typename Function, typename Deliver>
 void notify(const FilterEvent& event, const std::atomic<Function>& slot, jint handle,
             const Deliver& deliver) {
@@ -216,8 +224,8 @@ void notify(const FilterEvent& event, const std::atomic<Function>& slot, jint ha
     deliver(function, hfilter, filter->nativeGetFilterEvt(), pv_tag);
 }
 
-void com_halvorin_tv_velmora_filter_section_event(JNIEnv*, jobject, jint handle, jint arg0, jint arg1,
-                                                  jint arg2, jint arg3) {
+void com_halvorin_tv_velmora_filter_section_event(JNIEnv*, jobject, jint handle, jint arg0,
+                                                  jint arg1, jint arg2, jint arg3) {
     FLT_EVT_DATA_T data = {{arg0, arg1, arg2, arg3}, FLT_EVT_KIND_SECTION};
     notify(kSectionEvent, gSectionEventCallback, handle,
            [&](flt_section_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
@@ -243,7 +251,8 @@ void com_halvorin_tv_velmora_filter_status_change(JNIEnv*, jobject, jint handle,
 const JNINativeMethod kFilterNatives[] = {
     NATIVE_METHOD("nativeFilterSectionEvent", "(IIIII)V",
                   com_halvorin_tv_velmora_filter_section_event),
-    NATIVE_METHOD("nativeFilterRestartEvent", "(II)V", com_halvorin_tv_velmora_filter_restart_event),
+    NATIVE_METHOD("nativeFilterRestartEvent", "(II)V",
+                  com_halvorin_tv_velmora_filter_restart_event),
     NATIVE_METHOD("nativeFilterStatusChanged", "(II)V",
                   com_halvorin_tv_velmora_filter_status_change),
 };
@@ -316,7 +325,8 @@ PIPELINE_EXPORT int x_velmora_filter_close(uint32_t hfilter) {
 }
 
 PIPELINE_EXPORT int x_velmora_filter_start(uint32_t hfilter) {
-    return operate(kStart, hfilter, [](JNativeInnerFilter& filter) { return filter.nativeStart(); });
+    return operate(kStart, hfilter,
+                   [](JNativeInnerFilter& filter) { return filter.nativeStart(); });
 }
 
 PIPELINE_EXPORT int x_velmora_filter_stop(uint32_t hfilter) {
@@ -324,7 +334,8 @@ PIPELINE_EXPORT int x_velmora_filter_stop(uint32_t hfilter) {
 }
 
 PIPELINE_EXPORT int x_velmora_filter_flush(uint32_t hfilter) {
-    return operate(kFlush, hfilter, [](JNativeInnerFilter& filter) { return filter.nativeFlush(); });
+    return operate(kFlush, hfilter,
+                   [](JNativeInnerFilter& filter) { return filter.nativeFlush(); });
 }
 
 PIPELINE_EXPORT int x_velmora_filter_read(uint32_t hfilter, int8_t* buffer, int64_t position,
@@ -375,9 +386,8 @@ PIPELINE_EXPORT int x_velmora_filter_create_callback_thread(uint32_t* ph_thread)
     }
     uint32_t hthread = 0;
     thread->incStrong(thread.get());
-    const int32_t i4_rc =
-        handle_alloc(HT_FILTER_CALLBACK_THREAD, thread.get(), nullptr,
-                     _native_filter_callback_thread_handle_free, &hthread);
+    const int32_t i4_rc = handle_alloc(HT_FILTER_CALLBACK_THREAD, thread.get(), nullptr,
+                                       _native_filter_callback_thread_handle_free, &hthread);
     if (i4_rc != 0) {
         FILTER_LOG("  handle alloc fail: %d\n", i4_rc);
         thread->decStrong(thread.get());
@@ -389,7 +399,8 @@ PIPELINE_EXPORT int x_velmora_filter_create_callback_thread(uint32_t* ph_thread)
 PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
     sp<JNativeCallbackThread> thread;
     {
-        // Two deletes at once: the first frees the handle, and with it the reference that the handle owned.
+        // Two deletes at once: the first frees the handle, and with it the reference that the
+        // handle owned.
         static std::mutex deletion;
         const std::lock_guard<std::mutex> lock(deletion);
         uint16_t type = 0;
@@ -409,9 +420,8 @@ PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
 PIPELINE_EXPORT int addInnerFilterReference(int64_t instance) {
     const sp<JNativeInnerFilter> filter = peerOf(instance);
     if (filter.get() == nullptr && instance != 0) {
-        FILTER_LOG(
-            " addInnerFilterReferencefailed, filter.get: 0x%llx, instance: 0x%llx,failed.\n",
-            shown(static_cast<int64_t>(static_cast<uintptr_t>(instance))), shown(instance));
+        FILTER_LOG(" addInnerFilterReferencefailed, filter.get: 0x%llx, instance: 0x%llx,failed.\n",
+                   shown(static_cast<int64_t>(static_cast<uintptr_t>(instance))), shown(instance));
         return -1;
     }
     if (filter.get() != nullptr) {
@@ -424,9 +434,8 @@ PIPELINE_EXPORT int addInnerFilterReference(int64_t instance) {
 PIPELINE_EXPORT int subInnerFilterReference(int64_t instance) {
     const sp<JNativeInnerFilter> filter = peerOf(instance);
     if (filter.get() == nullptr && instance != 0) {
-        FILTER_LOG(
-            " subInnerFilterReferencefailed, filter.get: 0x%llx, instance: 0x%llx,failed.\n",
-            shown(static_cast<int64_t>(static_cast<uintptr_t>(instance))), shown(instance));
+        FILTER_LOG(" subInnerFilterReferencefailed, filter.get: 0x%llx, instance: 0x%llx,failed.\n",
+                   shown(static_cast<int64_t>(static_cast<uintptr_t>(instance))), shown(instance));
         return -1;
     }
     if (filter.get() != nullptr) {
@@ -480,7 +489,8 @@ static void com_halvorin_tv_velmora_filter_callback_thread_native_init(JNIEnv* e
 
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFilter(JNIEnv* env) {
     if (registerNativeMethods(
-            env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFilterCallback",
+            env,
+            "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFilterCallback",
             kFilterNatives, std::size(kFilterNatives)) != 0) {
         FILTER_LOG(" Failed to register data source filter native methods");
         return 0;

@@ -1,5 +1,5 @@
-// The tuner frontend bridge: the registry of frontends, the functions that the middleware calls, and the
-// registration of what the Java side calls and is called by.
+// The tuner frontend bridge: the registry of frontends, the functions that the middleware calls,
+// and the registration of what the Java side calls and is called by.
 
 #include <jni.h>
 #include <utils/RefBase.h>
@@ -24,8 +24,8 @@ FrontendFields gFields;
 
 namespace {
 
-// Guards the map, and only the map: never held while a peer's operation or destructor runs, which call Java,
-// and Java may call back. Declared first: it is there as long as the map.
+// Guards the map, and only the map: never held while a peer's operation or destructor runs, which
+// call Java, and Java may call back. Declared first: it is there as long as the map.
 std::mutex gFrontendMutex;
 FrontendMap gFrontendMap;
 

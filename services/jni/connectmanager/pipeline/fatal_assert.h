@@ -5,7 +5,8 @@
 
 #include <android/log.h>
 
-// What a fatal assertion reports besides its condition: the tag and the path of the bridge's source.
+// What a fatal assertion reports besides its condition: the tag and the path of the bridge's
+// source.
 struct FatalSite {
     const char* tag;
     const char* sourcePath;

@@ -11,12 +11,14 @@ std::mutex gFilterHandleMutex;
 
 namespace {
 
-// A filter's handle is visible while its open still runs, and when that open fails, it frees handle and record
-// at a moment when another thread may be reading the record or waiting for the semaphore. That thread holds
-// gFilterHandleMutex, so open cannot take it. Instead:
-// - gRecordMutex is held from a lookup until the record has been read, and while a handle is freed. A leaf: no
+// A filter's handle is visible while its open still runs, and when that open fails, it frees handle
+// and record at a moment when another thread may be reading the record or waiting for the
+// semaphore. That thread holds gFilterHandleMutex, so open cannot take it. Instead:
+// - gRecordMutex is held from a lookup until the record has been read, and while a handle is freed.
+// A leaf: no
 //   semaphore is waited for under it.
-// - The one waiter is known. Freeing its handle marks it, so that it gives the semaphore it gets straight back;
+// - The one waiter is known. Freeing its handle marks it, so that it gives the semaphore it gets
+// straight back;
 //   open deletes the semaphore only when the waiter is gone, so nobody ever uses a deleted one.
 std::mutex gRecordMutex;
 pthread_cond_t gWaiterGone = PTHREAD_COND_INITIALIZER;  // has no destructor that could wait at exit
@@ -47,7 +49,8 @@ bool readRecord(uint32_t hfilter, FilterLookup* filter, HandleResult* result) {
     return true;
 }
 
-// The second lookup, with the semaphore held: the handle must still name the filter of that semaphore.
+// The second lookup, with the semaphore held: the handle must still name the filter of that
+// semaphore.
 bool _native_filter_handle2instance(const char* function, uint32_t hfilter, uint32_t h_sema,
                                     int64_t* instance) {
     FilterLookup filter = {};
@@ -59,8 +62,8 @@ bool _native_filter_handle2instance(const char* function, uint32_t hfilter, uint
     }
     if (!found) {
         FILTER_LOG_AS(function,
-                      " _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.", hfilter,
-                      result.type, result.code);
+                      " _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.",
+                      hfilter, result.type, result.code);
         return false;
     }
     *instance = filter.instance;

@@ -1,7 +1,8 @@
-// Filter handles: how a middleware handle becomes a peer, and how access to one filter is serialised.
+// Filter handles: how a middleware handle becomes a peer, and how access to one filter is
+// serialised.
 //
-// Lock order: gFilterHandleMutex, then a filter's semaphore. Whoever waits for a semaphore in order to work on
-// its filter holds the mutex meanwhile, so at any moment at most one thread waits.
+// Lock order: gFilterHandleMutex, then a filter's semaphore. Whoever waits for a semaphore in order
+// to work on its filter holds the mutex meanwhile, so at any moment at most one thread waits.
 
 #ifndef FILTER_HANDLES_H
 #define FILTER_HANDLES_H
@@ -28,9 +29,9 @@ struct FilterLookup {
     int64_t instance;
 };
 
-// Looks a handle up and takes its semaphore, with gFilterHandleMutex held by the caller. Returns 0 with the
-// semaphore held; -1 (logged under the function's name), nothing held, when the handle names no live filter,
-// the semaphore cannot be taken, or the filter's open failed meanwhile.
+// Looks a handle up and takes its semaphore, with gFilterHandleMutex held by the caller. Returns 0
+// with the semaphore held; -1 (logged under the function's name), nothing held, when the handle
+// names no live filter, the semaphore cannot be taken, or the filter's open failed meanwhile.
 int lockFilterSemaphore(const char* function, uint32_t hfilter, FilterLookup* filter);
 
 // As above, taking the mutex for the lookup and the wait. ph_sema may be null.
@@ -42,8 +43,8 @@ void x_filter_unlock(uint32_t h_sema);
 // Frees the handle: from here on every lookup of it fails, and no thread reads its record any more.
 void freeFilterHandle(uint32_t hfilter);
 
-// For a failed open, after the semaphore's release: waits until the thread that waited for it, if there was
-// one, has noticed that the handle is gone and let the semaphore go.
+// For a failed open, after the semaphore's release: waits until the thread that waited for it, if
+// there was one, has noticed that the handle is gone and let the semaphore go.
 void awaitFilterWaiter(uint32_t h_sema);
 
 // The peer at an instance: null when the value is no address, and then nothing is dereferenced.
@@ -57,8 +58,8 @@ struct FilterAccessMessages {
     bool lookupShowsInstance;  // lookup takes the 64-bit instance, not the handle
 };
 
-// One access to a live filter. Holds the filter's semaphore until release() or its end, and the peer until its
-// end: the peer may be destroyed there, with no lock held.
+// One access to a live filter. Holds the filter's semaphore until release() or its end, and the
+// peer until its end: the peer may be destroyed there, with no lock held.
 class FilterAccess {
   public:
     FilterAccess(const FilterAccessMessages& messages, uint32_t hfilter);

@@ -1,5 +1,5 @@
-// What the filter bridge knows of Java, and how it logs. The tables are filled once while the library loads, and
-// only read afterwards.
+// What the filter bridge knows of Java, and how it logs. The tables are filled once while the
+// library loads, and only read afterwards.
 
 #ifndef FILTER_JAVA_H
 #define FILTER_JAVA_H
@@ -18,13 +18,13 @@ constexpr FatalSite kFilterSite = {
     "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp"};
 
 // An INFO line that begins with the name of the function that logs and the source line.
-#define FILTER_LOG_AS(function, format, ...)                                               \
+#define FILTER_LOG_AS(function, format, ...)                                                   \
     HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, "<%s:%4d>" format, function, __LINE__, \
                  ##__VA_ARGS__)
 #define FILTER_LOG(...) FILTER_LOG_AS(__func__, __VA_ARGS__)
 
 // The same for a whole format, "<%s:%4d>" included, that a table holds.
-#define LOG_FILTER_FORMAT(format, function, ...)                                            \
+#define LOG_FILTER_FORMAT(format, function, ...) \
     HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, format, function, __LINE__, ##__VA_ARGS__)
 
 namespace android {

@@ -43,7 +43,9 @@ struct Elements;
 template <>
 struct Elements<jintArray> {
     using Type = jint;
-    static jint* get(JNIEnv* env, jintArray array) { return env->GetIntArrayElements(array, nullptr); }
+    static jint* get(JNIEnv* env, jintArray array) {
+        return env->GetIntArrayElements(array, nullptr);
+    }
     static void release(JNIEnv* env, jintArray array, jint* elements) {
         env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
     }
@@ -60,9 +62,9 @@ struct Elements<jbyteArray> {
     }
 };
 
-// Calls deliver(elements, count, real length), with a count that never exceeds the elements. Returns 0; -1,
-// nothing delivered and nothing pending, for a null array, a negative length, an empty array with a positive
-// length, and elements that cannot be had.
+// Calls deliver(elements, count, real length), with a count that never exceeds the elements.
+// Returns 0; -1, nothing delivered and nothing pending, for a null array, a negative length, an
+// empty array with a positive length, and elements that cannot be had.
 template <typename Array, typename Deliver>
 jint withElements(JNIEnv* env, Array array, jint length, const Deliver& deliver) {
     if (array == nullptr || length < 0) {
@@ -117,9 +119,10 @@ jint scanEvent(const char* function, const ScanValueEvent& event, jint pipeline,
 
 struct ScanListEvent {
     const std::atomic<fe_scan_list_nfy_fct>& slot;
-    const char* nullName;     // of the callback
+    const char* nullName;  // of the callback
     const char* arrayName;
-    const char* elementName;  // of element 0 in the line before the callback; null: not logged, nor the length
+    const char* elementName;  // of element 0 in the line before the callback; null: not logged, nor
+                              // the length
 };
 
 jint scanEvent(const char* function, const ScanListEvent& event, JNIEnv* env, jint pipeline,
@@ -136,7 +139,8 @@ jint scanEvent(const char* function, const ScanListEvent& event, JNIEnv* env, ji
     }
     // A list without a value is none.
     const jint result = withElements(
-        env, length == 0 ? nullptr : values, length, [&](const jint* elements, jint count, jint real) {
+        env, length == 0 ? nullptr : values, length,
+        [&](const jint* elements, jint count, jint real) {
             if (event.elementName != nullptr) {
                 LOG_INFO("%s, callback: %p, handle: 0x%x, %s = %d, length:%d.", function,
                          address(callback), pipeline, event.elementName, elements[0], real);
@@ -151,7 +155,8 @@ jint scanEvent(const char* function, const ScanListEvent& event, JNIEnv* env, ji
     return result;
 }
 
-// The natives. They run on the Java thread that calls them, and their names begin every line that they log.
+// The natives. They run on the Java thread that calls them, and their names begin every line that
+// they log.
 
 jint com_halvorin_tv_velmora_scan_callback_locked(JNIEnv*, jobject, jint pipeline) {
     return scanEvent(__func__, gScanCallback.pf_locked_nfy, "locked", pipeline);
@@ -184,7 +189,8 @@ jint com_halvorin_tv_velmora_scan_callback_symbol_rates(JNIEnv* env, jobject, ji
 
 jint com_halvorin_tv_velmora_scan_callback_plpids(JNIEnv* env, jobject, jint pipeline,
                                                   jintArray values, jint length) {
-    static constexpr ScanListEvent kEvent = {gScanCallback.pf_plp_id_nfy, "plp id", "plpid", nullptr};
+    static constexpr ScanListEvent kEvent = {gScanCallback.pf_plp_id_nfy, "plp id", "plpid",
+                                             nullptr};
     return scanEvent(__func__, kEvent, env, pipeline, values, length);
 }
 
@@ -266,22 +272,24 @@ const JNINativeMethod kScanNatives[] = {
     NATIVE_METHOD("notifyScanOnLocked", "(I)I", com_halvorin_tv_velmora_scan_callback_locked),
     NATIVE_METHOD("notifyScanOnScanStopped", "(I)I", com_halvorin_tv_velmora_scan_callback_stopped),
     NATIVE_METHOD("notifyScanOnProgress", "(II)I",
-                 com_halvorin_tv_velmora_scan_callback_on_progress),
+                  com_halvorin_tv_velmora_scan_callback_on_progress),
     NATIVE_METHOD("notifyScanOnFrequenciesReport", "(I[II)I",
-                 com_halvorin_tv_velmora_scan_callback_on_freq_reported),
+                  com_halvorin_tv_velmora_scan_callback_on_freq_reported),
     NATIVE_METHOD("notifyScanOnSymbolRates", "(I[II)I",
-                 com_halvorin_tv_velmora_scan_callback_symbol_rates),
+                  com_halvorin_tv_velmora_scan_callback_symbol_rates),
     NATIVE_METHOD("notifyScanOnPlpIds", "(I[II)I", com_halvorin_tv_velmora_scan_callback_plpids),
-    NATIVE_METHOD("notifyScanOnGroupIds", "(I[II)I", com_halvorin_tv_velmora_scan_callback_groupids),
+    NATIVE_METHOD("notifyScanOnGroupIds", "(I[II)I",
+                  com_halvorin_tv_velmora_scan_callback_groupids),
     NATIVE_METHOD("notifyScanOnInputStreamIds", "(I[II)I",
-                 com_halvorin_tv_velmora_scan_callback_input_stream_id),
+                  com_halvorin_tv_velmora_scan_callback_input_stream_id),
     NATIVE_METHOD("notifyScanOnDvbsStandard", "(II)I",
-                 com_halvorin_tv_velmora_scan_callback_dvbs_standard),
+                  com_halvorin_tv_velmora_scan_callback_dvbs_standard),
     NATIVE_METHOD("notifyScanOnDvbtStandard", "(II)I",
-                 com_halvorin_tv_velmora_scan_callback_dvbt_standard),
-    NATIVE_METHOD("notifyScanOnHierarchy", "(II)I", com_halvorin_tv_velmora_scan_callback_hierarchy),
+                  com_halvorin_tv_velmora_scan_callback_dvbt_standard),
+    NATIVE_METHOD("notifyScanOnHierarchy", "(II)I",
+                  com_halvorin_tv_velmora_scan_callback_hierarchy),
     NATIVE_METHOD("notifyScanOnSignalType", "(II)I",
-                 com_halvorin_tv_velmora_scan_callback_signal_type),
+                  com_halvorin_tv_velmora_scan_callback_signal_type),
 };
 
 const JNINativeMethod kLnbNatives[] = {
@@ -293,8 +301,7 @@ const JNINativeMethod kLnbNatives[] = {
 
 int registerFrontendEventNatives(JNIEnv* env) {
     if (registerNativeMethods(
-            env,
-            "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerScanCallback",
+            env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerScanCallback",
             kScanNatives, std::size(kScanNatives)) != 0) {
         LOG_ERROR("Failed to register resource scan callback native methods");
         return -1;
@@ -326,6 +333,10 @@ void setScanCallbacks(const FE_SCAN_CB_T& callbacks) {
     LOG_INFO("[progress][ds]: %p", address(callbacks.pf_progress_nfy));
 }
 
-void setLnbCallback(fe_lnb_nfy_fct callback) { gLnbNotifyFct = callback; }
+void setLnbCallback(fe_lnb_nfy_fct callback) {
+    gLnbNotifyFct = callback;
+}
 
-void setDiseqcCallback(fe_lnb_diseqc_nfy_fct callback) { gLnbOnDiseqcMessageFct = callback; }
+void setDiseqcCallback(fe_lnb_diseqc_nfy_fct callback) {
+    gLnbOnDiseqcMessageFct = callback;
+}

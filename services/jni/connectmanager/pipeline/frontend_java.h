@@ -1,5 +1,5 @@
-// What the frontend bridge knows of Java: the classes and methods that it calls. Filled once while the library
-// loads, and only read afterwards.
+// What the frontend bridge knows of Java: the classes and methods that it calls. Filled once while
+// the library loads, and only read afterwards.
 
 #ifndef FRONTEND_JAVA_H
 #define FRONTEND_JAVA_H

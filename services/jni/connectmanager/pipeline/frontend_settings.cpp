@@ -1,4 +1,5 @@
-// Settings: the middleware's record as a platform settings object, and the settings in force read back.
+// Settings: the middleware's record as a platform settings object, and the settings in force read
+// back.
 
 #include <nativehelper/ScopedLocalRef.h>
 
@@ -27,8 +28,8 @@ struct ConfigFields {
     JavaConstructor<jint, jint, jint, jint, jint, jint, jint> dtmbConstructorID;
     JavaMethod<jint()> dtmbGetBandwidthID;
     jclass dvbtClazz;
-    JavaConstructor<jint, jint, jint, jint, jint, jint, jint, jint, jboolean, jint, jboolean, jint, jint,
-                    jint>
+    JavaConstructor<jint, jint, jint, jint, jint, jint, jint, jint, jboolean, jint, jboolean, jint,
+                    jint, jint>
         dvbtConstructorID;
     JavaMethod<jint()> dvbtGetStandardID;
     JavaMethod<jint()> dvbtGetBandwidthID;
@@ -97,7 +98,8 @@ int32_t wrappingProduct(int32_t value, int32_t factor) {
 constexpr int32_t kHzPerMHz = 1000000;
 constexpr int32_t kSymbolsPerThousand = 1000;
 
-// Each of these makes the settings object of one delivery system: a local reference, or null, nothing pending.
+// Each of these makes the settings object of one delivery system: a local reference, or null,
+// nothing pending.
 
 jobject atscSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
     const MW_FE_ATSC_SETTING_T& atsc = settings.u.t_atsc;
@@ -166,7 +168,8 @@ jobject dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
     if (object.get() == nullptr) {
         return nullptr;
     }
-    // A plain tune has no end frequency and its record may hold anything there, so this one may wrap.
+    // A plain tune has no end frequency and its record may hold anything there, so this one may
+    // wrap.
     const int32_t endFrequency = wrappingProduct(settings.mEndFrequency, kHzPerMHz);
     LOG_DEBUG("[DVBS] mEndFrequency = %d(in Hz)", endFrequency);
     gConfigFields.setEndFrequencyID.call(env, object.get(), endFrequency);
@@ -306,10 +309,10 @@ void bindFrontendSettingsClasses(JNIEnv* env) {
         const android::JavaMethodRow* methods;
         size_t count;
     };
-#define SETTINGS_CLASS(name, member, methods)                                                  \
-    {                                                                                          \
-        "android/media/tv/tuner/frontend/" name, &gConfigFields.member, methods,               \
-            sizeof(methods) / sizeof(methods[0])                                               \
+#define SETTINGS_CLASS(name, member, methods)                                    \
+    {                                                                            \
+        "android/media/tv/tuner/frontend/" name, &gConfigFields.member, methods, \
+            sizeof(methods) / sizeof(methods[0])                                 \
     }
     static constexpr SettingsClass kClasses[] = {
         SETTINGS_CLASS("FrontendSettings", frontendSettingsClazz, kFrontendSettingsMethods),

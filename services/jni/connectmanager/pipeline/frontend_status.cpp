@@ -1,4 +1,5 @@
-// The status query: the kinds that the middleware asks for, read one by one from the platform's status object.
+// The status query: the kinds that the middleware asks for, read one by one from the platform's
+// status object.
 
 #include <nativehelper/ScopedLocalRef.h>
 
@@ -12,13 +13,12 @@
 
 namespace {
 
-using android::clearException;
 using android::JavaMethod;
 
 // Every status kind, in the order in which the getters are bound: FE_STATUS_TYPE_ name, member of
-// gFrontendFields, getter, its signature and result, field of FE_STATUS_T, and what the log line calls it. The
-// count of a list is the field with Len behind its name.
-#define STATUS_KINDS(KIND, LIST)                                                                        \
+// gFrontendFields, getter, its signature and result, field of FE_STATUS_T, and what the log line
+// calls it. The count of a list is the field with Len behind its name.
+#define STATUS_KINDS(KIND, LIST)                                                                  \
     KIND(DEMOD_LOCK, isDemodLockedID, "isDemodLocked", "()Z", jboolean, mIsDemodLocked,           \
          "CallBooleanMethod mIsDemodLocked")                                                      \
     KIND(SNR, getSnrID, "getSnr", "()I", jint, mSnr, "mSnr")                                      \
@@ -84,7 +84,8 @@ void catchException(JNIEnv* env, int32_t type) {
     }
 }
 
-// Each reads one kind from the status object into its field. The getter's exception is left pending.
+// Each reads one kind from the status object into its field. The getter's exception is left
+// pending.
 
 void readKind(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter, const char* name,
               uint8_t* field) {
@@ -129,14 +130,14 @@ void readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter
 
 void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festatus) {
     switch (type) {
-#define KIND(type_, member, getter, signature, result, field, name)                        \
-    case FE_STATUS_TYPE_##type_:                                                           \
-        readKind(env, status, gFrontendFields.member, name, &pt_festatus->field);          \
+#define KIND(type_, member, getter, signature, result, field, name)               \
+    case FE_STATUS_TYPE_##type_:                                                  \
+        readKind(env, status, gFrontendFields.member, name, &pt_festatus->field); \
         break;
-#define LIST(type_, member, getter, field)                                                 \
-    case FE_STATUS_TYPE_##type_:                                                           \
-        readList(env, status, gFrontendFields.member, type, #field, pt_festatus->field,    \
-                 &pt_festatus->field##Len);                                                \
+#define LIST(type_, member, getter, field)                                              \
+    case FE_STATUS_TYPE_##type_:                                                        \
+        readList(env, status, gFrontendFields.member, type, #field, pt_festatus->field, \
+                 &pt_festatus->field##Len);                                             \
         break;
         STATUS_KINDS(KIND, LIST)
 #undef KIND

@@ -1,8 +1,8 @@
 // Java methods and constructors, bound once at load and called with their own argument types.
 //
-// A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined and
-// unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those types, which the
-// compiler checks, and takes only those arguments.
+// A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined
+// and unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those
+// types, which the compiler checks, and takes only those arguments.
 
 #ifndef JAVA_METHOD_H
 #define JAVA_METHOD_H
@@ -125,8 +125,8 @@ struct JavaConstructor {
         return jni_signature::matches<void, Args...>(signature);
     }
 
-    // The new object, a local reference of the caller's; null when it could not be made, and then a Java
-    // exception is described and cleared.
+    // The new object, a local reference of the caller's; null when it could not be made, and then a
+    // Java exception is described and cleared.
     jobject newObject(JNIEnv* env, jclass clazz, Args... args) const {
         const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
         jobject object = env->NewObjectA(clazz, id, values);
@@ -149,7 +149,8 @@ struct JavaMethodRow {
 
 void signatureDoesNotFitTheMethod();
 
-// Rows are made at compile time, where a signature that does not fit the method's type stops the compiler.
+// Rows are made at compile time, where a signature that does not fit the method's type stops the
+// compiler.
 template <typename Method>
 constexpr JavaMethodRow javaMethodRow(Method& method, const char* name, const char* signature,
                                       const char* condition, int line) {
@@ -160,12 +161,12 @@ constexpr JavaMethodRow javaMethodRow(Method& method, const char* name, const ch
 }
 
 // A row for a member of a method table. The macro is for the member's name in the condition text.
-#define JAVA_METHOD_ROW(table, member, name, signature)                             \
-    ::android::javaMethodRow(table.member, name, signature,                         \
-                             "!(" #table "." #member " != __null)", __LINE__)
+#define JAVA_METHOD_ROW(table, member, name, signature)                                            \
+    ::android::javaMethodRow(table.member, name, signature, "!(" #table "." #member " != __null)", \
+                             __LINE__)
 
-// Finds a class, stores a global reference to it, which lives as long as the process, and looks its methods up
-// in the order of the rows. What is missing ends the process.
+// Finds a class, stores a global reference to it, which lives as long as the process, and looks its
+// methods up in the order of the rows. What is missing ends the process.
 void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz, const JavaMethodRow* rows,
                    size_t count, const FatalSite& site, int line);
 
