@@ -1,2 +1,3 @@
-/* The headers of the middleware, as C11 and each by itself first; the records pin their own layout. */
+/* The headers of the middleware, as C11 and each by itself first; the records pin their own layout.
+ */
 #include MW_HEADER

@@ -1,5 +1,6 @@
-// The Java Native Interface as a device declares it: attaching gives a JNIEnv*, and the texts of a native method
-// are constant. Declarations only, as far as a bridge needs them, for a build that is never linked.
+// The Java Native Interface as a device declares it: attaching gives a JNIEnv*, and the texts of a
+// native method are constant. Declarations only, as far as a bridge needs them, for a build that is
+// never linked.
 
 #ifndef DEVICE_JNI_H
 #define DEVICE_JNI_H

@@ -1,0 +1,368 @@
+// Section filters: open to close, what concurrency can break, and events.
+
+#include "mw/filter.h"
+
+#include <desk/basic_faults.h>
+
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "mw/basic_services.h"
+#include "tests/vm.h"
+
+namespace {
+
+using desk::bridge;
+using desk::Failure;
+using desk::Jni;
+using Lines = std::vector<std::string>;
+
+Lines gHeard;
+std::mutex gHeardLock;
+
+void hear(const std::string& line) {
+    const std::lock_guard<std::mutex> lock(gHeardLock);
+    gHeard.push_back(line);
+}
+
+void onSection(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, FLT_EVT_DATA_T* pt_data, void* pv_tag) {
+    std::string line = "section " + std::to_string(hfilter) + " " +
+                       std::to_string(pt_evt->ui4_private0) + " " + std::to_string(pt_data->e_kind);
+    for (const int32_t arg : pt_data->ai4_arg) {
+        line += " " + std::to_string(arg);
+    }
+    hear(line + (pv_tag == &gHeard ? " tag" : ""));
+}
+
+void onStatus(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, int32_t status, void* pv_tag) {
+    hear("status " + std::to_string(hfilter) + " " + std::to_string(pt_evt->ui4_private1) + " " +
+         std::to_string(status) + (pv_tag == &gHeard ? " tag" : ""));
+}
+
+class FilterTest : public desk::BridgeTest {
+  protected:
+    void SetUp() override {
+        BridgeTest::SetUp();
+        gHeard.clear();
+        x_velmora_filter_register_section_callback(onSection);
+        x_velmora_filter_register_filter_status_callback(onStatus);
+        mPipeline = std::make_unique<desk::Pipeline>();
+    }
+    void TearDown() override {
+        mPipeline.reset();
+        x_velmora_filter_register_section_callback(nullptr);
+        x_velmora_filter_register_filter_status_callback(nullptr);
+        BridgeTest::TearDown();
+    }
+
+    int open(uint32_t* ph_filter, uint32_t h_cb_thread = 0) {
+        FLT_EVT_CB_T evt = {31, 32, h_cb_thread};
+        return bridge([&] {
+            return x_velmora_filter_open(mPipeline->handle(), 1, 2, INT64_C(0x123456789a),
+                                         ph_filter, &evt, &gHeard);
+        });
+    }
+
+    uint32_t opened() {
+        uint32_t hfilter = 0;
+        EXPECT_EQ(0, open(&hfilter));
+        desk::takeCalls();
+        return hfilter;
+    }
+
+    static int close(uint32_t hfilter) {
+        return bridge([&] { return x_velmora_filter_close(hfilter); });
+    }
+
+    static int start(uint32_t hfilter) {
+        return bridge([&] { return x_velmora_filter_start(hfilter); });
+    }
+
+    std::unique_ptr<desk::Pipeline> mPipeline;
+    uint8_t mPattern[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+};
+
+TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
+    uint32_t hthread = 0;
+    ASSERT_EQ(0, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+    uint32_t h = 0;
+    ASSERT_EQ(0, open(&h, hthread));
+    EXPECT_EQ(
+        "ZytTvInnerFilterCallbackThread#1.<init>()\n"
+        "ZytTvInnerFilter#1.<init>(PipelineHandler(tv))\n"
+        "ZytTvInnerFilter#1.setNativeHandle(" +
+            std::to_string(h) +
+            ")\n"
+            "ZytTvInnerFilter#1.onOpenFilter(1, 2, 78187493530, ZytTvInnerFilterCallbackThread#1)",
+        desk::takeCalls());
+    EXPECT_EQ(3, desk::books().globalRefs);
+    for (const int result : {0, 5}) {
+        for (const char* method : {"onStart", "onStop", "onFlush", "onSetSectionConfig"}) {
+            desk::scriptReturns(method, result);
+        }
+        // On a thread that is attached for each call.
+        desk::onFreshThread([&] {
+            EXPECT_EQ(result, x_velmora_filter_start(h));
+            EXPECT_EQ(result, x_velmora_filter_stop(h));
+            EXPECT_EQ(result, x_velmora_filter_flush(h));
+            EXPECT_EQ(result, x_velmora_filter_setSectionConfig(h, -9, 1, 0, 1, mPattern,
+                                                                mPattern + 0, mPattern));
+        });
+        EXPECT_EQ(
+            "ZytTvInnerFilter#1.onStart()\nZytTvInnerFilter#1.onStop()\n"
+            "ZytTvInnerFilter#1.onFlush()\nZytTvInnerFilter#1.onSetSectionConfig(-9, true, "
+            "false, true, byte[16]0102030405060708090a0b0c0d0e0f10, "
+            "byte[16]0102030405060708090a0b0c0d0e0f10, "
+            "byte[16]0102030405060708090a0b0c0d0e0f10)",
+            desk::takeCalls());
+    }
+    EXPECT_EQ(0, close(h));
+    EXPECT_EQ("ZytTvInnerFilter#1.onCloseFilter()", desk::takeCalls());
+    desk::setLogLevel("I");
+    EXPECT_EQ(-1, close(h));
+    EXPECT_EQ(-1, start(h));
+    EXPECT_EQ(-1, start(hthread)) << "a handle of another type";
+    EXPECT_EQ(-1,
+              bridge([&] { return x_velmora_filter_delete_callback_thread(mPipeline->handle()); }));
+    desk::setLogLevel("");
+    std::thread twice(
+        [&] { bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); }); });
+    bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+    twice.join();
+    EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
+    EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(nullptr));
+    desk::script("throwsException", "ZytTvInnerFilterCallbackThread.<init>");
+    EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+}
+
+TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
+    const uint32_t h = opened();
+    const jbyteArray section = desk::env()->NewByteArray(4096);
+    std::vector<jbyte> bytes(4096);
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<jbyte>(i * 7);
+    }
+    desk::env()->SetByteArrayRegion(section, 0, 4096, bytes.data());
+    desk::scriptAnswer("onRead", nullptr);
+    const jclass model = desk::findClass("desk.ScriptedModel");
+    desk::env()->CallStaticVoidMethod(
+        model, desk::env()->GetStaticMethodID(model, "section", "([B)V"), section);
+    ASSERT_FALSE(desk::env()->ExceptionCheck());
+    struct Case {
+        int64_t size;
+        int result;
+        int64_t asked;
+        int copied;  // -1: nothing
+    };
+    const Case cases[] = {{1, 1, 1, 1},
+                          {1, 2, 1, -1},
+                          {4096, 4096, 4096, 4096},
+                          {4096, 4097, 4096, -1},
+                          {4097, 4096, 4096, 4096},
+                          {10000, 4096, 4096, 4096},
+                          {10000, 5000, 4096, -1},
+                          {100, 200, 100, -1},
+                          {100, 100, 100, 100},
+                          {100, 0, 100, -1},
+                          {100, -5, 100, -1},
+                          {0, 1, 0, -1},
+                          {-1, 1, -1, -1},
+                          {INT64_MIN, 5, INT64_MIN, -1},
+                          {INT64_MAX, 5, 4096, 5}};
+    for (const Case& read : cases) {
+        SCOPED_TRACE(std::to_string(read.size) + " " + std::to_string(read.result));
+        desk::scriptReturns("onRead", read.result);
+        std::vector<int8_t> buffer(4097, 0x55);
+        std::vector<int8_t> expected = buffer;
+        if (read.copied > 0) {
+            memcpy(expected.data(), bytes.data(), static_cast<size_t>(read.copied));
+        }
+        EXPECT_EQ(read.copied, bridge([&] {
+                      return x_velmora_filter_read(h, buffer.data(), INT64_C(-7000000000),
+                                                   read.size);
+                  }));
+        EXPECT_EQ(expected, buffer);
+        EXPECT_EQ("ZytTvInnerFilter#1.onRead(byte[4096], -7000000000, " +
+                      std::to_string(read.asked) + ")",
+                  desk::takeCalls());
+    }
+    EXPECT_EQ(-1, x_velmora_filter_read(h, nullptr, 0, 1));
+    EXPECT_EQ(-1, x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, mPattern, nullptr, mPattern));
+    for (const int nth : {1, 2, 3}) {
+        desk::failJni(Jni::kNewByteArray, nth, Failure::kThrows);
+        EXPECT_EQ(-1, bridge([&] {
+            return x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, mPattern, mPattern, mPattern);
+        }));
+        EXPECT_FALSE(desk::env()->ExceptionCheck());
+    }
+    EXPECT_EQ("", desk::takeCalls());
+    EXPECT_EQ(0, close(h));
+}
+
+// An open that fails at each of its steps leaves nothing behind.
+TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
+    struct Step {
+        const char* name;
+        void (*prepare)();
+        int result;
+        uint32_t handle;  // afterwards: 7 when it must not be written
+    };
+    const Step steps[] = {
+        {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, 17); }, 17, 7},
+        {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, 7},
+        {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0},
+        {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0},
+        {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0},
+        {"array", [] { desk::failJni(Jni::kNewByteArray, 1, Failure::kNull); }, -1, 0},
+        {"array reference", [] { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, -1, 0},
+        {"object", [] { desk::failJni(Jni::kNewObject, 1, Failure::kNull); }, -1, 0},
+        {"constructor throws", [] { desk::script("throwsException", "ZytTvInnerFilter.<init>"); },
+         -1, 0},
+        {"refused",
+         [] {
+             desk::scriptAnswer("ZytTvInnerFilter.<init>", nullptr);
+             desk::scriptReturns("onOpenFilter", 3);
+         },
+         -1, 0},
+    };
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.name);
+        const desk::Books before = desk::books();
+        step.prepare();
+        uint32_t h = 7;
+        EXPECT_EQ(step.result, open(&h));
+        EXPECT_EQ(step.handle, h);
+        desk::failNothing();
+        EXPECT_EQ(before, desk::books());
+        EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
+    }
+    uint32_t h = 7;
+    FLT_EVT_CB_T evt = {};
+    EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, nullptr, &evt, nullptr));
+    EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, &h, nullptr, nullptr));
+}
+
+// While open is in Java its handle is visible. Whoever waits for it then goes on when open
+// succeeds, and fails when it fails; the waiter may be an operation, an event or a close.
+TEST_F(FilterTest, WaitersOfAnOpenShareItsFate) {
+    struct Waiter {
+        const char* name;
+        int (*wait)(uint32_t hfilter);
+        int success;
+    };
+    const Waiter waiters[] = {
+        {"operation", start, 0},
+        {"close", close, 0},
+    };
+    for (const Waiter& waiter : waiters) {
+        for (const bool fails : {false, true}) {
+            SCOPED_TRACE(std::string(waiter.name) + (fails ? ", fails" : ", succeeds"));
+            const desk::Books before = desk::books();
+            desk::scriptReturns("onOpenFilter", fails ? 3 : 0);
+            desk::script("hold", "onOpenFilter");
+            uint32_t h = 7;
+            std::thread opening([&] { EXPECT_EQ(fails ? -1 : 0, open(&h)); });
+            ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
+            const std::string calls = desk::takeCalls();
+            const size_t at = calls.find("setNativeHandle(") + strlen("setNativeHandle(");
+            const uint32_t visible = static_cast<uint32_t>(std::stoul(calls.substr(at)));
+            const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
+            std::thread waiting(
+                [&] { EXPECT_EQ(fails ? -1 : waiter.success, waiter.wait(visible)); });
+            while (desk_calls(DESK_SEMA_LOCK) == locks) {
+                std::this_thread::yield();
+            }
+            desk::script("release", "onOpenFilter");
+            waiting.join();
+            opening.join();
+            if (!fails && close(h) == 0) {
+                EXPECT_STREQ("operation", waiter.name);
+            }
+            EXPECT_EQ(before, desk::books());
+            EXPECT_EQ(-1, start(visible));
+            desk::takeCalls();
+        }
+    }
+}
+
+TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
+    const uint32_t h = opened();
+    const std::string handle = std::to_string(h);
+    const jint j = static_cast<jint>(h);
+    desk::event("section", "(IIIII)V", j, 1, -2, 3, 4);
+    desk::event("restart", "(II)V", j, 9);
+    desk::event("status", "(II)V", j, -6);
+    desk::event("section", "(IIIII)V", 0, 1, 2, 3, 4);
+    desk::event("status", "(II)V", 0x7fffff00, 1);
+    x_velmora_filter_register_filter_status_callback(nullptr);
+    desk::setLogLevel("I");
+    desk::takeLog();
+    desk::event("status", "(II)V", j, 1);
+    EXPECT_NE(std::string::npos,
+              desk::takeLog()[0].find(">  filter status change notify is null."));
+    desk::setLogLevel("");
+    EXPECT_EQ(0, start(h)) << "the semaphore is free";
+    EXPECT_EQ(0, close(h));
+    desk::event("section", "(IIIII)V", j, 1, 2, 3, 4);
+    EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
+                     "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
+              gHeard);
+}
+
+TEST_F(FilterTest, CloseWaitsForTheOperationAndTheSecondCloseFails) {
+    const uint32_t h = opened();
+    desk::script("hold", "onStart");
+    std::thread starting([&] { EXPECT_EQ(0, start(h)); });
+    ASSERT_TRUE(desk::awaitHeld("onStart"));
+    int results[2];
+    std::thread closing[] = {std::thread([&] { results[0] = close(h); }),
+                             std::thread([&] { results[1] = close(h); })};
+    desk::script("release", "onStart");
+    starting.join();
+    closing[0].join();
+    closing[1].join();
+    EXPECT_EQ(-1, results[0] + results[1]);
+    EXPECT_EQ("ZytTvInnerFilter#1.onStart()\nZytTvInnerFilter#1.onCloseFilter()",
+              desk::takeCalls());
+}
+
+TEST_F(FilterTest, ReferencesAreCountedByHand) {
+    EXPECT_EQ(0, addInnerFilterReference(0));
+    EXPECT_EQ(0, subInnerFilterReference(0));
+    if (sizeof(void*) == 4) {
+        EXPECT_EQ(-1, addInnerFilterReference(INT64_C(0x100000000)));
+        EXPECT_EQ(-1, subInnerFilterReference(INT64_C(0x100000000)));
+    }
+}
+
+// Threads open, use and close filters while events for the same handles arrive, live ones and
+// closed ones.
+TEST_F(FilterTest, ManyThreadsShareTheHandles) {
+    std::atomic<uint32_t> handles[2] = {};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&, i] {
+            for (int round = 0; round < 60; ++round) {
+                uint32_t h = 0;
+                EXPECT_EQ(0, open(&h));
+                handles[i] = h;
+                start(h);
+                close(handles[1 - i]);
+                start(h);
+                close(h);
+            }
+        });
+    }
+    for (int round = 0; round < 500; ++round) {
+        desk::event("section", "(IIIII)V", static_cast<jint>(handles[round % 2].load()), 1, 2, 3,
+                    4);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+}  // namespace
