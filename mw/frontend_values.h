@@ -157,4 +157,9 @@ enum {
     MW_FE_ISDBT_BANDWIDTH_6MHZ = 1 << 3
 };
 
+/* Codes of the LNB's voltage, tone and position. */
+enum { MW_FE_LNB_VOLTAGE_NONE = 0, MW_FE_LNB_VOLTAGE_13V = 4, MW_FE_LNB_VOLTAGE_18V = 7 };
+enum { MW_FE_LNB_TONE_NONE = 0, MW_FE_LNB_TONE_CONTINUOUS = 1 };
+enum { MW_FE_LNB_POSITION_UNDEFINED = 0, MW_FE_LNB_POSITION_A = 1, MW_FE_LNB_POSITION_B = 2 };
+
 #endif /* MW_FRONTEND_VALUES_H */

@@ -107,20 +107,21 @@ static const VALUE_T k_guard[] = {{GUARD_INTERVAL_AUTO, MW_FE_DVBT_GUARD_AUTO},
                                   {GUARD_INTERVAL_19_128, MW_FE_DVBT_GUARD_19_128},
                                   {GUARD_INTERVAL_19_256, MW_FE_DVBT_GUARD_19_256}};
 
-/* Downlink in kHz to intermediate frequency in MHz; 0 when the LNB does not receive it. */
-static int32_t intermediate_mhz(const struct dvb_sat_lnb* pt_lnb, struct dvb_entry* pt_entry,
-                                uint32_t khz) {
+/* Downlink in kHz to the intermediate frequency; false when the LNB does not receive it. */
+static bool after_lnb(const struct dvb_sat_lnb* pt_lnb, struct dvb_entry* pt_entry, uint32_t khz,
+                      ENTRY_VALUES_T* pt_values) {
     const uint32_t polarization = number(pt_entry, DTV_POLARIZATION, POLARIZATION_OFF);
-    const int vertical = polarization == POLARIZATION_V || polarization == POLARIZATION_R;
-    uint32_t oscillator = pt_lnb->lowfreq;
-    if (pt_lnb->rangeswitch != 0 ? khz >= pt_lnb->rangeswitch * 1000u
-                                 : pt_lnb->highfreq != 0 && !vertical) {
-        oscillator = pt_lnb->highfreq;
-    }
-    const uint32_t oscillator_khz = oscillator * 1000u;
+    pt_values->horizontal = polarization == POLARIZATION_H || polarization == POLARIZATION_L;
+    /* The upper oscillator serves a band or, in an LNB for both polarisations at once, one of them.
+     */
+    pt_values->high_band = pt_lnb->rangeswitch != 0
+                               ? khz >= pt_lnb->rangeswitch * 1000u
+                               : pt_lnb->highfreq != 0 && pt_values->horizontal;
+    const uint32_t oscillator_khz =
+        1000u * (pt_values->high_band ? pt_lnb->highfreq : pt_lnb->lowfreq);
     const uint32_t difference = khz > oscillator_khz ? khz - oscillator_khz : oscillator_khz - khz;
-    const uint32_t mhz = (difference + 500u) / 1000u;
-    return mhz <= 2147u ? (int32_t)mhz : 0;
+    pt_values->frequency = (int32_t)((difference + 500u) / 1000u);
+    return pt_values->frequency > 0 && pt_values->frequency <= 2147;
 }
 
 bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
@@ -144,8 +145,7 @@ bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
         case SYS_DVBS:
         case SYS_DVBS2:
             pt_values->modulation = MAPPED(pt_entry, DTV_MODULATION, k_dvbs_modulation);
-            pt_values->frequency = intermediate_mhz(pt_lnb, pt_entry, frequency);
-            return pt_values->frequency != 0;
+            return after_lnb(pt_lnb, pt_entry, frequency, pt_values);
         case SYS_DVBC_ANNEX_A:
         case SYS_DVBC_ANNEX_B:
         case SYS_DVBC_ANNEX_C:

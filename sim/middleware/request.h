@@ -33,6 +33,8 @@ void entry_name(struct dvb_entry* pt_entry, char* text, size_t size);
 typedef struct {
     uint32_t delsys;
     int32_t frequency;   /* MHz after the LNB for satellites, Hz for the others */
+    bool high_band;      /* of a satellite's LNB */
+    bool horizontal;     /* or circular left */
     int32_t symbol_rate; /* symbols per second */
     int32_t modulation;
     int64_t fec;

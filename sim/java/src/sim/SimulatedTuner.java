@@ -3,38 +3,119 @@ package sim;
 import android.media.tv.tuner.frontend.DvbsFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerLnbCallback;
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerScanCallback;
 import desk.DeviceModel;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
 
-/** Tuners that lock on every frequency of their band. */
+/** Tuners that lock on every frequency of their band, each with an LNB behind a DiSEqC switch. */
 final class SimulatedTuner implements DeviceModel {
     private static final int OK = 0;
     private static final int REFUSED = 1;
     private static final int AREA_CODE = 42;
+    private static final byte DISEQC_OK = (byte) 0xe4;
 
-    /** What was asked last, by native handle. */
-    private final Map<Integer, String> mReceived = new ConcurrentHashMap<>();
+    private static final class State {
+        volatile FrontendSettings settings;
+        volatile int voltage;
+        volatile int tone;
+        volatile int position;
+    }
+
+    /** By native handle. */
+    private final Map<Integer, State> mStates = new ConcurrentHashMap<>();
 
     String received(int pipeline) {
-        return mReceived.getOrDefault(pipeline, "");
+        final FrontendSettings settings = state(pipeline).settings;
+        return settings != null ? settings.toString() : "";
+    }
+
+    private State state(int pipeline) {
+        return mStates.computeIfAbsent(pipeline, key -> new State());
     }
 
     @Override
     public Object call(Object self, String method, Object... args) {
-        return switch (method) {
-            case "onTune" -> tune((ZytTvInnerFrontend) self, (FrontendSettings) args[0]);
-            case "onGetServiceAreaCode" -> AREA_CODE;
-            default -> null;
-        };
+        if (self instanceof SimulatedStatus status) {
+            return status.value(method);
+        }
+        if (!(self instanceof ZytTvInnerFrontend frontend)) {
+            return null;
+        }
+        final State state = state(frontend.nativeHandle());
+        switch (method) {
+            case "onTune":
+                state.settings = (FrontendSettings) args[0];
+                return inBand(state.settings) ? OK : REFUSED;
+            case "onScan":
+                final FrontendSettings band = (FrontendSettings) args[0];
+                new Thread(() -> scan(frontend.nativeHandle(), band), "scan").start();
+                return OK;
+            case "onGetServiceAreaCode":
+                return AREA_CODE;
+            case "onGetFrontendStatus":
+                return state.settings != null ? new SimulatedStatus(state.settings, state.voltage) : null;
+            case "onGetFrontendSetting":
+                return state.settings;
+            case "onSetVoltage":
+                state.voltage = (Integer) args[0];
+                return OK;
+            case "onSetTone":
+                state.tone = (Integer) args[0];
+                return OK;
+            case "onSetSatellitePosition":
+                state.position = (Integer) args[0];
+                return OK;
+            case "onGetVoltage":
+                return state.voltage;
+            case "onGetTone":
+                return state.tone;
+            case "onGetSatellitePosition":
+                return state.position;
+            case "onSendDiseqcMessage":
+                final byte[] message = ((byte[]) args[0]).clone();
+                new Thread(() -> answer(frontend.nativeHandle(), message), "switch").start();
+                return OK;
+            default:
+                return null;
+        }
     }
 
-    private int tune(ZytTvInnerFrontend frontend, FrontendSettings settings) {
-        mReceived.put(frontend.nativeHandle(), settings.toString());
+    private static boolean inBand(FrontendSettings settings) {
         final int mhz = settings.frequency() / 1_000_000;
-        final boolean inBand = settings instanceof DvbsFrontendSettings
+        return settings instanceof DvbsFrontendSettings
                 ? mhz >= 950 && mhz <= 2150
                 : mhz >= 42 && mhz <= 1002;
-        return inBand ? OK : REFUSED;
+    }
+
+    /** The switch acknowledges, and repeats the data byte that it was sent. */
+    private static void answer(int pipeline, byte[] message) {
+        final byte[] reply = {DISEQC_OK, message[message.length - 1]};
+        new ZytTvInnerLnbCallback().onDiseqcMessage(pipeline, reply, reply.length);
+    }
+
+    private static void scan(int pipeline, FrontendSettings band) {
+        final ZytTvInnerScanCallback scan = new ZytTvInnerScanCallback();
+        for (int percent = 0; percent <= 100; percent += 5) {
+            scan.notifyScanOnProgress(pipeline, percent);
+            if (percent == 50) {
+                final int[] found = {band.frequency()};
+                scan.notifyScanOnLocked(pipeline);
+                scan.notifyScanOnFrequenciesReport(pipeline, found, found.length);
+                scan.notifyScanOnSymbolRates(pipeline, new int[] {27_500_000, 22_000_000}, 2);
+                if (band instanceof DvbsFrontendSettings) {
+                    scan.notifyScanOnInputStreamIds(pipeline, new int[] {1}, 1);
+                    scan.notifyScanOnDvbsStandard(pipeline, 4);
+                } else {
+                    scan.notifyScanOnPlpIds(pipeline, new int[] {0, 1}, 2);
+                    scan.notifyScanOnGroupIds(pipeline, new int[] {7}, 1);
+                    scan.notifyScanOnDvbtStandard(pipeline, 4);
+                    scan.notifyScanOnHierarchy(pipeline, 2);
+                }
+                scan.notifyScanOnSignalType(pipeline, 1);
+            }
+        }
+        scan.notifyScanOnScanStopped(pipeline);
     }
 }
