@@ -12,6 +12,10 @@ typedef struct {
     /* The text of the settings that the pipeline's Java tuner received last, cut to size; "" for
      * none. */
     void (*received)(uint32_t h_pipeline, char* text, size_t size);
+    /* The transport stream that section filters started from now on work on. */
+    void (*set_stream)(const char* file);
+    /* The stream that lies beside the demo. */
+    const char* sample;
     /* Opens the log gate. */
     void (*set_log_level)(const char* level);
 } BOX_T;

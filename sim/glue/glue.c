@@ -84,6 +84,19 @@ static void received(uint32_t h_pipeline, char* text, size_t size) {
     leave(env, attached);
 }
 
+static void set_stream(const char* file) {
+    int attached;
+    JNIEnv* env = enter(&attached);
+    const jmethodID method =
+        (*env)->GetStaticMethodID(env, g_main, "setStream", "(Ljava/lang/String;)V");
+    const jstring string = (*env)->NewStringUTF(env, file);
+    if (string != NULL) {
+        (*env)->CallStaticVoidMethod(env, g_main, method, string);
+        (*env)->DeleteLocalRef(env, string);
+    }
+    leave(env, attached);
+}
+
 static void set_log_level(const char* level) {
     property_set("vendor.zyt.broadcast.log.level", level);
 }
@@ -108,7 +121,8 @@ JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjec
         fprintf(stderr, "no memory for the arguments\n");
         return 1;
     }
-    const BOX_T box = {create_pipeline, destroy_pipeline, received, set_log_level};
+    const BOX_T box = {create_pipeline, destroy_pipeline,     received,
+                       set_stream,      getenv("SIM_SAMPLE"), set_log_level};
     const int status = middleware_main(&box, count, argv);
     for (jsize i = 0; i < count; ++i) {
         free(argv[i]);

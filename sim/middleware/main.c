@@ -12,6 +12,7 @@
 #include "sim/middleware/lnb.h"
 #include "sim/middleware/request.h"
 #include "sim/middleware/scan.h"
+#include "sim/middleware/services.h"
 #include "sim/middleware/signal.h"
 
 enum { THREADS = 2, TEXT_SIZE = 512 };
@@ -232,13 +233,15 @@ static int tune_file(const BOX_T* pt_box, const struct dvb_sat_lnb* pt_lnb,
 
 static int usage(FILE* out) {
     fprintf(out,
-            "usage: demo [--log LEVEL] [--lnb NAME] [--option A|B] [--position A|B] [FILE...]\n"
-            "Scans the band and tunes every transponder of the scan files (five of Debian's by "
-            "default).\n"
-            "  --log LEVEL  opens the log gate: V, D, I, W or E\n"
-            "  --lnb NAME   the LNB of satellite files (EXTENDED by default)\n"
-            "  --option A|B, --position A|B   the input of the satellite switch (A and A by "
-            "default)\n");
+            "usage: demo [--log LEVEL] [--lnb NAME] [--option A|B] [--position A|B]\n"
+            "            [--ts STREAM] [FILE...]\n"
+            "Scans the band and tunes every transponder of the scan files (five of Debian's by\n"
+            "default), and lists the services of a sample stream.\n"
+            "  --log LEVEL    opens the log gate: V, D, I, W or E\n"
+            "  --lnb NAME     the LNB of satellite files (EXTENDED by default)\n"
+            "  --option, --position\n"
+            "                 the input of the satellite switch (A and A by default)\n"
+            "  --ts STREAM    lists the services of this transport stream too\n");
     return out == stdout ? STATUS_OK : STATUS_INPUT;
 }
 
@@ -250,6 +253,7 @@ static bool input_of(const char* text, int* pi4_input) {
 
 int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
     const char* lnb = "EXTENDED";
+    const char* stream = NULL;
     LNB_SWITCH_T t_switch = {0, 0};
     bool known = true;
     int first = 0;
@@ -260,6 +264,8 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
             pt_box->set_log_level(argv[++first]);
         } else if (strcmp(argv[first], "--lnb") == 0 && first + 1 < argc) {
             lnb = argv[++first];
+        } else if (strcmp(argv[first], "--ts") == 0 && first + 1 < argc) {
+            stream = argv[++first];
         } else if (strcmp(argv[first], "--option") == 0 && first + 1 < argc) {
             known = input_of(argv[++first], &t_switch.option);
         } else if (strcmp(argv[first], "--position") == 0 && first + 1 < argc) {
@@ -287,6 +293,11 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
     int ai4_sum[OUTCOMES] = {0};
     for (int i = 0; i < count; ++i) {
         const int result = tune_file(pt_box, dvb_sat_get_lnb(index), &t_switch, files[i], ai4_sum);
+        status = result > status ? result : status;
+    }
+    for (int i = 0; i < 2; ++i) {
+        const char* file = i == 0 ? pt_box->sample : stream;
+        const int result = file != NULL ? show_services(pt_box, file) : STATUS_OK;
         status = result > status ? result : status;
     }
     printf(

@@ -1,6 +1,8 @@
 package sim;
 
 import com.halvorin.tv.velmora.services.pipeline.PipelineHandler;
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
 import desk.Device;
 import desk.Loader;
 import java.util.ArrayList;
@@ -11,6 +13,7 @@ import java.util.List;
 /** The set-top box: loads the library as on a device, and runs the middleware. */
 public final class Main {
     private static final SimulatedTuner TUNER = new SimulatedTuner();
+    private static final SimulatedDemux DEMUX = new SimulatedDemux();
     /** Native code refers to pipelines weakly. */
     private static final List<PipelineHandler> PIPELINES =
             Collections.synchronizedList(new ArrayList<>());
@@ -25,13 +28,20 @@ public final class Main {
         return pipeline;
     }
 
+    static void setStream(String file) {
+        DEMUX.setStream(file);
+    }
+
     static String received(int pipeline) {
         return TUNER.received(pipeline);
     }
 
     /** args: the folder of the native libraries, then the middleware's. */
     public static void main(String[] args) {
-        Device.model = TUNER;
+        Device.model = (self, method, arguments) ->
+                self instanceof ZytTvInnerFilter || self instanceof ZytTvInnerFilterCallbackThread
+                        ? DEMUX.call(self, method, arguments)
+                        : TUNER.call(self, method, arguments);
         Loader.load(args[0] + "/libhalvorin_velmora_pipeline.so");
         Loader.load(args[0] + "/libsim_middleware.so");
         System.exit(middleware(Arrays.copyOfRange(args, 1, args.length)));

@@ -1,0 +1,191 @@
+package sim;
+
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallback;
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
+import desk.DeviceModel;
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.nio.ByteBuffer;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.Arrays;
+import java.util.HashSet;
+import java.util.Map;
+import java.util.Queue;
+import java.util.Set;
+import java.util.concurrent.ConcurrentHashMap;
+import java.util.concurrent.ConcurrentLinkedQueue;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+
+/** Section filters on a transport stream from a file. Each section of a filter is delivered once per start. */
+final class SimulatedDemux implements DeviceModel {
+    private static final int OK = 0;
+    private static final int REFUSED = 1;
+    private static final int PACKET = 188;
+    private static final int SYNC = 0x47;
+    private static final int END_OF_STREAM = 1;
+
+    /** Which sections: of a PID, and by pattern, mask and mode. Byte 0 is the table, the others follow the length. */
+    private record Config(int pid, byte[] pattern, byte[] mask, byte[] mode) {
+        boolean admits(byte[] section) {
+            boolean anyNegative = false;
+            boolean negative = false;
+            for (int i = 0; i < pattern.length; ++i) {
+                final int at = i == 0 ? 0 : i + 2;
+                final int difference = at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
+                if ((difference & ~mode[i]) != 0) {
+                    return false;
+                }
+                anyNegative |= (mask[i] & mode[i]) != 0;
+                negative |= (difference & mode[i]) != 0;
+            }
+            return negative || !anyNegative;
+        }
+    }
+
+    private static final class State {
+        volatile ExecutorService thread;
+        volatile Config config;
+        volatile boolean active;
+        final Queue<byte[]> sections = new ConcurrentLinkedQueue<>();
+    }
+
+    private final Map<Object, State> mFilters = new ConcurrentHashMap<>();
+    private final Map<Object, ExecutorService> mThreads = new ConcurrentHashMap<>();
+    private volatile Path mStream;
+
+    void setStream(String file) {
+        mStream = Path.of(file);
+    }
+
+    @Override
+    public Object call(Object self, String method, Object... args) {
+        if (self instanceof ZytTvInnerFilterCallbackThread) {
+            if (method.equals("release")) {
+                mThreads.remove(self).shutdown();
+            } else {
+                mThreads.put(self, Executors.newSingleThreadExecutor());
+            }
+            return null;
+        }
+        final ZytTvInnerFilter filter = (ZytTvInnerFilter) self;
+        final State state = mFilters.computeIfAbsent(filter, key -> new State());
+        switch (method) {
+            case "onOpenFilter":
+                state.thread = args[3] != null ? mThreads.get(args[3]) : null;
+                return state.thread != null ? OK : REFUSED;
+            case "onSetSectionConfig":
+                state.config = new Config((Integer) args[0], ((byte[]) args[4]).clone(),
+                        ((byte[]) args[5]).clone(), ((byte[]) args[6]).clone());
+                return OK;
+            case "onStart":
+                if (state.config == null || mStream == null) {
+                    return REFUSED;
+                }
+                state.active = true;
+                state.thread.execute(() -> play(filter.nativeHandle(), state));
+                return OK;
+            case "onRead":
+                return read(state, (byte[]) args[0], (Long) args[2]);
+            case "onFlush":
+                state.sections.clear();
+                return OK;
+            case "onStop":
+                state.active = false;
+                return OK;
+            case "onCloseFilter":
+                state.active = false;
+                mFilters.remove(filter);
+                return OK;
+            default:
+                return null;
+        }
+    }
+
+    private static int read(State state, byte[] buffer, long size) {
+        final byte[] section = state.sections.peek();
+        if (section == null || section.length > size) {
+            return 0;
+        }
+        System.arraycopy(section, 0, buffer, 0, section.length);
+        state.sections.remove();
+        return section.length;
+    }
+
+    /** Plays the stream once, on the filter's callback thread. */
+    private void play(int handle, State state) {
+        final byte[] stream;
+        try {
+            stream = Files.readAllBytes(mStream);
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+        final ZytTvInnerFilterCallback callback = new ZytTvInnerFilterCallback();
+        final Set<ByteBuffer> delivered = new HashSet<>();
+        final ByteBuffer assembly = ByteBuffer.allocate(4096 + PACKET);
+        boolean assembling = false;
+        int at = 0;
+        while (at + PACKET <= stream.length && state.active) {
+            if (stream[at] != SYNC) {
+                ++at;
+                continue;
+            }
+            final int pid = (stream[at + 1] & 0x1f) << 8 | stream[at + 2] & 0xff;
+            int payload = at + 4;
+            if ((stream[at + 3] & 0x20) != 0) {
+                payload += 1 + (stream[at + 4] & 0xff);
+            }
+            final int end = at + PACKET;
+            if (pid == state.config.pid() && (stream[at + 3] & 0x10) != 0 && payload < end) {
+                final boolean start = (stream[at + 1] & 0x40) != 0;
+                final int pointer = start ? stream[payload++] & 0xff : 0;
+                if (start && payload + pointer <= end) {
+                    if (assembling) {
+                        append(assembly, stream, payload, payload + pointer);
+                        take(assembly, handle, state, callback, delivered);
+                    }
+                    assembly.clear();
+                    assembling = true;
+                    payload += pointer;
+                }
+                if (assembling && payload <= end) {
+                    append(assembly, stream, payload, end);
+                    take(assembly, handle, state, callback, delivered);
+                }
+            }
+            at = end;
+        }
+        if (state.active) {
+            callback.nativeFilterStatusChanged(handle, END_OF_STREAM);
+        }
+    }
+
+    private static void append(ByteBuffer assembly, byte[] stream, int from, int to) {
+        assembly.put(stream, from, Math.min(to - from, assembly.remaining()));
+    }
+
+    /** Takes the complete sections from the front of what has been assembled. */
+    private static void take(ByteBuffer assembly, int handle, State state,
+            ZytTvInnerFilterCallback callback, Set<ByteBuffer> delivered) {
+        int at = 0;
+        while (at + 3 <= assembly.position() && assembly.get(at) != (byte) 0xff) {
+            final int length = 3 + ((assembly.get(at + 1) & 0x0f) << 8 | assembly.get(at + 2) & 0xff);
+            if (at + length > assembly.position()) {
+                break;
+            }
+            final byte[] section = Arrays.copyOfRange(assembly.array(), at, at + length);
+            at += length;
+            if (section.length >= 8 && state.config.admits(section)
+                    && delivered.add(ByteBuffer.wrap(section))) {
+                state.sections.add(section);
+                callback.nativeFilterSectionEvent(handle, section[0] & 0xff, section[5] >> 1 & 0x1f,
+                        section[6] & 0xff, section.length);
+            }
+        }
+        final int rest = assembly.position() - at;
+        System.arraycopy(assembly.array(), at, assembly.array(), 0, rest);
+        assembly.position(rest);
+    }
+}
