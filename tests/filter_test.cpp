@@ -3,8 +3,10 @@
 #include "mw/filter.h"
 
 #include <desk/basic_faults.h>
+#include <desk/log_sink.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -202,33 +204,38 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     EXPECT_EQ(0, close(h));
 }
 
-// An open that fails at each of its steps leaves nothing behind.
+// The steps at which an open can fail. From the handle on it is visible to others, and logs before
+// it gives up.
+struct FailingStep {
+    const char* name;
+    void (*prepare)();
+    int result;
+    uint32_t handle;   // afterwards: 7 when it must not be written
+    const char* line;  // logged with the handle visible; null: the handle never is
+};
+const FailingStep kFailingSteps[] = {
+    {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, 17); }, 17, 7, nullptr},
+    {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, 7, nullptr},
+    {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0, nullptr},
+    {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0, ", failed."},
+    {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0, ", fail: 3."},
+    {"array", [] { desk::failJni(Jni::kNewByteArray, 1, Failure::kNull); }, -1, 0,
+     "mj_sectionarr failed."},
+    {"array reference", [] { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, -1, 0,
+     "mj_sectionarr failed."},
+    {"object", [] { desk::failJni(Jni::kNewObject, 1, Failure::kNull); }, -1, 0, "mObject failed."},
+    {"constructor throws", [] { desk::script("throwsException", "ZytTvInnerFilter.<init>"); }, -1,
+     0, "nativeOpen fail: -1"},
+    {"refused",
+     [] {
+         desk::scriptAnswer("ZytTvInnerFilter.<init>", nullptr);
+         desk::scriptReturns("onOpenFilter", 3);
+     },
+     -1, 0, "nativeOpen fail: 3"},
+};
+
 TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
-    struct Step {
-        const char* name;
-        void (*prepare)();
-        int result;
-        uint32_t handle;  // afterwards: 7 when it must not be written
-    };
-    const Step steps[] = {
-        {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, 17); }, 17, 7},
-        {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, 7},
-        {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0},
-        {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0},
-        {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0},
-        {"array", [] { desk::failJni(Jni::kNewByteArray, 1, Failure::kNull); }, -1, 0},
-        {"array reference", [] { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, -1, 0},
-        {"object", [] { desk::failJni(Jni::kNewObject, 1, Failure::kNull); }, -1, 0},
-        {"constructor throws", [] { desk::script("throwsException", "ZytTvInnerFilter.<init>"); },
-         -1, 0},
-        {"refused",
-         [] {
-             desk::scriptAnswer("ZytTvInnerFilter.<init>", nullptr);
-             desk::scriptReturns("onOpenFilter", 3);
-         },
-         -1, 0},
-    };
-    for (const Step& step : steps) {
+    for (const FailingStep& step : kFailingSteps) {
         SCOPED_TRACE(step.name);
         const desk::Books before = desk::books();
         step.prepare();
@@ -245,47 +252,139 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, &h, nullptr, nullptr));
 }
 
-// While open is in Java its handle is visible. Whoever waits for it then goes on when open
-// succeeds, and fails when it fails; the waiter may be an operation, an event or a close.
-TEST_F(FilterTest, WaitersOfAnOpenShareItsFate) {
-    struct Waiter {
-        const char* name;
-        int (*wait)(uint32_t hfilter);
-        int success;
-    };
-    const Waiter waiters[] = {
-        {"operation", start, 0},
-        {"close", close, 0},
-    };
-    for (const Waiter& waiter : waiters) {
-        for (const bool fails : {false, true}) {
-            SCOPED_TRACE(std::string(waiter.name) + (fails ? ", fails" : ", succeeds"));
-            const desk::Books before = desk::books();
-            desk::scriptReturns("onOpenFilter", fails ? 3 : 0);
-            desk::script("hold", "onOpenFilter");
-            uint32_t h = 7;
-            std::thread opening([&] { EXPECT_EQ(fails ? -1 : 0, open(&h)); });
-            ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
-            const std::string calls = desk::takeCalls();
-            const size_t at = calls.find("setNativeHandle(") + strlen("setNativeHandle(");
-            const uint32_t visible = static_cast<uint32_t>(std::stoul(calls.substr(at)));
-            const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
-            std::thread waiting(
-                [&] { EXPECT_EQ(fails ? -1 : waiter.success, waiter.wait(visible)); });
-            while (desk_calls(DESK_SEMA_LOCK) == locks) {
-                std::this_thread::yield();
+// Who may wait for a filter that is being opened; each returns 0 when the filter served it, else
+// -1.
+struct Waiter {
+    const char* name;
+    int (*wait)(uint32_t hfilter);
+};
+const Waiter kWaiters[] = {
+    {"operation", [](uint32_t h) { return bridge([=] { return x_velmora_filter_start(h); }); }},
+    {"close", [](uint32_t h) { return bridge([=] { return x_velmora_filter_close(h); }); }},
+    {"event",
+     [](uint32_t h) {
+         void* attached = nullptr;
+         desk::vm()->AttachCurrentThread(&attached, nullptr);
+         desk::event("section", "(IIIII)V", static_cast<jint>(h), 1, 2, 3, 4);
+         desk::vm()->DetachCurrentThread();
+         const std::lock_guard<std::mutex> lock(gHeardLock);
+         return gHeard.empty() ? -1 : 0;
+     }},
+};
+
+// The handle that an open is about to issue.
+uint32_t nextHandle() {
+    uint32_t probe = 0;
+    handle_alloc(1, nullptr, nullptr, nullptr, &probe);
+    handle_free(probe, 1);
+    return probe + 1;
+}
+
+// Starts a waiter and returns when it has asked for the semaphore.
+std::thread startWaiter(const Waiter& waiter, uint32_t hfilter, int* result) {
+    const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
+    std::thread thread([=] { *result = waiter.wait(hfilter); });
+    while (desk_calls(DESK_SEMA_LOCK) == locks) {
+        std::this_thread::yield();
+    }
+    return thread;
+}
+
+TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
+    for (const Waiter& waiter : kWaiters) {
+        SCOPED_TRACE(waiter.name);
+        gHeard.clear();
+        desk::script("hold", "onOpenFilter");
+        const uint32_t visible = nextHandle();
+        uint32_t h = 7;
+        std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
+        ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
+        int result = 9;
+        std::thread waiting = startWaiter(waiter, visible, &result);
+        desk::script("release", "onOpenFilter");
+        waiting.join();
+        opening.join();
+        EXPECT_EQ(visible, h);
+        EXPECT_EQ(0, result);
+        close(h);
+    }
+}
+
+// A log line at which the thread that logs it stays until it is let go.
+std::mutex gHoldLock;
+std::condition_variable gHoldChanged;
+const char* gHoldAt;
+bool gHeld;
+bool gUsedDeletedSemaphore;
+
+void holdAtLine(int, const char*, const char* text) {
+    std::unique_lock<std::mutex> lock(gHoldLock);
+    gUsedDeletedSemaphore |= strstr(text, "fail! return i4_rc") != nullptr;
+    if (gHoldAt != nullptr && strstr(text, gHoldAt) != nullptr) {
+        gHeld = true;
+        gHoldChanged.notify_all();
+        gHoldChanged.wait(lock, [] { return gHoldAt == nullptr; });
+    }
+}
+
+// An open that fails with its handle visible lets who waits for it fail too, and frees nothing
+// twice.
+TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
+    for (const FailingStep& step : kFailingSteps) {
+        for (const Waiter& waiter : kWaiters) {
+            if (step.line == nullptr) {
+                continue;
             }
-            desk::script("release", "onOpenFilter");
+            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
+            const desk::Books before = desk::books();
+            const uint32_t visible = nextHandle();
+            gHoldAt = step.line;
+            gHeld = false;
+            gUsedDeletedSemaphore = false;
+            desk_log_set_sink(holdAtLine);
+            desk::setLogLevel("I");
+            step.prepare();
+            uint32_t h = 7;
+            std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
+            {
+                std::unique_lock<std::mutex> lock(gHoldLock);
+                gHoldChanged.wait(lock, [] { return gHeld; });
+            }
+            int result = 9;
+            std::thread waiting = startWaiter(waiter, visible, &result);
+            {
+                const std::lock_guard<std::mutex> lock(gHoldLock);
+                gHoldAt = nullptr;
+                gHoldChanged.notify_all();
+            }
             waiting.join();
             opening.join();
-            if (!fails && close(h) == 0) {
-                EXPECT_STREQ("operation", waiter.name);
-            }
-            EXPECT_EQ(before, desk::books());
+            EXPECT_EQ(-1, result);
+            EXPECT_EQ(0u, h);
+            EXPECT_FALSE(gUsedDeletedSemaphore);
             EXPECT_EQ(-1, start(visible));
-            desk::takeCalls();
+            desk::setLogLevel("");
+            desk_log_set_sink(desk::keepLogLine);
+            desk::failNothing();
+            EXPECT_EQ(before, desk::books());
+            EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));
         }
     }
+}
+
+TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
+    const uint32_t h = opened();
+    desk::script("hold", "onStart");
+    std::thread starting([&] { EXPECT_EQ(0, start(h)); });
+    ASSERT_TRUE(desk::awaitHeld("onStart"));
+    int result = 9;
+    std::thread reporting = startWaiter(kWaiters[2], h, &result);
+    EXPECT_TRUE(gHeard.empty());
+    desk::script("release", "onStart");
+    starting.join();
+    reporting.join();
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(0, close(h));
 }
 
 TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {

@@ -222,11 +222,6 @@ jint JNICALL detachHook(JavaVM*) {
 std::mutex gLogLock;
 std::vector<std::string> gLog;
 
-void keepLine(int prio, const char* /* tag */, const char* text) {
-    const std::lock_guard<std::mutex> lock(gLogLock);
-    gLog.push_back(std::string(1, "??VDIWEF"[prio]) + " " + text);
-}
-
 // The check that every control call owes the virtual machine; Java must not have thrown.
 void ok() {
     if (env()->ExceptionCheck()) {
@@ -301,7 +296,7 @@ JNIEnv* startVm() {
     gScriptedModel = static_cast<jclass>(env->NewGlobalRef(findClass("desk.ScriptedModel")));
     gEvents = static_cast<jclass>(env->NewGlobalRef(findClass("desk.Events")));
     watchFunctionTable();
-    desk_log_set_sink(keepLine);
+    desk_log_set_sink(keepLogLine);
     return env;
 }
 
@@ -475,6 +470,11 @@ void Pipeline::collect() {
         env()->CallStaticVoidMethod(system, gc);
         ok();
     }
+}
+
+void keepLogLine(int prio, const char* /* tag */, const char* text) {
+    const std::lock_guard<std::mutex> lock(gLogLock);
+    gLog.push_back(std::string(1, "??VDIWEF"[prio]) + " " + text);
 }
 
 std::vector<std::string> takeLog() {

@@ -126,6 +126,7 @@ class Pipeline {
 
 // Log lines since the last call, "E message", in order.
 std::vector<std::string> takeLog();
+void keepLogLine(int prio, const char* tag, const char* text);  // the sink that keeps them
 void setLogLevel(const char* level);
 
 // A loaded library with a scripted device behind it; every test leaves the books as it found them.

@@ -81,6 +81,7 @@ typedef struct {
     const STREAM_T* pt_stream;
     struct dvb_v5_fe_parms* pt_parms;
     int missing; /* sections of the stream that did not arrive whole */
+    int damaged; /* that arrived as they are in the stream, with a wrong CRC */
 } RECEPTION_T;
 
 /* Receives a table of a PID through a filter of its own, and compares it with what the stream
@@ -105,6 +106,8 @@ static void receive(RECEPTION_T* pt_reception, uint16_t pid, uint8_t table,
                 const int length = x_velmora_filter_read(hfilter, section, 0, sizeof(section));
                 if (length > 0 && section_is_whole((uint8_t*)section, length)) {
                     sections_add(pt_received, (uint8_t*)section, length);
+                } else if (length > 0) {
+                    ++pt_reception->damaged;
                 }
             }
             x_velmora_filter_stop(hfilter);
@@ -204,6 +207,9 @@ int show_services(const BOX_T* pt_box, const char* file) {
         show_names(&t_reception);
         x_velmora_filter_delete_callback_thread(t_reception.hthread);
         status = any && t_reception.missing == 0 ? 0 : 2;
+    }
+    if (t_reception.damaged > 0) {
+        printf("  sections   %d damaged in the stream, left out\n", t_reception.damaged);
     }
     printf("  sections   %s\n", status == 0 ? "all arrived whole" : "NOT ALL ARRIVED");
     free(t_reception.pt_parms);
