@@ -25,8 +25,7 @@
 extern "C" {
 #endif
 
-/* --- Tuner
- * ------------------------------------------------------------------------------------------- */
+/* --- Tuner --- */
 
 /*
  * Makes the Java frontend object of a pipeline and registers it. A pipeline that is registered
@@ -86,8 +85,7 @@ int x_native_frontend_get_frontend_setting(unsigned int h_pipeline, MW_FESETTING
 int x_native_frontend_set_ontune_listener(unsigned int h_pipeline);
 int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline);
 
-/* --- Events
- * ------------------------------------------------------------------------------------------ */
+/* --- Events --- */
 
 /*
  * Callbacks run on the Java thread that reports the event, without a lock of the library held, and
@@ -151,8 +149,7 @@ MW_PIN_OFFSET_32(FE_SCAN_CB_T, pf_dvbt_standard_nfy, 56);
 MW_PIN_OFFSET_32(FE_SCAN_CB_T, pf_hierarchy_nfy, 68);
 MW_PIN_OFFSET_32(FE_SCAN_CB_T, pv_tag, 76);
 
-/* --- LNB
- * --------------------------------------------------------------------------------------------- */
+/* --- LNB --- */
 
 /* Voltage, tone and position are codes of the Java side, passed through and not kept. Closing the
  * tuner does not close the LNB. */

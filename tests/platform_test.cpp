@@ -108,7 +108,7 @@ TEST(PropertyTest, ASignalHandlerMayReadWhatItInterrupted) {
             pthread_kill(reader, SIGUSR1);
         }
     });
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 3000; ++i) {
         property_set("some.signal", "value");
     }
     done = true;

@@ -1,16 +1,15 @@
-// The section filter bridge: the functions that the middleware calls, the events that Java reports,
-// and the registration of what the Java side calls and is called by.
+// The section filter bridge: the functions that the middleware calls, and the registration of what
+// the Java side calls and is called by.
 
 #include <jni.h>
 
-#include <atomic>
 #include <cstdint>
-#include <iterator>
 
 #include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "services/jni/connectmanager/pipeline/JNativeCallbackThread.h"
 #include "services/jni/connectmanager/pipeline/JNativeInnerFilter.h"
+#include "services/jni/connectmanager/pipeline/filter_events.h"
 #include "services/jni/connectmanager/pipeline/filter_handles.h"
 #include "services/jni/connectmanager/pipeline/filter_java.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
@@ -24,9 +23,6 @@ android::FilterFields android::gFields;
 android::CallbackThreadFields android::gCallbackThreadFields;
 
 namespace {
-
-std::atomic<flt_section_nfy_fct> gSectionEventCallback;
-std::atomic<flt_status_nfy_fct> gFilterStatusCallback;
 
 unsigned long long shown(int64_t instance) {
     return static_cast<unsigned long long>(instance);
@@ -53,8 +49,7 @@ uint8_t _native_filter_callback_thread_handle_free(uint32_t, uint16_t e_type, vo
     return 1;
 }
 
-// --- Open
-// -----------------------------------------------------------------------------------------------
+// --- Open ---
 
 // What an open has made so far, and gives back when it fails.
 struct OpeningFilter {
@@ -127,8 +122,7 @@ bool openPeer(OpeningFilter* opening, JNativeInnerFilter* filter, uint32_t h_pip
     return true;
 }
 
-// --- Operations
-// -------------------------------------------------------------------------------------------
+// --- Operations ---
 
 struct FilterOperation {
     FilterAccessMessages access;
@@ -178,84 +172,6 @@ constexpr FilterOperation kSetSectionConfig = {
      "<%s:%4d> handle:  0x%llx, failed.", true},
     "<%s:%4d> setSectionConfig fail: %d, instance: 0x%llx.",
     "<%s:%4d> hfilter[0x%x] jret %d !\n"};
-
-// --- Events
-// -----------------------------------------------------------------------------------------------
-
-struct FilterEvent {
-    FilterAccessMessages access;
-    const char* null;  // no function is registered
-};
-
-constexpr FilterEvent kSectionEvent = {
-    {"com_halvorin_tv_velmora_filter_section_event",
-     "<%s:%4d> handle: 0x%x, x_filter_lock handle free.",
-     "<%s:%4d> handle: 0x%x invalid,drop this callback,normal case.", false},
-    "<%s:%4d>  filter section event notify is null."};
-constexpr FilterEvent kRestartEvent = {
-    {"com_halvorin_tv_velmora_filter_restart_event",
-     "<%s:%4d> handle: 0x%x, x_filter_lock handle free.",
-     "<%s:%4d> handle: 0x%x invalid,drop this callback,normal case.", false},
-    "<%s:%4d> filter section event notify is null."};
-constexpr FilterEvent kStatusEvent = {
-    {"com_halvorin_tv_velmora_filter_status_change",
-     "<%s:%4d>  handle: 0x%x, x_filter_lock handle free.",
-     "<%s:%4d>  handle: 0x%x invalid,drop this callback,normal case.", false},
-    "<%s:%4d>  filter status change notify is null."};
-
-// Calls deliver(function, handle, event record, tag) for a live filter, with nothing locked, but
-// the peer held.
-template <typename Function, typename Deliver>
-void notify(const FilterEvent& event, const std::atomic<Function>& slot, jint handle,
-            const Deliver& deliver) {
-    FilterAccess access(event.access, static_cast<uint32_t>(handle));
-    JNativeInnerFilter* filter = access.peer();
-    if (filter == nullptr) {
-        return;
-    }
-    const Function function = slot;
-    if (function == nullptr) {
-        LOG_FILTER_FORMAT(event.null, event.access.function);
-        return;
-    }
-    const uint32_t hfilter = filter->nativeGetFilterHandle();
-    void* pv_tag = filter->nativeGetFilterTag();
-    access.release();
-    deliver(function, hfilter, filter->nativeGetFilterEvt(), pv_tag);
-}
-
-void com_halvorin_tv_velmora_filter_section_event(JNIEnv*, jobject, jint handle, jint arg0,
-                                                  jint arg1, jint arg2, jint arg3) {
-    FLT_EVT_DATA_T data = {{arg0, arg1, arg2, arg3}, FLT_EVT_KIND_SECTION};
-    notify(kSectionEvent, gSectionEventCallback, handle,
-           [&](flt_section_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
-               function(hfilter, pt_evt, &data, pv_tag);
-           });
-}
-
-void com_halvorin_tv_velmora_filter_restart_event(JNIEnv*, jobject, jint handle, jint arg0) {
-    FLT_EVT_DATA_T data = {{arg0, 0, 0, 0}, FLT_EVT_KIND_RESTART};
-    notify(kRestartEvent, gSectionEventCallback, handle,
-           [&](flt_section_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
-               function(hfilter, pt_evt, &data, pv_tag);
-           });
-}
-
-void com_halvorin_tv_velmora_filter_status_change(JNIEnv*, jobject, jint handle, jint status) {
-    notify(kStatusEvent, gFilterStatusCallback, handle,
-           [&](flt_status_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
-               function(hfilter, pt_evt, status, pv_tag);
-           });
-}
-
-const JNINativeMethod kFilterNatives[] = {
-    NATIVE_METHOD("nativeFilterSectionEvent", "(IIIII)V",
-                  com_halvorin_tv_velmora_filter_section_event),
-    NATIVE_METHOD("nativeFilterRestartEvent", "(II)V",
-                  com_halvorin_tv_velmora_filter_restart_event),
-    NATIVE_METHOD("nativeFilterStatusChanged", "(II)V",
-                  com_halvorin_tv_velmora_filter_status_change),
-};
 
 }  // namespace
 
@@ -365,13 +281,13 @@ PIPELINE_EXPORT int x_velmora_filter_setSectionConfig(uint32_t hfilter, int valu
 
 PIPELINE_EXPORT int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy) {
     FILTER_LOG("  callback: %p", reinterpret_cast<void*>(pf_nfy));
-    gSectionEventCallback = pf_nfy;
+    setSectionCallback(pf_nfy);
     return 0;
 }
 
 PIPELINE_EXPORT int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy) {
     FILTER_LOG(" callback: %p", reinterpret_cast<void*>(pf_nfy));
-    gFilterStatusCallback = pf_nfy;
+    setFilterStatusCallback(pf_nfy);
     return 0;
 }
 
@@ -488,10 +404,7 @@ static void com_halvorin_tv_velmora_filter_callback_thread_native_init(JNIEnv* e
 }
 
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFilter(JNIEnv* env) {
-    if (registerNativeMethods(
-            env,
-            "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFilterCallback",
-            kFilterNatives, std::size(kFilterNatives)) != 0) {
+    if (registerFilterEventNatives(env) != 0) {
         FILTER_LOG(" Failed to register data source filter native methods");
         return 0;
     }

@@ -178,7 +178,8 @@ PIPELINE_EXPORT int x_native_frontend_clear_ontune_listener(unsigned int h_pipel
 
 PIPELINE_EXPORT void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb) {
     LOG_INFO("x_native_frontend_register_scan_callback");
-    setScanCallbacks(pt_scan_cb != nullptr ? *pt_scan_cb : FE_SCAN_CB_T{});
+    static constexpr FE_SCAN_CB_T kNone = {};
+    setScanCallbacks(pt_scan_cb != nullptr ? *pt_scan_cb : kNone);
 }
 
 PIPELINE_EXPORT int x_native_frontend_register_lnb_callback(unsigned int h_pipeline,
