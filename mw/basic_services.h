@@ -78,8 +78,8 @@ int32_t x_sema_create(uint32_t* ph_sema, uint32_t e_type, uint32_t ui4_initial);
  */
 int32_t x_sema_lock(uint32_t h_sema, uint32_t ui4_option);
 
-/* Releases the semaphore; any thread may do so. Fails for an unknown handle and for one that is not
- * taken. */
+/* Releases the semaphore; any thread may do so. Fails for an unknown handle and for one that is
+ * not taken. */
 int32_t x_sema_unlock(uint32_t h_sema);
 
 /* Destroys the semaphore and wakes its waiters, whose x_sema_lock fails. */

@@ -6,15 +6,19 @@
  *
  * Unless a function says otherwise:
  *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
- * thread is attached for the length of the Java call. Failing to attach or detach a thread ends the
- * process. Blocking  calls for one filter run one after the other: each waits for the filter, holds
- * it through its Java call and releases it. While a thread waits for a filter, threads that want
- * any filter wait with it; so a Java method must not wait for a call of these functions on another
- * thread, and a thread must not call them for a filter from inside that filter's Java method.
+ *             thread is attached for the length of the Java call. Failing to attach or detach a
+ *             thread ends the process.
+ *   Blocking  calls for one filter run one after the other: each waits for the filter, holds it
+ *             through its Java call and releases it. While a thread waits for a filter, threads
+ *             that want any filter wait with it; so a Java method must not wait for a call of these
+ *             functions on another thread, and a thread must not call them for a filter from inside
+ *             that filter's Java method.
  *   Result    the Java method's int, unchanged; -1 when the handle names no open filter, or the
- * library failed. Ownership what a pointer argument points to stays the caller's and is not used
- * after the return. Exceptions of a Java filter method other than its constructor are neither
- * tested nor cleared; on a thread that the call attached they end with it.
+ *             library failed.
+ *   Ownership what a pointer argument points to stays the caller's and is not used after the
+ *             return.
+ *   Exceptions of a Java filter method other than its constructor are neither tested nor cleared;
+ *             on a thread that the call attached they end with it.
  */
 #ifndef MW_FILTER_H
 #define MW_FILTER_H
@@ -40,9 +44,9 @@ typedef struct {
 typedef enum { FLT_EVT_KIND_SECTION = 0, FLT_EVT_KIND_RESTART = 1 } FLT_EVT_KIND_E;
 
 typedef struct {
-    int32_t ai4_arg[4]; /* section: the four values of the Java filter; restart: one value, then
-                           zeros */
-    int32_t e_kind;     /* FLT_EVT_KIND_E */
+    int32_t ai4_arg
+        [4]; /* section: the four values of the Java filter; restart: one value, then zeros */
+    int32_t e_kind; /* FLT_EVT_KIND_E */
 } FLT_EVT_DATA_T;
 
 /*
@@ -64,8 +68,8 @@ MW_PIN_OFFSET(FLT_EVT_CB_T, h_cb_thread, 8);
 MW_PIN_SIZE(FLT_EVT_DATA_T, 20);
 MW_PIN_OFFSET(FLT_EVT_DATA_T, e_kind, 16);
 
-/* Set the process-wide event functions; null clears. To be set before the first filter is opened.
- * Always 0, and they do not block. */
+/* Set the process-wide event functions; null clears. To be set before the first filter is
+ * opened. Always 0, and they do not block. */
 int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy);
 int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy);
 
@@ -75,15 +79,16 @@ int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy);
  *   mainType, subType  the platform's filter type, passed on
  *   buffersize         the filter's buffer, bytes
  *   ph_filter          receives the handle, or 0 on a failure; unwritten when not even the filter's
- * semaphore and record could be made pt_evt             copied, not null pv_tag             opaque,
- * handed to the event functions Result: 0; -1, also when Java refused to open; or the semaphore
- * service's error.
+ *                      semaphore and record could be made
+ *   pt_evt             copied, not null
+ *   pv_tag             opaque, handed to the event functions
+ * Result: 0; -1, also when Java refused to open; or the semaphore service's error.
  */
 int x_velmora_filter_open(uint32_t h_pipeline, int mainType, int subType, int64_t buffersize,
                           uint32_t* ph_filter, FLT_EVT_CB_T* pt_evt, void* pv_tag);
 
-/* Closes the Java filter and frees the handle, after the calls in progress on it. Result: 0 or -1.
- */
+/* Closes the Java filter and frees the handle, after the calls in progress on it. Result: 0 or
+ * -1. */
 int x_velmora_filter_close(uint32_t hfilter);
 
 int x_velmora_filter_start(uint32_t hfilter);
@@ -99,8 +104,8 @@ int x_velmora_filter_flush(uint32_t hfilter);
  */
 int x_velmora_filter_read(uint32_t hfilter, int8_t* buffer, int64_t position, int64_t size);
 
-/* Configures the sections to deliver. The patterns have FLT_PATTERN_SIZE bytes each and are copied;
- * value, flags (0 or 1) and patterns are passed to Java uninterpreted. */
+/* Configures the sections to deliver. The patterns have FLT_PATTERN_SIZE bytes each and are
+ * copied; value, flags (0 or 1) and patterns are passed to Java uninterpreted. */
 int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1, uint8_t flag2,
                                       uint8_t flag3, uint8_t* pattern1, uint8_t* pattern2,
                                       uint8_t* pattern3);
@@ -108,12 +113,12 @@ int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1
 /* Makes a Java callback thread and stores its handle in *ph_thread. Result: 0; -1, nothing made. */
 int x_velmora_filter_create_callback_thread(uint32_t* ph_thread);
 
-/* Releases a callback thread. Not to be called while an open that names it is running. Result: 0;
- * -1 for a handle that names none. */
+/* Releases a callback thread. Not to be called while an open that names it is running. Result:
+ * 0; -1 for a handle that names none. */
 int x_velmora_filter_delete_callback_thread(uint32_t hthread);
 
-/* Add and drop one strong reference of the filter peer at address instance, which must be alive; 0
- * is allowed and changes nothing. Result: 0; -1 for a value that is no address. */
+/* Add and drop one strong reference of the filter peer at address instance, which must be alive;
+ * 0 is allowed and changes nothing. Result: 0; -1 for a value that is no address. */
 int addInnerFilterReference(int64_t instance);
 int subInnerFilterReference(int64_t instance);
 

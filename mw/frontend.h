@@ -7,12 +7,15 @@
  *
  * Unless a function says otherwise:
  *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
- * thread is attached for the length of the call. Calls for one pipeline may overlap. Blocking  it
- * returns when the Java method has returned. No lock of the library is held meanwhile. Result the
- * Java method's int, unchanged. -1 is also the library's own failure: the pipeline is not
- *             registered, it has no Java object, there is no Java environment, or Java threw an
- * exception (which is described on the error stream of the virtual machine and cleared). Ownership
- * what a pointer argument points to stays the caller's and is not used after the return.
+ *             thread is attached for the length of the call. Calls for one pipeline may overlap.
+ *   Blocking  it returns when the Java method has returned. No lock of the library is held
+ *             meanwhile.
+ *   Result    the Java method's int, unchanged. -1 is also the library's own failure: the pipeline
+ *             is not registered, it has no Java object, there is no Java environment, or Java threw
+ *             an exception (which is described on the error stream of the virtual machine and
+ *             cleared).
+ *   Ownership what a pointer argument points to stays the caller's and is not used after the
+ *             return.
  */
 #ifndef MW_FRONTEND_H
 #define MW_FRONTEND_H
@@ -29,21 +32,21 @@ extern "C" {
 
 /*
  * Makes the Java frontend object of a pipeline and registers it. A pipeline that is registered
- * already keeps the object it has; the second one is opened and closed during the call. Result:
- * always 0, also when the object could not be made (the later calls then fail).
+ * already keeps the object it has; the second one is opened and closed during the call.
+ * Result: always 0, also when the object could not be made (the later calls then fail).
  */
 int x_native_frontend_require_tuner(unsigned int h_pipeline);
 
 /*
  * Unregisters a pipeline. Its Java frontend is closed before the return or, when other calls are
- * still using it, when the last of them returns. Result: always 0, also when the pipeline is not
- * registered.
+ * still using it, when the last of them returns.
+ * Result: always 0, also when the pipeline is not registered.
  */
 int x_native_frontend_close_tuner(unsigned int h_pipeline);
 
 /* Tunes to *pt_fesettings. A null record, a type that is not supported, a DVB-S frequency above
- * 2147 MHz and, for ISDB-T, a frontend without a service area give -1 and are not passed to Java.
- */
+ * 2147 MHz and, for ISDB-T, a frontend without a service area give -1 and are not passed to
+ * Java. */
 int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings);
 
 int x_native_frontend_cancel_tuning(unsigned int h_pipeline);
@@ -65,10 +68,12 @@ int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_i
 /*
  * Reads status kinds of the frontend.
  *   pi4_type     the kinds, ui1_len values of 32 bits; duplicates are allowed, unsupported ones are
- * skipped ui1_len      1 to FE_STATUS_MAX_TYPES pt_festatus  receives them, see FE_STATUS_T Result:
- * 0 when the frontend gave its status, even if single kinds could not be read (a kind whose getter
- * threw holds 0 or false, a list that is missing keeps the caller's bytes); otherwise -1, nothing
- * written.
+ *                skipped
+ *   ui1_len      1 to FE_STATUS_MAX_TYPES
+ *   pt_festatus  receives them, see FE_STATUS_T
+ * Result: 0 when the frontend gave its status, even if single kinds could not be read (a kind whose
+ * getter threw holds 0 or false, a list that is missing keeps the caller's bytes); otherwise -1,
+ * nothing written.
  */
 int x_native_frontend_get_frontend_status(unsigned int h_pipeline, FE_STATUS_TYPE_E* pi4_type,
                                           unsigned char ui1_len, FE_STATUS_T* pt_festatus);
@@ -100,8 +105,8 @@ typedef int (*fe_lnb_nfy_fct)(unsigned int h_pipeline, int32_t i4_event_type);
 typedef int (*fe_lnb_diseqc_nfy_fct)(unsigned int h_pipeline, const int8_t* pi1_message,
                                      int32_t i4_length);
 
-/* The middleware's scan callbacks; any may be null. The reserved words are the middleware's and not
- * read. */
+/* The middleware's scan callbacks; any may be null. The reserved words are the middleware's and
+ * not read. */
 typedef struct {
     void* apv_reserved0[5];
     fe_scan_nfy_fct pf_locked_nfy;
@@ -128,8 +133,8 @@ void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb);
 
 /*
  * Register the one LNB event callback and the one DiSEqC message callback of the process; null
- * clears it. The latest registration serves every pipeline. They do not block. Result: 0; -1 when
- * the pipeline is not registered (the callback registered before then stays).
+ * clears it. The latest registration serves every pipeline. They do not block.
+ * Result: 0; -1 when the pipeline is not registered (the callback registered before then stays).
  */
 int x_native_frontend_register_lnb_callback(unsigned int h_pipeline, fe_lnb_nfy_fct pf_nfy);
 int x_native_frontend_register_lnb_DiseqcMessage_callback(unsigned int h_pipeline,
@@ -151,8 +156,8 @@ MW_PIN_OFFSET_32(FE_SCAN_CB_T, pv_tag, 76);
 
 /* --- LNB --- */
 
-/* Voltage, tone and position are codes of the Java side, passed through and not kept. Closing the
- * tuner does not close the LNB. */
+/* Voltage, tone and position are codes of the Java side, passed through and not kept. Closing
+ * the tuner does not close the LNB. */
 int x_native_frontend_require_lnb(unsigned int h_pipeline);
 int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage);
 int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone);

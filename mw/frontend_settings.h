@@ -16,8 +16,8 @@
 extern "C" {
 #endif
 
-/* e_type: the delivery system; the platform's numbering. Analog, ATSC 3.0 and ISDB-S3 are refused.
- */
+/* e_type: the delivery system; the platform's numbering. Analog, ATSC 3.0 and ISDB-S3 are
+ * refused. */
 typedef enum {
     MW_FE_TYPE_UNDEFINED = 0,
     MW_FE_TYPE_ANALOG = 1,

@@ -43,8 +43,8 @@ typedef enum {
 /* Most kinds in one query. */
 #define FE_STATUS_MAX_TYPES 34
 
-/* Most elements of a list kind that a query copies; a longer list is reported by its length alone.
- */
+/* Most elements of a list kind that a query copies; a longer list is reported by its length
+ * alone. */
 #define FE_STATUS_MAX_LIST_COPY 9
 
 /*

@@ -23,8 +23,8 @@
     static_assert(offsetof(type, field) >= (offset), #type "." #field " offset")
 #endif
 
-/* For records without a pointer, whose layout is the same wherever 64-bit members align to 8 bytes.
- */
+/* For records without a pointer, whose layout is the same wherever 64-bit members align to 8
+ * bytes. */
 #define MW_PIN_SIZE(type, size) static_assert(sizeof(type) == (size), #type " size")
 #define MW_PIN_OFFSET(type, field, offset) \
     static_assert(offsetof(type, field) == (offset), #type "." #field " offset")

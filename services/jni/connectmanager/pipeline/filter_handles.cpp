@@ -12,14 +12,13 @@ std::mutex gFilterHandleMutex;
 namespace {
 
 // A filter's handle is visible while its open still runs, and when that open fails, it frees handle
-// and record at a moment when another thread may be reading the record or waiting for the
-// semaphore. That thread holds gFilterHandleMutex, so open cannot take it. Instead:
+// and record at a moment when another thread may be reading the record or await the semaphore.
+// That thread holds gFilterHandleMutex, so open cannot take it. Instead:
 // - gRecordMutex is held from a lookup until the record has been read, and while a handle is freed.
-// A leaf: no
-//   semaphore is waited for under it.
+//   A leaf: no semaphore is waited for under it.
 // - The one waiter is known. Freeing its handle marks it, so that it gives the semaphore it gets
-// straight back;
-//   open deletes the semaphore only when the waiter is gone, so nobody ever uses a deleted one.
+//   straight back; open deletes the semaphore only when the waiter is gone, so nobody ever uses a
+//   deleted one.
 std::mutex gRecordMutex;
 pthread_cond_t gWaiterGone = PTHREAD_COND_INITIALIZER;  // has no destructor that could wait at exit
 
