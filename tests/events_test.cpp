@@ -38,6 +38,7 @@ int onList(unsigned int pipeline, const int32_t* values, int32_t count, void* pv
         rest += " " + std::to_string(values[i]);
     }
     heard(std::to_string(slot), pipeline, rest, pv_tag);
+    EXPECT_EQ(-1, desk::releaseMode()) << "released before the callback returned";
     const_cast<int32_t*>(values)[0] = -1;  // must not reach Java
     return 77;
 }
@@ -52,6 +53,7 @@ int onDiseqc(unsigned int pipeline, const int8_t* message, int32_t length) {
     for (int32_t i = 0; i < length; ++i) {
         rest += " " + std::to_string(message[i]);
     }
+    EXPECT_EQ(-1, desk::releaseMode()) << "released before the callback returned";
     heard("diseqc", pipeline, rest, nullptr);
     return 77;
 }
@@ -84,6 +86,7 @@ class EventsTest : public desk::BridgeTest {
     void SetUp() override {
         BridgeTest::SetUp();
         gHeard.clear();
+        desk::releaseMode();
         desk::setLogLevel("E");
     }
     void TearDown() override {
@@ -135,6 +138,7 @@ TEST_F(EventsTest, ScanEventsReachTheirCallback) {
         if (event.array != nullptr) {
             EXPECT_EQ(JNI_ABORT, desk::releaseMode());
             EXPECT_EQ(0, report(event, values, 9)) << "longer than the array";
+            EXPECT_EQ(JNI_ABORT, desk::releaseMode());
             EXPECT_EQ(std::to_string(event.event) + " 153 10 20 30 tag", gHeard.back());
         }
     }
@@ -218,11 +222,10 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
     EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(h + 1000, nullptr));
     EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(h + 1000, nullptr));
     EXPECT_EQ(0, lnb(-7));
-    EXPECT_EQ(0, diseqc(message, 4));
-    EXPECT_EQ(JNI_ABORT, desk::releaseMode());
-    EXPECT_EQ(0, diseqc(message, 2));
-    EXPECT_EQ(0, diseqc(message, 5));
-    EXPECT_EQ(0, diseqc(message, 0));
+    for (const jint length : {4, 2, 5, 0}) {
+        EXPECT_EQ(0, diseqc(message, length));
+        EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+    }
     EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
                      "diseqc 153 -32 16 56 1", "diseqc 153"}),
               gHeard);

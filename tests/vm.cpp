@@ -45,7 +45,7 @@ std::atomic<int> gGlobalRefs;
 std::atomic<int> gLocalRefs;
 std::atomic<int> gAttachments;
 std::atomic<int> gAttachCount;
-std::atomic<int> gReleaseMode;
+std::atomic<int> gReleaseMode{-1};
 
 struct JniFault {
     std::atomic<int> callsUntilFault;
@@ -144,12 +144,16 @@ jbyte* JNICALL getBytesHook(JNIEnv* env, jbyteArray array, jboolean* copied) {
 }
 
 void JNICALL releaseIntsHook(JNIEnv* env, jintArray array, jint* elements, jint mode) {
-    gReleaseMode = mode;
+    if (tWatching) {
+        gReleaseMode = mode;
+    }
     gReal.ReleaseIntArrayElements(env, array, elements, mode);
 }
 
 void JNICALL releaseBytesHook(JNIEnv* env, jbyteArray array, jbyte* elements, jint mode) {
-    gReleaseMode = mode;
+    if (tWatching) {
+        gReleaseMode = mode;
+    }
     gReal.ReleaseByteArrayElements(env, array, elements, mode);
 }
 
@@ -435,7 +439,7 @@ int attachCount() {
     return gAttachCount;
 }
 int releaseMode() {
-    return gReleaseMode;
+    return gReleaseMode.exchange(-1);
 }
 
 Watch::Watch() : mBefore(tWatching) {

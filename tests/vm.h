@@ -87,7 +87,7 @@ struct Books {
 std::ostream& operator<<(std::ostream& out, const Books& books);
 Books books();
 int attachCount();  // attachments made since the start
-int releaseMode();  // of the last Release...ArrayElements
+int releaseMode();  // of the Release...ArrayElements since the last call, or -1
 
 class Watch {
   public:
