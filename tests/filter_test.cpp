@@ -130,10 +130,16 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
     EXPECT_EQ(-1,
               bridge([&] { return x_velmora_filter_delete_callback_thread(mPipeline->handle()); }));
     desk::setLogLevel("");
-    std::thread twice(
-        [&] { bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); }); });
-    bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
-    twice.join();
+    int deletions[2] = {};
+    const auto deleteThread = [&](int i) {
+        deletions[i] = bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+    };
+    std::thread other(deleteThread, 1);
+    deleteThread(0);
+    other.join();
+    EXPECT_EQ(-1, deletions[0] + deletions[1]) << "one of two deletes at once";
+    deleteThread(0);
+    EXPECT_EQ(-1, deletions[0]) << "deleted in a row";
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
     EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(nullptr));
     desk::script("throwsException", "ZytTvInnerFilterCallbackThread.<init>");

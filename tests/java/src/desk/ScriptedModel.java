@@ -53,10 +53,6 @@ public final class ScriptedModel implements DeviceModel {
         answer(method, value);
     }
 
-    public static void returnsLong(String method, long value) {
-        answer(method, value);
-    }
-
     public static void returnsTrue(String method) {
         answer(method, true);
     }
