@@ -5,8 +5,8 @@
 
 namespace {
 
+using desk::Call;
 using desk::Failure;
-using desk::Jni;
 using Lines = std::vector<std::string>;
 
 // What the callbacks were given, a line each.
@@ -189,7 +189,7 @@ TEST_F(EventsTest, BadListsAreRefused) {
         EXPECT_EQ(-1, report(event, values, -1));
         EXPECT_EQ(-1, report(event, empty, 3));
         for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-            desk::failJni(Jni::kGetIntArrayElements, 1, failure);
+            desk::failCall(Call::kGetIntArrayElements, 1, failure);
             EXPECT_EQ(-1, report(event, values, 3));
         }
         EXPECT_EQ(Lines(6, std::string("E ") + kPrefix + event.function + ", " + event.array +
@@ -232,7 +232,7 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
     EXPECT_EQ(-1, diseqc(nullptr, 4));
     EXPECT_EQ(-1, diseqc(message, -1));
     EXPECT_EQ(-1, diseqc(desk::env()->NewByteArray(0), 1));
-    desk::failJni(Jni::kGetByteArrayElements, 1, Failure::kThrows);
+    desk::failCall(Call::kGetByteArrayElements, 1, Failure::kThrows);
     EXPECT_EQ(-1, diseqc(message, 4));
     EXPECT_EQ(Lines(4, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
               desk::takeLog());

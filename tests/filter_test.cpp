@@ -18,8 +18,8 @@
 namespace {
 
 using desk::bridge;
+using desk::Call;
 using desk::Failure;
-using desk::Jni;
 using Lines = std::vector<std::string>;
 
 Lines gHeard;
@@ -200,7 +200,7 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     EXPECT_EQ(-1, x_velmora_filter_read(h, nullptr, 0, 1));
     EXPECT_EQ(-1, x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, mPattern, nullptr, mPattern));
     for (const int nth : {1, 2, 3}) {
-        desk::failJni(Jni::kNewByteArray, nth, Failure::kThrows);
+        desk::failCall(Call::kNewByteArray, nth, Failure::kThrows);
         EXPECT_EQ(-1, bridge([&] {
             return x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, mPattern, mPattern, mPattern);
         }));
@@ -225,11 +225,12 @@ const FailingStep kFailingSteps[] = {
     {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0, nullptr},
     {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0, ", failed."},
     {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0, ", fail: 3."},
-    {"array", [] { desk::failJni(Jni::kNewByteArray, 1, Failure::kNull); }, -1, 0,
+    {"array", [] { desk::failCall(Call::kNewByteArray, 1, Failure::kNull); }, -1, 0,
      "mj_sectionarr failed."},
-    {"array reference", [] { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, -1, 0,
+    {"array reference", [] { desk::failCall(Call::kNewGlobalRef, 1, Failure::kNull); }, -1, 0,
      "mj_sectionarr failed."},
-    {"object", [] { desk::failJni(Jni::kNewObject, 1, Failure::kNull); }, -1, 0, "mObject failed."},
+    {"object", [] { desk::failCall(Call::kNewObject, 1, Failure::kNull); }, -1, 0,
+     "mObject failed."},
     {"constructor throws", [] { desk::script("throwsException", "ZytTvInnerFilter.<init>"); }, -1,
      0, "nativeOpen fail: -1"},
     {"refused",

@@ -14,8 +14,8 @@ namespace {
 
 using desk::bridge;
 using desk::BridgeTest;
+using desk::Call;
 using desk::Failure;
-using desk::Jni;
 using desk::Pipeline;
 using Lines = std::vector<std::string>;
 
@@ -167,7 +167,7 @@ TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
     }
 }
 
-TEST_F(FrontendTest, OperationsFailWithoutPipelineObjectOrEnvironment) {
+TEST_F(FrontendTest, OperationsFailWithoutPipeline) {
     const Pipeline pipeline;
     desk::setLogLevel("D");
     for (const Operation& operation : kOperations) {
@@ -179,25 +179,7 @@ TEST_F(FrontendTest, OperationsFailWithoutPipelineObjectOrEnvironment) {
     EXPECT_EQ(-1, x_native_frontend_set_ontune_listener(0x7fffff00));
     EXPECT_EQ(-1, x_native_frontend_clear_ontune_listener(0x7fffff00));
 
-    struct EnvironmentFault {
-        const char* name;
-        desk::VmFaults faults;
-    };
-    const EnvironmentFault faults[] = {{"attach fails", {true, false, true, false, false}},
-                                       {"attach gives null", {true, false, false, true, false}},
-                                       {"GetEnv gives null", {false, true, false, false, false}}};
     const Tuner tuner(pipeline);
-    desk::takeCalls();
-    for (const EnvironmentFault& fault : faults) {
-        for (const Operation& operation : kOperations) {
-            SCOPED_TRACE(std::string(fault.name) + ", " + operation.name);
-            desk::vmFaults = fault.faults;
-            const int result = operation.call(pipeline.handle());
-            desk::vmFaults = {};
-            EXPECT_EQ(operation.passesResult ? operation.failure : 0, result);
-        }
-    }
-    EXPECT_EQ("", desk::takeCalls());
     EXPECT_EQ(0, x_native_frontend_get_frontend_info(pipeline.handle(), nullptr));
     EXPECT_EQ(0, x_native_frontend_set_ontune_listener(pipeline.handle()));
     EXPECT_EQ(0, x_native_frontend_clear_ontune_listener(pipeline.handle()));
@@ -219,11 +201,11 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
          "E JNativeInnerFrontend, pipeline maybe already release."},
         {"constructor throws",
          [](Pipeline&) { desk::script("throwsException", "ZytTvInnerFrontend.<init>"); }, kObject},
-        {"no object", [](Pipeline&) { desk::failJni(Jni::kNewObject, 1, Failure::kNull); },
+        {"no object", [](Pipeline&) { desk::failCall(Call::kNewObject, 1, Failure::kNull); },
          kObject},
         {"no global reference",
-         [](Pipeline&) { desk::failJni(Jni::kNewGlobalRef, 1, Failure::kNull); }, kObject},
-        {"no environment", [](Pipeline&) { desk::vmFaults.getEnvGivesNull = true; }, ""},
+         [](Pipeline&) { desk::failCall(Call::kNewGlobalRef, 1, Failure::kNull); }, kObject},
+        {"no environment", [](Pipeline&) { desk::failEvery(Call::kGetEnv, Failure::kEmpty); }, ""},
     };
     for (const Case& unbound : cases) {
         SCOPED_TRACE(unbound.name);
@@ -322,7 +304,7 @@ TEST_F(FrontendTest, BadDiseqcMessagesAreRefused) {
               bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, -1); }));
     EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 1); }));
     for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-        desk::failJni(Jni::kNewByteArray, 1, failure);
+        desk::failCall(Call::kNewByteArray, 1, failure);
         EXPECT_EQ(-1,
                   bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, 4); }));
     }

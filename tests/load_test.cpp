@@ -18,7 +18,7 @@ extern JavaVM* g_velmora_javaVM;
 
 namespace {
 
-using desk::Jni;
+using desk::Call;
 using Lines = std::vector<std::string>;
 
 // Exits with 0 when every expectation of the body held.
@@ -56,8 +56,8 @@ TEST(LoadTest, LoadsOnceEverythingIsFound) {
 
 TEST(LoadTest, FailsWhenThereIsNoEnvironment) {
     IN_A_PROCESS([] {
-        desk::vmFaults.getEnvFails = true;
-        EXPECT_EQ(-1, JNI_OnLoad(desk::watchedVm(), nullptr));
+        desk::failCall(Call::kGetEnv, 1, desk::Failure::kNull);
+        EXPECT_EQ(-1, desk::bridge([] { return JNI_OnLoad(desk::watchedVm(), nullptr); }));
         EXPECT_EQ(Lines{"E ERROR: GetEnv failed"}, desk::takeLog());
         EXPECT_EQ(nullptr, g_velmora_javaVM);
     });
@@ -75,9 +75,9 @@ void refused(const Refusal& refusal) {
     const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
     for (const bool missing : {true, false}) {
         if (missing) {
-            desk::failLookup(Jni::kFindClass, package + refusal.missingClass);
+            desk::failLookup(Call::kFindClass, package + refusal.missingClass);
         } else {
-            desk::failLookup(Jni::kRegisterNatives, refusal.firstNative);
+            desk::failLookup(Call::kRegisterNatives, refusal.firstNative);
         }
         EXPECT_FALSE(desk::loadLibrary());
         desk::failNothing();
@@ -122,7 +122,7 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
     const std::string services = "com/halvorin/tv/velmora/services/selector/connectmanager/";
     const std::string tuner = "android/media/tv/tuner/frontend/";
     struct Missing {
-        Jni lookup;
+        Call lookup;
         std::string name;
         const char* report;
     };
@@ -136,16 +136,16 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
         "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp: "
         "FATAL Error at :[0-9]+";
     const Missing cases[] = {
-        {Jni::kFindClass, services + "ZytTvInnerFrontend", kFrontend},
-        {Jni::kFindClass, tuner + "AtscFrontendSettings", kFrontend},
-        {Jni::kFindClass, tuner + "FrontendStatus", kFrontend},
-        {Jni::kFindClass, services + "ZytTvInnerFilter", kFilter},
-        {Jni::kFindClass, services + "ZytTvInnerFilterCallbackThread", kFilter},
-        {Jni::kGetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
-        {Jni::kGetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
-        {Jni::kGetMethodID, "getCodeRates", "!\\(gFrontendFields.getCodeRatesID != __null\\)"},
-        {Jni::kGetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
-        {Jni::kGetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
+        {Call::kFindClass, services + "ZytTvInnerFrontend", kFrontend},
+        {Call::kFindClass, tuner + "AtscFrontendSettings", kFrontend},
+        {Call::kFindClass, tuner + "FrontendStatus", kFrontend},
+        {Call::kFindClass, services + "ZytTvInnerFilter", kFilter},
+        {Call::kFindClass, services + "ZytTvInnerFilterCallbackThread", kFilter},
+        {Call::kGetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
+        {Call::kGetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
+        {Call::kGetMethodID, "getCodeRates", "!\\(gFrontendFields.getCodeRatesID != __null\\)"},
+        {Call::kGetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
+        {Call::kGetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
     };
     for (const Missing& missing : cases) {
         SCOPED_TRACE(missing.name);

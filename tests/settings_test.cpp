@@ -11,8 +11,8 @@
 namespace {
 
 using desk::bridge;
+using desk::Call;
 using desk::Failure;
-using desk::Jni;
 using Lines = std::vector<std::string>;
 
 class SettingsTest : public desk::BridgeTest {
@@ -181,7 +181,7 @@ TEST_F(SettingsTest, FailedConstructionGivesNothingToJava) {
     dvbs.u.t_dvbs.mSymbolRate = INT_MAX;
     for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
         for (const int nth : {1, 2}) {
-            desk::failJni(Jni::kNewObject, nth, failure);
+            desk::failCall(Call::kNewObject, nth, failure);
             EXPECT_EQ(-1, tune(&dvbs));
         }
     }
@@ -194,7 +194,7 @@ TEST_F(SettingsTest, FailedConstructionGivesNothingToJava) {
     EXPECT_NE("", translate(dvbs));
     for (const int32_t type : {2, 4, 6, 7, 9, 10}) {
         MW_FESETTING_T settings = request(type, 1000);
-        desk::failJni(Jni::kNewObject, 1, Failure::kThrows);
+        desk::failCall(Call::kNewObject, 1, Failure::kThrows);
         EXPECT_EQ(-1, tune(&settings)) << type;
     }
 }

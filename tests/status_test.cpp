@@ -11,8 +11,8 @@
 namespace {
 
 using desk::bridge;
+using desk::Call;
 using desk::Failure;
-using desk::Jni;
 using Lines = std::vector<std::string>;
 using Record = std::array<unsigned char, 256>;
 
@@ -148,7 +148,7 @@ TEST_F(StatusTest, ListsOfUpToNineAreCopied) {
         }
         mRecord.fill(0xa5);
         const Record untouched = mRecord;
-        desk::failJni(Jni::kGetIntArrayElements, 1, Failure::kThrows);
+        desk::failCall(Call::kGetIntArrayElements, 1, Failure::kThrows);
         EXPECT_EQ(0, query({kind.type}));
         desk::scriptAnswer(kind.getter, nullptr);
         EXPECT_EQ(0, query({kind.type}));
@@ -211,7 +211,7 @@ TEST_F(StatusTest, RefusedQueriesWriteNothing) {
     EXPECT_EQ(-1, x_native_frontend_get_frontend_status(h, types, 1, nullptr));
     EXPECT_EQ("E getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.", desk::takeLog()[0]);
     for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-        desk::failJni(Jni::kNewIntArray, 1, failure);
+        desk::failCall(Call::kNewIntArray, 1, failure);
         EXPECT_EQ(-1, query({1}));
     }
     EXPECT_EQ("", desk::takeCalls());

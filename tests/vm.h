@@ -1,5 +1,4 @@
-// A real Java virtual machine in the test's process, watched: what the library asks of it is
-// counted, and single calls fail on demand.
+// A real Java virtual machine in the test's process, watched.
 
 #ifndef TESTS_VM_H
 #define TESTS_VM_H
@@ -10,6 +9,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "tests/watch.h"
 
 namespace desk {
 
@@ -38,74 +39,8 @@ jint event(const char* method, const char* signature, ...);
 // Runs work on a thread that the virtual machine has never seen, and waits for it.
 void onFreshThread(const std::function<void()>& work);
 
-// JNI functions that can be made to fail. The nth call by the library from now on (1: the next)
-// fails once.
-enum class Jni {
-    kFindClass,
-    kGetMethodID,
-    kRegisterNatives,
-    kNewObject,
-    kNewGlobalRef,
-    kNewByteArray,
-    kNewIntArray,
-    kGetIntArrayElements,
-    kGetByteArrayElements,
-    kCount
-};
-enum class Failure { kNull, kThrows };
-void failJni(Jni function, int nth, Failure failure);
-// The lookup of this class or method fails.
-void failLookup(Jni function, const std::string& name);
-void failNothing();
-
-// How the virtual machine pointer that the library holds behaves.
-struct VmFaults {
-    bool getEnvFails = false;      // also on an attached thread
-    bool getEnvGivesNull = false;  // success without an environment
-    bool attachFails = false;
-    bool attachGivesNull = false;
-    bool detachFails = false;  // reported, though done
-};
-extern VmFaults vmFaults;
-
 // Puts the watched virtual machine in front of the real one in g_velmora_javaVM.
 void watchVm();
-JavaVM* watchedVm();
-
-// What the library holds, counted only inside Watch scopes on their threads, and in the natives it
-// registered.
-struct Books {
-    int globalRefs = 0;
-    int localRefs = 0;
-    int attachments = 0;
-    unsigned handles = 0;
-    unsigned semaphores = 0;
-    unsigned blocks = 0;
-    int peers = 0;
-    bool operator==(const Books& other) const;
-};
-std::ostream& operator<<(std::ostream& out, const Books& books);
-Books books();
-int attachCount();  // attachments made since the start
-int releaseMode();  // of the Release...ArrayElements since the last call, or -1
-
-class Watch {
-  public:
-    Watch();
-    ~Watch();
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
-
-  private:
-    bool mBefore;
-};
-
-// Calls a function of the library, watched.
-template <typename Call>
-auto bridge(const Call& call) {
-    const Watch watch;
-    return call();
-}
 
 // A pipeline as another component of the device makes it.
 class Pipeline {

@@ -12,6 +12,7 @@
 namespace {
 
 std::atomic<desk_log_sink_fct> gSink;
+std::atomic<desk_fatal_handler_fct> gFatalHandler;
 
 // One write for a line: lines of several threads do not mix.
 void writeLine(int prio, const char* tag, const char* text) {
@@ -39,6 +40,10 @@ void desk_log_set_sink(desk_log_sink_fct sink) {
     gSink = sink;
 }
 
+void desk_log_set_fatal_handler(desk_fatal_handler_fct handler) {
+    gFatalHandler = handler;
+}
+
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     const int savedErrno = errno;
     char text[1024];
@@ -57,6 +62,10 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
 }
 
 void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
+    const desk_fatal_handler_fct handler = gFatalHandler;
+    if (handler != nullptr) {
+        handler(cond, tag);
+    }
     char message[768];
     va_list args;
     va_start(args, fmt);

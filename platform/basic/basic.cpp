@@ -22,6 +22,7 @@ struct Fault {
     std::atomic<int32_t> code;
 };
 Fault gFaults[DESK_SERVICE_COUNT];
+std::atomic<desk_service_hook_fct> gHook;
 
 // Counts a call; its code when it is to fail, else 0.
 int32_t fault(desk_service_t service) {
@@ -30,7 +31,9 @@ int32_t fault(desk_service_t service) {
     unsigned left = entry.callsUntilFault;
     while (left != 0 && !entry.callsUntilFault.compare_exchange_weak(left, left - 1)) {
     }
-    return left == 1 ? entry.code.load() : 0;
+    const desk_service_hook_fct hook = gHook;
+    const int32_t code = hook != nullptr ? hook(service) : 0;
+    return left == 1 ? entry.code.load() : code;
 }
 
 // Numbered objects, any thread's.
@@ -127,6 +130,10 @@ void desk_fail_none(void) {
     }
 }
 
+void desk_set_service_hook(desk_service_hook_fct hook) {
+    gHook = hook;
+}
+
 unsigned long desk_calls(desk_service_t service) {
     return gFaults[service].calls;
 }
@@ -156,8 +163,8 @@ int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fc
 
 int32_t handle_get_type_obj(uint32_t handle, uint16_t* pe_type, void** ppv_obj) {
     const int32_t code = fault(DESK_HANDLE_GET_TYPE_OBJ);
-    Handle entry;
-    if (code != 0 || !handles().find(handle, &entry)) {
+    Handle entry = {};
+    if (code != DESK_ANSWER_EMPTY && (code != 0 || !handles().find(handle, &entry))) {
         return code != 0 ? code : kFailed;
     }
     if (pe_type != nullptr) {
@@ -171,8 +178,9 @@ int32_t handle_get_type_obj(uint32_t handle, uint16_t* pe_type, void** ppv_obj) 
 
 int32_t handle_get_obj(uint32_t handle, void** ppv_obj) {
     const int32_t code = fault(DESK_HANDLE_GET_OBJ);
-    Handle entry;
-    if (code != 0 || ppv_obj == nullptr || !handles().find(handle, &entry)) {
+    Handle entry = {};
+    if (ppv_obj == nullptr ||
+        (code != DESK_ANSWER_EMPTY && (code != 0 || !handles().find(handle, &entry)))) {
         return code != 0 ? code : kFailed;
     }
     *ppv_obj = entry.object;

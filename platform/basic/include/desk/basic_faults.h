@@ -29,6 +29,15 @@ typedef enum {
 void desk_fail_call(desk_service_t service, unsigned nth, int32_t code);
 void desk_fail_none(void);
 
+/*
+ * Called at the start of every service call, on its caller's thread; its result is the code to fail
+ * with, as above, or 0. DESK_ANSWER_EMPTY: handle_get_type_obj and handle_get_obj report success,
+ * with type 0 and a null object. Null: none.
+ */
+#define DESK_ANSWER_EMPTY INT32_MIN
+typedef int32_t (*desk_service_hook_fct)(desk_service_t service);
+void desk_set_service_hook(desk_service_hook_fct hook);
+
 /* Calls so far. */
 unsigned long desk_calls(desk_service_t service);
 
