@@ -70,8 +70,7 @@ class BridgeTest : public testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-  private:
-    Books mBooks;
+    Books mBooks;  // at the start
 };
 
 }  // namespace desk

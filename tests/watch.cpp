@@ -42,8 +42,8 @@ const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
 const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
 
 const CallTraits kTraits[] = {
-    {"FindClass", kFailsOrThrows, false, false, {0, 1, 0}},
-    {"GetMethodID", kFailsOrThrows, false, false, {}},
+    {"FindClass", kFailsOrThrows, false, true, {0, 1, 0}},
+    {"GetMethodID", kFailsOrThrows, false, true, {}},
     {"RegisterNatives", kFailsOrThrows, false, false, {}},
     {"NewGlobalRef", kFailsOrThrows, false, false, {1, 0, 0}},
     {"DeleteGlobalRef", kNever, true, false, {-1, 0, 0}},

@@ -21,7 +21,7 @@ int JNativeCallbackThread::createThread() {
     ScopedLocalRef<jobject> object(env, gCallbackThreadFields.constructorId.newObject(
                                             env, gCallbackThreadFields.callbackThreadClazz));
     if (object.get() != nullptr) {
-        mObject = env->NewGlobalRef(object.get());
+        mObject = newGlobalRef(env, object.get());
     }
     if (mObject == nullptr) {
         FILTER_LOG("  constructor mObject failed.");

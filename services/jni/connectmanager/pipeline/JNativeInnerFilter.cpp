@@ -92,6 +92,7 @@ int JNativeInnerFilter::openWith(JNIEnv* env, jobject pipeline, int mainType, in
         mj_sectionarr = static_cast<jbyteArray>(env->NewGlobalRef(array.get()));
     }
     if (mj_sectionarr == nullptr) {
+        clearException(env);
         FILTER_LOG_AS("nativeOpen", " nativeOpen, constructor mj_sectionarr failed.");
         return -1;
     }
@@ -99,7 +100,7 @@ int JNativeInnerFilter::openWith(JNIEnv* env, jobject pipeline, int mainType, in
     ScopedLocalRef<jobject> object(
         env, gFields.constructorFilterId.newObject(env, gFields.filterClazz, pipeline));
     if (object.get() != nullptr) {
-        mObject = env->NewGlobalRef(object.get());
+        mObject = newGlobalRef(env, object.get());
     }
     if (mObject == nullptr) {
         FILTER_LOG_AS("nativeOpen", " nativeOpen, constructor mObject failed.");
@@ -157,6 +158,7 @@ int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t siz
             env->ReleaseByteArrayElements(mj_sectionarr, elements, 0);
             return n;
         }
+        clearException(env);
     }
     FILTER_LOG(" return  ret_val 0x%x size 0x%llx.\n", static_cast<unsigned int>(n),
                static_cast<unsigned long long>(size));

@@ -16,7 +16,7 @@ namespace android {
 // event hands out, and it does not change after open.
 //
 // A failure to attach the thread is fatal. Exceptions of Java methods are left alone, but for the
-// constructor's.
+// constructor's; a JNI function that fails leaves none.
 class JNativeInnerFilter : public RefBase {
   public:
     JNativeInnerFilter();

@@ -26,19 +26,18 @@ JNativeInnerFrontend::JNativeInnerFrontend(unsigned int h_pipeline) {
     // The handle holds a weak reference: its object may be collected at any moment until it is
     // held.
     ScopedLocalRef<jobject> handler(env, env->NewLocalRef(static_cast<jobject>(pipeline)));
-    if (env->IsSameObject(handler.get(), nullptr)) {
+    if (clearException(env) || env->IsSameObject(handler.get(), nullptr)) {
         LOG_ERROR("JNativeInnerFrontend, pipeline maybe already release.");
         return;
     }
     ScopedLocalRef<jobject> object(
         env, gFields.frontendConstructorID.newObject(env, gFields.frontendClazz, handler.get()));
     handler.reset();
-    jobject global = object.get() != nullptr ? env->NewGlobalRef(object.get()) : nullptr;
-    if (global == nullptr) {
+    mObject = object.get() != nullptr ? newGlobalRef(env, object.get()) : nullptr;
+    if (mObject == nullptr) {
         LOG_ERROR("JNativeInnerFrontend, nativeOpen, constructor mObject failed.");
         return;
     }
-    mObject = global;
     gFields.onSetNativeHandleId.call(env, mObject, static_cast<jint>(h_pipeline));
     clearException(env);
     gFields.onOpenFrontendId.call(env, mObject);

@@ -98,7 +98,8 @@ bool openPeer(OpeningFilter* opening, JNativeInnerFilter* filter, uint32_t h_pip
     // The handle is visible from here on, but every access to it waits for the semaphore.
     uint16_t type = 0;
     void* object = nullptr;
-    if (handle_get_type_obj(opening->hfilter, &type, &object) != 0) {
+    if (handle_get_type_obj(opening->hfilter, &type, &object) != 0 ||
+        object != opening->ptFltInst) {
         FILTER_LOG_AS(kFunction, "  handle: 0x%x, failed.\n", opening->hfilter);
         return false;
     }

@@ -37,7 +37,7 @@ static void ignoreSig(int signo) {
 
 extern "C" JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* /* reserved */) {
     void* env = nullptr;
-    if (vm->GetEnv(&env, JNI_VERSION_1_4) != JNI_OK) {
+    if (vm->GetEnv(&env, JNI_VERSION_1_4) != JNI_OK || env == nullptr) {
         LOG_ERROR("ERROR: GetEnv failed");
         return -1;
     }

@@ -26,6 +26,15 @@ inline bool clearException(JNIEnv* env) {
     return true;
 }
 
+// A new global reference to an object; null when it cannot be made, nothing pending.
+inline jobject newGlobalRef(JNIEnv* env, jobject object) {
+    jobject global = env->NewGlobalRef(object);
+    if (global == nullptr) {
+        clearException(env);
+    }
+    return global;
+}
+
 namespace jni_signature {
 
 constexpr const char* skip(const char* text, char letter) {
