@@ -69,19 +69,19 @@ JNIEnv* env() {
     return static_cast<JNIEnv*>(result);
 }
 
-JNIEnv* startVm() {
+JNIEnv* startVm(bool checkJni) {
     void* library = dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW | RTLD_GLOBAL);
     if (library == nullptr) {
         give(dlerror());
     }
     const auto create =
         reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
-    char check[] = "-Xcheck:jni";
     char heap[] = "-Xmx128m";
-    JavaVMOption options[] = {{check, nullptr}, {heap, nullptr}};
+    char check[] = "-Xcheck:jni";
+    JavaVMOption options[] = {{heap, nullptr}, {check, nullptr}};
     JavaVMInitArgs args = {};
     args.version = JNI_VERSION_1_8;
-    args.nOptions = 2;
+    args.nOptions = checkJni ? 2 : 1;
     args.options = options;
     void* created = nullptr;
     if (create(&gVm, &created, &args) != JNI_OK) {
@@ -109,6 +109,12 @@ JNIEnv* startVm() {
     watchFunctionTable(gVm);
     desk_log_set_sink(keepLogLine);
     return env;
+}
+
+void stopVm() {
+    if (gVm != nullptr) {
+        gVm->DestroyJavaVM();
+    }
 }
 
 jclass findClass(const std::string& name) {

@@ -16,7 +16,10 @@ namespace desk {
 
 // Starts the virtual machine on the calling thread, with a class loader of its own for the
 // platform's classes. The tests live in one process with it; a process has at most one.
-JNIEnv* startVm();
+// checkJni: with -Xcheck:jni, which slows down every call.
+JNIEnv* startVm(bool checkJni = true);
+// Destroys it, on the thread that started it: what it leaves behind is then a leak.
+void stopVm();
 JavaVM* vm();
 // The environment of the calling thread, which must be attached.
 JNIEnv* env();
