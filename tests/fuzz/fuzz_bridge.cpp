@@ -294,6 +294,15 @@ void read(Input* input) {
 
 }  // namespace
 
+// The virtual machine uses SIGSEGV itself, and never gives back all of its memory.
+extern "C" const char* __asan_default_options() {
+    return "handle_segv=0:detect_leaks=0";
+}
+
+extern "C" const char* __ubsan_default_options() {
+    return "print_stacktrace=1";
+}
+
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     gReport = fdopen(dup(STDERR_FILENO), "w");
     JNIEnv* env = desk::startVm();
