@@ -1,5 +1,6 @@
 // Arbitrary bytes as the middleware's records, through the exported functions to a Java side that
 // writes down what it is called with. Each input is one call, compared with what its bytes say.
+// To run one again that was found: build/fuzz/bin/fuzz_bridge -handle_segv=0 FILE
 
 #include <unistd.h>
 
@@ -106,10 +107,14 @@ void compare(const char* what, const std::string& expected, const std::string& a
     }
 }
 
+void noException(const char* where) {
+    compare(where, "no exception", desk::env()->ExceptionCheck() ? "exception" : "no exception");
+}
+
 std::string takeCalls() {
     JNIEnv* env = desk::env();
     const auto calls = static_cast<jstring>(env->CallStaticObjectMethod(gModel, gTakeCalls));
-    compare("Java model", "0", std::to_string(env->ExceptionCheck()));
+    noException("in the Java model");
     const char* chars = env->GetStringUTFChars(calls, nullptr);
     const std::string result = chars;
     env->ReleaseStringUTFChars(calls, chars);
@@ -122,21 +127,22 @@ void check(const Expected& expected, const Answers& answers, const Call& call) {
     JNIEnv* env = desk::env();
     env->PushLocalFrame(8);
     env->CallStaticVoidMethod(gModel, gSetAnswers, env->NewStringUTF(text(answers).c_str()));
-    compare("Java model", "0", std::to_string(env->ExceptionCheck()));
+    noException("in the Java model");
     const desk::Books before = desk::books();
     const int result = desk::bridge(call);
-    compare("exception left pending", "0", std::to_string(env->ExceptionCheck()));
+    noException("left by the bridge");
     compare("calls", expected.calls, takeCalls());
     compare("result", std::to_string(expected.result), std::to_string(result));
     compare("books", text(before), text(desk::books()));
     env->PopLocalFrame(nullptr);
 }
 
+// Bits of an entry's first byte.
 enum Flag : uint8_t {
     kNotOpen = 1,  // a handle that names nothing
     kNull = 2,     // a null argument
-    kCodeRate = 4,
-    kOther = 8,
+    kChoice1 = 4,  // the entry's own
+    kChoice2 = 8,
 };
 
 // --- Entries ---
@@ -160,7 +166,7 @@ void request(Input* input, bool scan) {
     Bytes settings = input->bytes(fuzz::kSettingsSize);
     uint8_t* rate = nullptr;
     if (fuzz::hasCodeRate(settings)) {
-        rate = (flags & kCodeRate) != 0 ? codeRate.get() : nullptr;
+        rate = (flags & kChoice1) != 0 ? codeRate.get() : nullptr;
         memcpy(&settings[fuzz::kCodeRatePointer], &rate, sizeof(rate));
     }
     Expected expected;
@@ -209,8 +215,8 @@ void status(Input* input) {
     Bytes record(fuzz::kStatusSize, input->value<uint8_t>());
     std::vector<int32_t> kinds(input->value<uint8_t>());
     Answers answers = {{"onGetFrontendStatus", {'S'}}};
-    if ((flags & kOther) != 0) {
-        answers["onGetFrontendStatus"] = {(flags & kCodeRate) != 0 ? 'T' : 'N'};
+    if ((flags & kChoice2) != 0) {
+        answers["onGetFrontendStatus"] = {(flags & kChoice1) != 0 ? 'T' : 'N'};
     }
     for (int32_t& kind : kinds) {
         const auto byte = input->value<uint8_t>();
@@ -232,8 +238,8 @@ void status(Input* input) {
     auto* pi4_type = reinterpret_cast<FE_STATUS_TYPE_E*>(types.get());
     auto* pt_festatus = reinterpret_cast<FE_STATUS_T*>(actual.get());
     if ((flags & kNull) != 0) {
-        ((flags & kOther) != 0 ? reinterpret_cast<void*&>(pi4_type)
-                               : reinterpret_cast<void*&>(pt_festatus)) = nullptr;
+        ((flags & kChoice2) != 0 ? reinterpret_cast<void*&>(pi4_type)
+                                 : reinterpret_cast<void*&>(pt_festatus)) = nullptr;
     }
     const uint32_t pipeline = (flags & kNotOpen) != 0 ? ~gPipeline : gPipeline;
     check(expected, answers, [&] {
@@ -273,9 +279,9 @@ void read(Input* input) {
     const auto flags = input->value<uint8_t>();
     const auto position = input->value<int64_t>();
     // Mostly sizes and results of which both sides of each bound are near.
-    const int64_t size = (flags & kOther) != 0 ? input->value<int64_t>()
-                                               : input->value<int16_t>() % (fuzz::kMaxRead + 16);
-    const int32_t given = (flags & kCodeRate) != 0
+    const int64_t size = (flags & kChoice2) != 0 ? input->value<int64_t>()
+                                                 : input->value<int16_t>() % (fuzz::kMaxRead + 16);
+    const int32_t given = (flags & kChoice1) != 0
                               ? input->value<int32_t>()
                               : input->value<int16_t>() % static_cast<int32_t>(fuzz::kMaxRead + 16);
     const Answers answers = {{"onRead", {'I', given}}, {"section", {'I', input->value<uint8_t>()}}};
@@ -314,7 +320,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     gSetAnswers = env->GetStaticMethodID(gModel, "answers", "(Ljava/lang/String;)V");
     gTakeCalls = env->GetStaticMethodID(gModel, "takeCalls", "()Ljava/lang/String;");
     env->CallStaticVoidMethod(gModel, env->GetStaticMethodID(gModel, "start", "()V"));
-    compare("Java model", "0", std::to_string(env->ExceptionCheck()));
+    noException("in the Java model");
     gPipeline = (new desk::Pipeline())->handle();
     x_native_frontend_require_tuner(gPipeline);
     FLT_EVT_CB_T event = {};
