@@ -3,7 +3,7 @@
 
 #include <desk/refbase_count.h>
 
-#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -34,14 +34,18 @@ uint32_t openFilter(uint32_t pipeline) {
     return filter;
 }
 
-// The first tuners that are made, so that Java names them 1 to kTuners.
-void leaveAllOpen() {
+// The first tuners that are made, so that Java names them 1 to kTuners. Returns the last one's
+// pipeline.
+uint32_t leaveAllOpen() {
+    uint32_t pipeline = 0;
     for (int i = 0; i < kTuners; ++i) {
-        x_native_frontend_require_tuner(newPipeline());
+        pipeline = newPipeline();
+        x_native_frontend_require_tuner(pipeline);
     }
     for (int i = 0; i < kFilters; ++i) {
         openFilter(newPipeline());
     }
+    return pipeline;
 }
 
 void useTuner(uint32_t pipeline) {
@@ -85,14 +89,15 @@ void keepBusy() {
     abort();
 }
 
-// The frontend's functions fail without a virtual machine, and do not crash.
-bool refusesWithoutVm() {
-    const uint32_t pipeline = 1;  // names none
+// The functions of a registered tuner fail without a virtual machine, and do not crash.
+bool refusesWithoutVm(uint32_t pipeline) {
     MW_FESETTING_T settings = {};
-    return x_native_frontend_require_tuner(pipeline) == 0 &&
-           x_native_frontend_tune(pipeline, &settings) == -1 &&
-           x_native_frontend_cancel_tuning(pipeline) == -1 &&
-           x_native_frontend_close_tuner(pipeline) == 0;
+    FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
+    FE_STATUS_T status = {};
+    return x_native_frontend_tune(pipeline, &settings) == -1 &&
+           x_native_frontend_get_frontend_status(pipeline, &type, 1, &status) == -1 &&
+           x_native_frontend_lnb_get_tone(pipeline) == 0 &&
+           x_native_frontend_set_ontune_listener(pipeline) == 0;
 }
 
 }  // namespace
@@ -116,7 +121,8 @@ extern "C" void reportEnd() {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 
-// Returns main's result, or does not return. In the ways "busy_..." middleware threads work meanwhile.
+// Returns main's result, or does not return. In the ways "busy_..." middleware threads work
+// meanwhile.
 extern "C" int endProcess(const char* way) {
     JNIEnv* env = desk::startVm();
     if (!desk::loadLibrary()) {
@@ -128,13 +134,14 @@ extern "C" int endProcess(const char* way) {
     if (env->ExceptionCheck()) {
         return kFailed;
     }
-    leaveAllOpen();
+    const uint32_t pipeline = leaveAllOpen();
     if (strncmp(way, "busy_", 5) == 0) {
         keepBusy();
         way += 5;
     }
     if (strcmp(way, "after_vm") == 0) {
-        return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm() ? kAfterVm : kFailed;
+        return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(pipeline) ? kAfterVm
+                                                                                   : kFailed;
     }
     if (strcmp(way, "from_java") == 0) {
         const jclass system = env->FindClass("java/lang/System");
