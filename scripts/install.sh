@@ -33,3 +33,4 @@ build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-con
     dtv-scan-tables)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 lint_packages=(clang-format clang-tidy)
+fuzz_packages=(clang libclang-rt-14-dev)

@@ -25,11 +25,12 @@ FrontendFields gFields;
 namespace {
 
 // Guards the map, and only the map: never held while a peer's operation or destructor runs, which
-// call Java, and Java may call back. Declared first: it is there as long as the map.
+// call Java, and Java may call back.
 std::mutex gFrontendMutex;
-FrontendMap gFrontendMap;
+// Never destroyed: other threads may still be calling when the process ends.
+FrontendMap& gFrontendMap = *new FrontendMap();
 
-// At the end of the process other threads may still be calling: they find an empty registry.
+// At the end of the process the peers go that are registered then.
 struct ReleaseFrontendsAtExit {
     ~ReleaseFrontendsAtExit() {
         FrontendMap peers;

@@ -1,0 +1,154 @@
+// The end of the process with tuners registered and filters open, in each way that a process with a
+// virtual machine can end; exit_main.cpp is the program. A way ends with a status of its own.
+
+#include <desk/refbase_count.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "mw/filter.h"
+#include "mw/frontend.h"
+#include "tests/vm.h"
+
+namespace {
+
+constexpr int kTuners = 3;
+constexpr int kFilters = 2;
+constexpr int kAfterVm = 41;
+constexpr int kFromJava = 42;
+constexpr int kFromThread = 43;
+constexpr int kFailed = 1;
+
+uint32_t newPipeline() {
+    return (new desk::Pipeline())->handle();  // open until the end
+}
+
+uint32_t openFilter(uint32_t pipeline) {
+    FLT_EVT_CB_T event = {};
+    uint32_t filter = 0;
+    x_velmora_filter_open(pipeline, 1, 2, 4096, &filter, &event, nullptr);
+    return filter;
+}
+
+// The first tuners that are made, so that Java names them 1 to kTuners. Returns the last one's
+// pipeline.
+uint32_t leaveAllOpen() {
+    uint32_t pipeline = 0;
+    for (int i = 0; i < kTuners; ++i) {
+        pipeline = newPipeline();
+        x_native_frontend_require_tuner(pipeline);
+    }
+    for (int i = 0; i < kFilters; ++i) {
+        openFilter(newPipeline());
+    }
+    return pipeline;
+}
+
+void useTuner(uint32_t pipeline) {
+    MW_FESETTING_T settings = {};
+    settings.e_type = MW_FE_TYPE_ATSC;
+    FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
+    FE_STATUS_T status = {};
+    for (;;) {
+        x_native_frontend_require_tuner(pipeline);
+        x_native_frontend_tune(pipeline, &settings);
+        x_native_frontend_get_frontend_status(pipeline, &type, 1, &status);
+        x_native_frontend_close_tuner(pipeline);
+    }
+}
+
+void useFilter(uint32_t pipeline) {
+    int8_t buffer[16];
+    uint8_t pattern[FLT_PATTERN_SIZE] = {};
+    for (;;) {
+        const uint32_t filter = openFilter(pipeline);
+        x_velmora_filter_setSectionConfig(filter, 1, 0, 1, 0, pattern, pattern, pattern);
+        x_velmora_filter_read(filter, buffer, 0, sizeof(buffer));
+        x_velmora_filter_close(filter);
+    }
+}
+
+// Threads that go on until the process is gone; two each share a pipeline.
+void keepBusy() {
+    for (int i = 0; i < 2; ++i) {
+        const uint32_t pipeline = newPipeline();
+        for (int thread = 0; thread < 2; ++thread) {
+            std::thread(useTuner, pipeline).detach();
+            std::thread(useFilter, pipeline).detach();
+        }
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+}
+
+[[noreturn]] void exitFromMiddleware(int status) {
+    std::thread([status] { exit(status); }).join();
+    abort();
+}
+
+// The functions of a registered tuner fail without a virtual machine, and do not crash.
+bool refusesWithoutVm(uint32_t pipeline) {
+    MW_FESETTING_T settings = {};
+    FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
+    FE_STATUS_T status = {};
+    return x_native_frontend_tune(pipeline, &settings) == -1 &&
+           x_native_frontend_get_frontend_status(pipeline, &type, 1, &status) == -1 &&
+           x_native_frontend_lnb_get_tone(pipeline) == 0 &&
+           x_native_frontend_set_ontune_listener(pipeline) == 0;
+}
+
+}  // namespace
+
+// Runs when the library's static objects are gone.
+extern "C" void reportEnd() {
+    printf("peers left: %d\n", desk_refbase_live());
+    void* env = nullptr;
+    if (desk::vm()->GetEnv(&env, JNI_VERSION_1_4) != JNI_OK &&
+        desk::vm()->AttachCurrentThread(&env, nullptr) != JNI_OK) {
+        printf("no Java environment\n");
+        return;
+    }
+    const std::string calls = "\n" + desk::takeCalls() + "\n";
+    for (int i = 1; i <= kTuners; ++i) {
+        const std::string tuner = "ZytTvInnerFrontend#" + std::to_string(i);
+        const bool closed = calls.find("\n" + tuner + ".onCloseFrontend()\n") != std::string::npos;
+        printf("tuner %d %s\n", i, closed ? "closed" : "not closed");
+    }
+    // Threads that are still busy show here whether something that they use is gone.
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+}
+
+// Returns main's result, or does not return. In the ways "busy_..." middleware threads work
+// meanwhile.
+extern "C" int endProcess(const char* way) {
+    JNIEnv* env = desk::startVm();
+    if (!desk::loadLibrary()) {
+        return kFailed;
+    }
+    env->PushLocalFrame(64);
+    const jclass model = desk::findClass("desk.ScriptedModel");
+    env->CallStaticVoidMethod(model, env->GetStaticMethodID(model, "reset", "()V"));
+    if (env->ExceptionCheck()) {
+        return kFailed;
+    }
+    const uint32_t pipeline = leaveAllOpen();
+    if (strncmp(way, "busy_", 5) == 0) {
+        keepBusy();
+        way += 5;
+    }
+    if (strcmp(way, "after_vm") == 0) {
+        return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(pipeline) ? kAfterVm
+                                                                                   : kFailed;
+    }
+    if (strcmp(way, "from_java") == 0) {
+        const jclass system = env->FindClass("java/lang/System");
+        env->CallStaticVoidMethod(system, env->GetStaticMethodID(system, "exit", "(I)V"),
+                                  kFromJava);
+    } else if (strcmp(way, "from_thread") == 0) {
+        exitFromMiddleware(kFromThread);
+    }
+    return kFailed;
+}
