@@ -199,13 +199,6 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     }
     EXPECT_EQ(-1, x_velmora_filter_read(h, nullptr, 0, 1));
     EXPECT_EQ(-1, x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, mPattern, nullptr, mPattern));
-    for (const int nth : {1, 2, 3}) {
-        desk::failCall(Call::kNewByteArray, nth, Failure::kThrows);
-        EXPECT_EQ(-1, bridge([&] {
-            return x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, mPattern, mPattern, mPattern);
-        }));
-        EXPECT_FALSE(desk::env()->ExceptionCheck());
-    }
     EXPECT_EQ("", desk::takeCalls());
     EXPECT_EQ(0, close(h));
 }

@@ -136,12 +136,6 @@ TEST_F(FrontendTest, OperationsPassJavasResultAndReportFailures) {
         EXPECT_EQ(std::string("ZytTvInnerFrontend#1.") + operation.javaCall, desk::takeCalls());
         const std::string error(operation.error);
         EXPECT_EQ(error.empty() ? Lines() : Lines{"E " + error}, desk::takeLog());
-
-        desk::script("throwsException", name);
-        EXPECT_EQ(operation.passesResult ? operation.failure : 0,
-                  bridge([&] { return operation.call(pipeline.handle()); }));
-        EXPECT_FALSE(desk::env()->ExceptionCheck());
-        desk::takeLog();
     }
 }
 
@@ -303,11 +297,6 @@ TEST_F(FrontendTest, BadDiseqcMessagesAreRefused) {
     EXPECT_EQ(-1,
               bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, -1); }));
     EXPECT_EQ(-1, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 1); }));
-    for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-        desk::failCall(Call::kNewByteArray, 1, failure);
-        EXPECT_EQ(-1,
-                  bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, gMessage, 4); }));
-    }
     EXPECT_EQ("", desk::takeCalls());
     EXPECT_EQ(0, bridge([&] { return x_native_frontend_lnb_send_diseqcmessage(h, nullptr, 0); }));
     EXPECT_EQ("ZytTvInnerFrontend#1.onSendDiseqcMessage(byte[0])", desk::takeCalls());

@@ -11,8 +11,6 @@
 namespace {
 
 using desk::bridge;
-using desk::Call;
-using desk::Failure;
 using Lines = std::vector<std::string>;
 
 class SettingsTest : public desk::BridgeTest {
@@ -170,33 +168,6 @@ TEST_F(SettingsTest, WhatCannotBeTranslatedIsRefused) {
     EXPECT_EQ(-1, tune(nullptr));
     EXPECT_EQ("E transMW2FrontendSettings, argument is null.", desk::takeLog()[0]);
     EXPECT_EQ("", desk::takeCalls());
-}
-
-// The nth object, or the setter after it, fails in each way; nothing is left behind, and the next
-// tune works.
-TEST_F(SettingsTest, FailedConstructionGivesNothingToJava) {
-    MW_FE_DVBS_CODE_RATE_T rate = {1, 1, 1, 1};
-    MW_FESETTING_T dvbs = request(MW_FE_TYPE_DVBS, 1550);
-    dvbs.u.t_dvbs.pt_code_rate = &rate;
-    dvbs.u.t_dvbs.mSymbolRate = INT_MAX;
-    for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-        for (const int nth : {1, 2}) {
-            desk::failCall(Call::kNewObject, nth, failure);
-            EXPECT_EQ(-1, tune(&dvbs));
-        }
-    }
-    for (const char* method : {"DvbsCodeRate.<init>", "DvbsFrontendSettings.<init>",
-                               "DvbsFrontendSettings.setEndFrequency"}) {
-        desk::script("throwsException", method);
-        EXPECT_EQ("", translate(dvbs)) << method;
-        desk::scriptAnswer(method, nullptr);
-    }
-    EXPECT_NE("", translate(dvbs));
-    for (const int32_t type : {2, 4, 6, 7, 9, 10}) {
-        MW_FESETTING_T settings = request(type, 1000);
-        desk::failCall(Call::kNewObject, 1, Failure::kThrows);
-        EXPECT_EQ(-1, tune(&settings)) << type;
-    }
 }
 
 TEST_F(SettingsTest, ReadbackWritesOnlyWhatItNames) {

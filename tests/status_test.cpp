@@ -210,10 +210,6 @@ TEST_F(StatusTest, RefusedQueriesWriteNothing) {
     EXPECT_EQ(-1, x_native_frontend_get_frontend_status(h, nullptr, 1, record));
     EXPECT_EQ(-1, x_native_frontend_get_frontend_status(h, types, 1, nullptr));
     EXPECT_EQ("E getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.", desk::takeLog()[0]);
-    for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-        desk::failCall(Call::kNewIntArray, 1, failure);
-        EXPECT_EQ(-1, query({1}));
-    }
     EXPECT_EQ("", desk::takeCalls());
     desk::takeLog();
     desk::scriptAnswer("onGetFrontendStatus", nullptr);
