@@ -73,6 +73,10 @@ struct OpeningFilter {
     }
 };
 
+// Of two deletes of a callback thread at once the first frees the handle, and drops the reference
+// that it owned.
+std::mutex& gDeletionMutex = *new std::mutex();
+
 // The Java object of a callback thread; null when the handle names none.
 jobject callbackThreadObject(uint32_t hthread) {
     uint16_t type = 0;
@@ -316,10 +320,7 @@ PIPELINE_EXPORT int x_velmora_filter_create_callback_thread(uint32_t* ph_thread)
 PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
     sp<JNativeCallbackThread> thread;
     {
-        // Two deletes at once: the first frees the handle, and with it the reference that the
-        // handle owned.
-        static std::mutex deletion;
-        const std::lock_guard<std::mutex> lock(deletion);
+        const std::lock_guard<std::mutex> lock(gDeletionMutex);
         uint16_t type = 0;
         void* object = nullptr;
         if (handle_get_type_obj(hthread, &type, &object) != 0 ||

@@ -25,9 +25,9 @@ FrontendFields gFields;
 namespace {
 
 // Guards the map, and only the map: never held while a peer's operation or destructor runs, which
-// call Java, and Java may call back.
-std::mutex gFrontendMutex;
-// Never destroyed: other threads may still be calling when the process ends.
+// call Java, and Java may call back. Neither is ever destroyed: other threads may still be calling
+// when the process ends.
+std::mutex& gFrontendMutex = *new std::mutex();
 FrontendMap& gFrontendMap = *new FrontendMap();
 
 // At the end of the process the peers go that are registered then.

@@ -7,7 +7,7 @@
 
 using android::JNativeInnerFilter;
 
-std::mutex gFilterHandleMutex;
+std::mutex& gFilterHandleMutex = *new std::mutex();
 
 namespace {
 
@@ -19,7 +19,7 @@ namespace {
 // - The one waiter is known. Freeing its handle marks it, so that it gives the semaphore it gets
 //   straight back; open deletes the semaphore only when the waiter is gone, so nobody ever uses a
 //   deleted one.
-std::mutex gRecordMutex;
+std::mutex& gRecordMutex = *new std::mutex();
 pthread_cond_t gWaiterGone = PTHREAD_COND_INITIALIZER;  // has no destructor that could wait at exit
 
 struct Waiter {

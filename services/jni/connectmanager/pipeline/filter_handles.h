@@ -20,7 +20,9 @@ struct FLT_INST_T {
     int64_t instance;  // address of the peer
 };
 
-extern std::mutex gFilterHandleMutex;
+// Never destroyed, as every mutex of the library: other threads may still be calling when the
+// process ends, and a device ends in a crash whoever locks a destroyed one.
+extern std::mutex& gFilterHandleMutex;
 
 // A live filter: its record and what the record held when it was looked up.
 struct FilterLookup {
