@@ -1,0 +1,409 @@
+// Measures every crossing against its floor, and prints one table.
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "bench/floor.h"
+#include "bench/host.h"
+#include "bench/measure.h"
+#include "bench/rows.h"
+#include "mw/frontend.h"
+
+namespace bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Options {
+    const char* json = nullptr;
+    bool quick = false;
+    bool deskProperties = false;
+};
+
+struct Report {
+    std::string name;
+    std::string thread;
+    double target;
+    Comparison result;
+    unsigned long lines;  // log lines that one call passes
+    bool met() const { return result.ratio <= target; }
+};
+
+std::vector<Report> gReports;
+std::vector<std::string> gAllocating;  // rows that allocate more than the gate does
+int gFailures;                         // rows whose two sides do not do the same
+
+// Library and floor must succeed and do the same. Counts the log lines of one call and what the
+// library allocates besides them.
+unsigned long check(const Row& row) {
+    startCounting();
+    const Demands start = demands();
+    int result = row.bridge(1);
+    const Demands middle = demands();
+    result -= row.floor(1);
+    const Demands end = demands();
+    stopCounting();
+    const Demands bridge = middle - start;
+    const Demands floor = end - middle;
+    if (result != 0 || !bridge.sameCalls(floor)) {
+        fprintf(stderr,
+                "%s: library and floor differ: results by %d, Java calls %lu and %lu, service "
+                "calls %lu and %lu, property reads %lu and %lu\n",
+                row.name.c_str(), result, bridge.javaCalls, floor.javaCalls, bridge.serviceCalls,
+                floor.serviceCalls, bridge.propertyReads, floor.propertyReads);
+        ++gFailures;
+    }
+    const unsigned long lines = bridge.propertyReads / 2;
+    if (bridge.libraryAllocations != lines) {
+        gAllocating.push_back(row.name + ": " + std::to_string(bridge.libraryAllocations - lines));
+    }
+    return lines;
+}
+
+// Runs work on a thread of the row's kind: the calling one is attached.
+template <typename Work>
+void onThread(Thread kind, const Work& work) {
+    if (kind == Thread::kUnattached) {
+        std::thread(work).join();
+    } else {
+        work();
+    }
+}
+
+// A row's measurement, which the benchmark library runs several times until it is long enough.
+class Measurement {
+  public:
+    Measurement(Row row, double warmUpSeconds)
+        : mRow(std::move(row)), mWarmUpSeconds(warmUpSeconds) {}
+
+    void run(benchmark::State& state) {
+        mRow.prepare();
+        if (mBatch == 0) {
+            mLines = mRow.thread == Thread::kUnattached ? 0 : check(mRow);
+            onThread(mRow.thread,
+                     [&] { mBatch = warmUp(mRow.bridge, mRow.floor, mWarmUpSeconds); });
+        }
+        std::vector<Round> rounds;
+        onThread(mRow.thread, [&] {
+            for (auto _ : state) {
+                const Round round = measureRound(mRow.bridge, mRow.floor, mBatch);
+                rounds.push_back(round);
+                state.SetIterationTime((round.bridge + round.floor) * 2 * mBatch * 1e-9);
+            }
+        });
+        const Comparison result = compare(rounds);
+        state.counters["bridge_ns"] = result.bridge;
+        state.counters["floor_ns"] = result.floor;
+        state.counters["ratio"] = result.ratio;
+        state.counters["spread"] = result.spread;
+        state.counters["target"] = mRow.target;
+        state.counters["lines"] = static_cast<double>(mLines);
+        state.SetLabel(name(mRow.thread));
+    }
+
+  private:
+    Row mRow;
+    double mWarmUpSeconds;
+    int mBatch = 0;
+    unsigned long mLines = 0;
+};
+
+void print(const Report& report) {
+    printf("%-32s %-10s %10.0f %10.0f %6.3f %6.3f   %4.2f  %s\n", report.name.c_str(),
+           report.thread.c_str(), report.result.bridge, report.result.floor, report.result.ratio,
+           report.result.spread, report.target, report.met() ? "met" : "MISSED");
+    fflush(stdout);
+}
+
+void add(Report report) {
+    print(report);
+    gReports.push_back(std::move(report));
+}
+
+class TableReporter : public benchmark::BenchmarkReporter {
+  public:
+    bool ReportContext(const Context&) override {
+        printf("%-32s %-10s %10s %10s %6s %6s %6s\n", "crossing", "thread", "bridge ns", "floor ns",
+               "ratio", "spread", "target");
+        return true;
+    }
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            const auto counter = [&](const char* key) { return run.counters.at(key).value; };
+            add({run.run_name.function_name,
+                 run.report_label,
+                 counter("target"),
+                 {counter("bridge_ns"), counter("floor_ns"), counter("ratio"), counter("spread")},
+                 static_cast<unsigned long>(counter("lines"))});
+        }
+    }
+};
+
+// --- What is measured besides the table ---
+
+// One pipeline's calls while a thousand are registered, against the same with two.
+void measureRegistry(bool quick) {
+    std::vector<uint32_t> others(998);
+    for (uint32_t& other : others) {
+        other = makePipeline();
+    }
+    const Batch call = [](int count) {
+        int result = 0;
+        for (int i = 0; i < count; ++i) {
+            result |= x_native_frontend_cancel_tuning(secondPipeline());
+        }
+        return result;
+    };
+    const int batch = warmUp(call, call, 0.2);
+    std::vector<Round> rounds;
+    for (int i = 0; i < (quick ? 10 : 40); ++i) {
+        std::vector<double> full, single;
+        const auto take = [&](std::vector<double>* times) {
+            for (int repeat = 0; repeat < 50; ++repeat) {
+                times->push_back(measureRound(call, call, batch).bridge);
+            }
+        };
+        take(&single);
+        for (const uint32_t other : others) {
+            x_native_frontend_require_tuner(other);
+        }
+        take(&full);
+        for (const uint32_t other : others) {
+            x_native_frontend_close_tuner(other);
+        }
+        rounds.push_back({median(std::move(full)), median(std::move(single))});
+    }
+    add({"registry of 1000, as against 2", name(Thread::kAttached), kRegistryTarget,
+         compare(rounds), 0});
+}
+
+// Calls per second of so many threads, each attached and with a pipeline of its own.
+double callsPerSecond(int threads, int (*call)(unsigned int)) {
+    std::atomic<bool> go{false}, stop{false};
+    std::atomic<int> ready{0};
+    std::atomic<long> calls{0};
+    std::vector<std::thread> workers;
+    for (int i = 0; i < threads; ++i) {
+        workers.emplace_back([&, i] {
+            const Attached attached;
+            const uint32_t pipeline = i == 0 ? firstPipeline() : secondPipeline();
+            ++ready;
+            while (!go) {
+            }
+            long done = 0;
+            while (!stop) {
+                for (int j = 0; j < 20; ++j) {
+                    call(pipeline);
+                }
+                done += 20;
+            }
+            calls += done;
+        });
+    }
+    while (ready != threads) {
+        std::this_thread::yield();
+    }
+    const Clock::time_point start = Clock::now();
+    go = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    stop = true;
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    return static_cast<double>(calls) / seconds;
+}
+
+void measureTwoThreads(bool quick) {
+    constexpr double kTarget = 1.8;
+    struct Side {
+        const char* name;
+        int (*call)(unsigned int);
+        std::vector<double> gains;
+    } sides[] = {{"library", x_native_frontend_cancel_tuning, {}},
+                 {"floor", floors::cancelTuning, {}}};
+    for (int i = 0; i < (quick ? 8 : 40); ++i) {
+        for (Side& side : sides) {
+            const double one = callsPerSecond(1, side.call);
+            side.gains.push_back(callsPerSecond(2, side.call) / one);
+        }
+    }
+    const double library = median(sides[0].gains);
+    printf(
+        "Two threads on two pipelines: %.2f times one thread's calls, best %.2f (floor %.2f, best "
+        "%.2f); target %.1f: %s\n",
+        library, *std::max_element(sides[0].gains.begin(), sides[0].gains.end()),
+        median(sides[1].gains), *std::max_element(sides[1].gains.begin(), sides[1].gains.end()),
+        kTarget, library >= kTarget ? "met" : "MISSED");
+}
+
+// That cost grows in a line: the times of several sizes, and how well a line describes them.
+void measureGrowth(const char* what, const std::vector<int>& sizes, Batch (*of)(int), bool quick) {
+    std::vector<double> x, y;
+    for (const int size : sizes) {
+        const Batch batch = of(size);
+        const int count = warmUp(batch, batch, 0.1);
+        std::vector<double> times;
+        for (int i = 0; i < (quick ? 100 : 400); ++i) {
+            times.push_back(measureRound(batch, batch, count).bridge);
+        }
+        x.push_back(size);
+        y.push_back(median(std::move(times)));
+    }
+    const Line line = fitLine(x, y);
+    printf("Growth with %s (%d to %d): %.1f ns each, %.0f ns besides, fit of the line %.4f: %s\n",
+           what, sizes.front(), sizes.back(), line.perUnit, line.atZero, line.fit,
+           line.fit >= 0.99 ? "met" : "MISSED");
+}
+
+void printGate() {
+    const Batch gates = [](int count) {
+        for (int i = 0; i < count; ++i) {
+            floors::gate();
+        }
+        return 0;
+    };
+    const auto cost = [&](bool desk) {
+        useDeskProperties(desk);
+        const int count = warmUp(gates, gates, 0.05);
+        std::vector<double> times;
+        for (int i = 0; i < 500; ++i) {
+            times.push_back(measureRound(gates, gates, count).bridge);
+        }
+        return median(std::move(times));
+    };
+    const double desk = cost(true);
+    const double cheap = cost(false);
+    double least = 1, most = 0;
+    const Report *leastRow = nullptr, *mostRow = nullptr;
+    for (const Report& report : gReports) {
+        const double share = static_cast<double>(report.lines) * cheap / report.result.floor;
+        if (report.lines > 0 && share <= least) {
+            least = share;
+            leastRow = &report;
+        }
+        if (share >= most) {
+            most = share;
+            mostRow = &report;
+        }
+    }
+    printf(
+        "The gate of a log line that is not printed: %.0f ns, of which the library adds nothing to "
+        "the floor's; with the desk's own property service %.0f ns.\n",
+        cheap, desk);
+    if (leastRow != nullptr) {
+        printf("Its share of the floor: from %.0f %% (%s) to %.0f %% (%s, %lu lines).\n",
+               least * 100, leastRow->name.c_str(), most * 100, mostRow->name.c_str(),
+               mostRow->lines);
+    }
+}
+
+void printAllocations() {
+    printf("Allocations of the library besides the gate's, per call: none");
+    const char* separator = " but in ";
+    for (const std::string& row : gAllocating) {
+        printf("%s%s", separator, row.c_str());
+        separator = ", ";
+    }
+    printf("\n");
+}
+
+bool writeJson(const char* path) {
+    std::ofstream out(path);
+    out << "[\n";
+    for (size_t i = 0; i < gReports.size(); ++i) {
+        const Report& report = gReports[i];
+        char line[400];
+        snprintf(
+            line, sizeof(line),
+            "  {\"name\": \"%s\", \"thread\": \"%s\", \"bridge_ns\": %.1f, \"floor_ns\": %.1f, "
+            "\"ratio\": %.4f, \"spread\": %.4f, \"target\": %.2f, \"met\": %s}%s\n",
+            report.name.c_str(), report.thread.c_str(), report.result.bridge, report.result.floor,
+            report.result.ratio, report.result.spread, report.target,
+            report.met() ? "true" : "false", i + 1 < gReports.size() ? "," : "");
+        out << line;
+    }
+    out << "]\n";
+    out.close();
+    if (!out) {
+        fprintf(stderr, "%s: cannot be written\n", path);
+    }
+    return static_cast<bool>(out);
+}
+
+int run(const Options& options) {
+    startVm();
+    useDeskProperties(options.deskProperties);
+    std::vector<Measurement> measurements;
+    std::vector<Row> rows = makeRows();
+    measurements.reserve(rows.size());
+    for (Row& row : rows) {
+        measurements.emplace_back(row, options.quick ? 0.05 : 0.25);
+        Measurement& measurement = measurements.back();
+        benchmark::RegisterBenchmark(row.name.c_str(),
+                                     [&](benchmark::State& state) { measurement.run(state); })
+            ->UseManualTime()
+            ->MinTime(options.quick ? 0.05 : 0.4);
+    }
+    TableReporter reporter;
+    if (benchmark::RunSpecifiedBenchmarks(&reporter) == rows.size()) {
+        answerNothing();
+        measureRegistry(options.quick);
+        printf("\n");
+        measureTwoThreads(options.quick);
+        answerStatusObject();
+        measureGrowth("status kinds", {1, 2, 4, 8, 16, 25, 34}, statusOfKinds, options.quick);
+        measureGrowth("list elements", {1, 16, 64, 256, 1024, 2048}, listOfElements, options.quick);
+    }
+    printAllocations();
+    printGate();
+    const auto missed =
+        std::count_if(gReports.begin(), gReports.end(), [](const Report& r) { return !r.met(); });
+    printf("%zu ratios, %td targets missed\n", gReports.size(), missed);
+    for (const Report& report : gReports) {
+        if (!report.met()) {
+            printf("  missed: %s, %s: %.3f (target %.2f, spread %.3f)\n", report.name.c_str(),
+                   report.thread.c_str(), report.result.ratio, report.target, report.result.spread);
+        }
+    }
+    const bool written = options.json == nullptr || writeJson(options.json);
+    return gFailures == 0 && written ? 0 : 1;
+}
+
+}  // namespace
+
+}  // namespace bench
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    bench::Options options;
+    for (int i = 1; i < argc; ++i) {
+        if (strcmp(argv[i], "--json") == 0 && i + 1 < argc) {
+            options.json = argv[++i];
+        } else if (strcmp(argv[i], "--quick") == 0) {
+            options.quick = true;
+        } else if (strcmp(argv[i], "--desk-properties") == 0) {
+            options.deskProperties = true;
+        } else {
+            fprintf(stderr,
+                    "%s: not an option; there are --json FILE, --quick, --desk-properties (read "
+                    "properties through the desk's service) and those of the benchmark library\n",
+                    argv[i]);
+            return 1;
+        }
+    }
+    const int status = bench::run(options);
+    fflush(stdout);
+    _exit(status);  // the virtual machine is not taken down
+}
