@@ -352,6 +352,10 @@ uint32_t secondPipeline() {
     return gSecondPipeline;
 }
 
+int tuneTerrestrial(uint32_t pipeline) {
+    return x_native_frontend_tune(pipeline, &gSettings[MW_FE_TYPE_DVBT]);
+}
+
 void answerStatusObject() {
     answerNew("android.media.tv.tuner.frontend.FrontendStatus", "()V", nullptr);
 }

@@ -39,6 +39,7 @@ std::vector<Row> makeRows();
 // The pipelines of the measurements besides the table, registered with library and floor.
 uint32_t firstPipeline();
 uint32_t secondPipeline();
+int tuneTerrestrial(uint32_t pipeline);
 
 // Rows that are no part of the table: a status query of so many equal kinds, an event with a list
 // of so many elements, through the library. answerStatusObject prepares the query.
