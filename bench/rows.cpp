@@ -356,6 +356,11 @@ int tuneTerrestrial(uint32_t pipeline) {
     return x_native_frontend_tune(pipeline, &gSettings[MW_FE_TYPE_DVBT]);
 }
 
+int askStatus(uint32_t pipeline) {
+    FE_STATUS_T status;
+    return x_native_frontend_get_frontend_status(pipeline, gEqualKinds, 8, &status);
+}
+
 void answerStatusObject() {
     answerNew("android.media.tv.tuner.frontend.FrontendStatus", "()V", nullptr);
 }
