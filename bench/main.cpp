@@ -217,7 +217,7 @@ double callsPerSecond(int threads, int (*call)(uint32_t pipeline)) {
     }
     const Clock::time_point start = Clock::now();
     go = true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(15));
+    std::this_thread::sleep_for(std::chrono::milliseconds(8));
     stop = true;
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     for (std::thread& worker : workers) {
@@ -226,10 +226,17 @@ double callsPerSecond(int threads, int (*call)(uint32_t pipeline)) {
     return static_cast<double>(calls) / seconds;
 }
 
-// What a second thread adds, as against what it adds to calls of the gate, of which threads share
-// nothing: that is what the machine has to give at the moment.
+int onlyGate(uint32_t) {
+    floors::gate();
+    return 0;
+}
+
+// What a second thread adds. A round counts only if the machine had a second core to give just
+// before and after it, for calls of the gate, of which threads share nothing.
 void measureTwoThreads(bool quick) {
     constexpr double kTarget = 1.8;
+    constexpr double kWholeCore = 1.75;
+    constexpr size_t kEnough = 5;
     const auto gain = [](int (*call)(uint32_t pipeline)) {
         const double one = callsPerSecond(1, call);
         return callsPerSecond(2, call) / one;
@@ -237,27 +244,35 @@ void measureTwoThreads(bool quick) {
     struct Side {
         const char* name;
         int (*call)(uint32_t pipeline);
-    };
-    for (const Side& side :
-         {Side{"cancel tuning", x_native_frontend_cancel_tuning},
-          Side{"its floor", floors::cancelTuning}, Side{"tune DVB-T", tuneTerrestrial},
-          Side{"status, 8 kinds", askStatus}}) {
+        bool floor;
         std::vector<double> gains;
-        std::vector<double> machine;
-        std::vector<double> ofTwo;
-        for (int i = 0; i < (quick ? 9 : 41); ++i) {
-            gains.push_back(gain(side.call));
-            machine.push_back(gain([](uint32_t) {
-                floors::gate();
-                return 0;
-            }));
-            ofTwo.push_back(2 * gains.back() / machine.back());
+    } sides[] = {{"cancel tuning", x_native_frontend_cancel_tuning, false, {}},
+                 {"cancel tuning, floor", floors::cancelTuning, true, {}},
+                 {"tune DVB-T", tuneTerrestrial, false, {}},
+                 {"status, 25 kinds", askStatus, false, {}}};
+    const Clock::time_point start = Clock::now();
+    const std::chrono::seconds limit(quick ? 3 : 25);
+    double before = gain(onlyGate);
+    while (Clock::now() - start < limit) {
+        for (Side& side : sides) {
+            const double gained = gain(side.call);
+            const double after = gain(onlyGate);
+            if (before >= kWholeCore && after >= kWholeCore) {
+                side.gains.push_back(gained);
+            }
+            before = after;
         }
-        printf(
-            "Two threads, %s: %.2f times one thread's calls; the machine gives %.2f now, of 2 that "
-            "would be %.2f; target %.1f: %s\n",
-            side.name, median(gains), median(machine), median(ofTwo), kTarget,
-            median(ofTwo) >= kTarget ? "met" : "MISSED");
+    }
+    printf("Two threads on two pipelines, times one thread's calls (target %.1f):\n", kTarget);
+    for (const Side& side : sides) {
+        if (side.gains.size() < kEnough) {
+            printf("  %-24s the machine had no second core to give (%zu rounds)\n", side.name,
+                   side.gains.size());
+            continue;
+        }
+        const double result = median(side.gains);
+        const char* verdict = result >= kTarget ? "met" : "MISSED";
+        printf("  %-24s %.2f  %s\n", side.name, result, side.floor ? "" : verdict);
     }
 }
 

@@ -358,7 +358,7 @@ int tuneTerrestrial(uint32_t pipeline) {
 
 int askStatus(uint32_t pipeline) {
     FE_STATUS_T status;
-    return x_native_frontend_get_frontend_status(pipeline, gEqualKinds, 8, &status);
+    return x_native_frontend_get_frontend_status(pipeline, gKinds, 25, &status);
 }
 
 void answerStatusObject() {

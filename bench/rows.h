@@ -40,7 +40,7 @@ std::vector<Row> makeRows();
 uint32_t firstPipeline();
 uint32_t secondPipeline();
 int tuneTerrestrial(uint32_t pipeline);
-int askStatus(uint32_t pipeline);  // 8 kinds
+int askStatus(uint32_t pipeline);  // 25 kinds
 
 // Rows that are no part of the table: a status query of so many equal kinds, an event with a list
 // of so many elements, through the library. answerStatusObject prepares the query.
