@@ -31,6 +31,8 @@ using WithSettings = int (*)(unsigned int h_pipeline, MW_FESETTING_T* settings);
 WithSettings tune(MW_FE_TYPE_E system);
 WithSettings scan(MW_FE_TYPE_E system);  // with scan type 1
 int cancelTuning(unsigned int h_pipeline);
+int cancelTuningUnguarded(
+    unsigned int h_pipeline);  // neither lock nor count: no floor, a comparison
 int cancelScanning(unsigned int h_pipeline);
 int setLnaEnabled(unsigned int h_pipeline, int32_t enable);
 int getStatus(unsigned int h_pipeline, const FE_STATUS_TYPE_E* types, uint8_t count,

@@ -263,6 +263,11 @@ WithSettings scan(MW_FE_TYPE_E system) {
 int cancelTuning(unsigned int h_pipeline) {
     return call<1, 0>(h_pipeline, gIds.cancelTuning, -1);
 }
+int cancelTuningUnguarded(unsigned int h_pipeline) {
+    const Env env;
+    gate();
+    return callInt(env.get(), gPeers[h_pipeline % kSlots]->object(), gIds.cancelTuning);
+}
 int cancelScanning(unsigned int h_pipeline) {
     return call<1, 1>(h_pipeline, gIds.cancelScanning, -1);
 }

@@ -16,6 +16,7 @@
 #include "bench/host.h"
 #include "bench/measure.h"
 #include "bench/rows.h"
+#include "log/halvorin_log.h"
 #include "mw/frontend.h"
 
 namespace bench {
@@ -119,9 +120,10 @@ class Measurement {
 };
 
 void print(const Report& report) {
-    printf("%-32s %-10s %10.0f %10.0f %6.3f %6.3f   %4.2f  %s\n", report.name.c_str(),
-           report.thread.c_str(), report.result.bridge, report.result.floor, report.result.ratio,
-           report.result.spread, report.target, report.met() ? "met" : "MISSED");
+    printf("%-32s %-10s %5lu %10.0f %10.0f %6.3f %6.3f   %4.2f  %s\n", report.name.c_str(),
+           report.thread.c_str(), report.lines, report.result.bridge, report.result.floor,
+           report.result.ratio, report.result.spread, report.target,
+           report.met() ? "met" : "MISSED");
     fflush(stdout);
 }
 
@@ -133,8 +135,8 @@ void add(Report report) {
 class TableReporter : public benchmark::BenchmarkReporter {
   public:
     bool ReportContext(const Context&) override {
-        printf("%-32s %-10s %10s %10s %6s %6s %6s\n", "crossing", "thread", "bridge ns", "floor ns",
-               "ratio", "spread", "target");
+        printf("%-32s %-10s %5s %10s %10s %6s %6s %6s\n", "crossing", "thread", "lines",
+               "bridge ns", "floor ns", "ratio", "spread", "target");
         return true;
     }
 
@@ -248,8 +250,18 @@ void measureTwoThreads(bool quick) {
         std::vector<double> gains;
     } sides[] = {{"cancel tuning", x_native_frontend_cancel_tuning, false, {}},
                  {"cancel tuning, floor", floors::cancelTuning, true, {}},
+                 {"the same, no lock", floors::cancelTuningUnguarded, true, {}},
                  {"tune DVB-T", tuneTerrestrial, false, {}},
                  {"status, 25 kinds", askStatus, false, {}}};
+    for (const Side& side : sides) {
+        const Batch batch = [&](int count) {
+            for (int i = 0; i < count; ++i) {
+                side.call(firstPipeline());
+            }
+            return 0;
+        };
+        warmUp(batch, batch, 0.5);
+    }
     const Clock::time_point start = Clock::now();
     const std::chrono::seconds limit(quick ? 3 : 25);
     double before = gain(onlyGate);
@@ -276,64 +288,73 @@ void measureTwoThreads(bool quick) {
     }
 }
 
-// That cost grows in a line: the times of several sizes, and how well a line describes them.
+// That cost grows in a line: the times of several sizes, taken in turn, and how well a line describes
+// them.
 void measureGrowth(const char* what, const std::vector<int>& sizes, Batch (*of)(int), bool quick) {
-    std::vector<double> x, y;
+    std::vector<Batch> batches;
+    std::vector<int> counts;
     for (const int size : sizes) {
-        const Batch batch = of(size);
-        const int count = warmUp(batch, batch, 0.1);
-        std::vector<double> times;
-        for (int i = 0; i < (quick ? 100 : 400); ++i) {
-            times.push_back(measureRound(batch, batch, count).bridge);
+        batches.push_back(of(size));
+        counts.push_back(warmUp(batches.back(), batches.back(), 0.1));
+    }
+    std::vector<std::vector<double>> times(sizes.size());
+    for (int round = 0; round < (quick ? 100 : 1000); ++round) {
+        for (size_t i = 0; i < sizes.size(); ++i) {
+            times[i].push_back(measureRound(batches[i], batches[i], counts[i]).bridge);
         }
-        x.push_back(size);
-        y.push_back(median(std::move(times)));
+    }
+    std::vector<double> x(sizes.begin(), sizes.end());
+    std::vector<double> y;
+    for (std::vector<double>& ofSize : times) {
+        y.push_back(median(std::move(ofSize)));
     }
     const Line line = fitLine(x, y);
-    printf("Growth with %s (%d to %d): %.1f ns each, %.0f ns besides, fit of the line %.4f: %s\n",
+    printf("Growth with %s (%d to %d): %.2f ns each, %.0f ns besides, fit of the line %.4f: %s\n",
            what, sizes.front(), sizes.back(), line.perUnit, line.atZero, line.fit,
            line.fit >= 0.99 ? "met" : "MISSED");
 }
 
 void printGate() {
-    const Batch gates = [](int count) {
+    const Batch library = [](int count) {
+        int result = 0;
+        for (int i = 0; i < count; ++i) {
+            result |= __halvorin_log_is_loggable(halvorin::kLogInfo, halvorin::kLogLevelProperty);
+        }
+        return result;
+    };
+    const Batch floor = [](int count) {
         for (int i = 0; i < count; ++i) {
             floors::gate();
         }
         return 0;
     };
-    const auto cost = [&](bool desk) {
-        useDeskProperties(desk);
-        const int count = warmUp(gates, gates, 0.05);
-        std::vector<double> times;
-        for (int i = 0; i < 500; ++i) {
-            times.push_back(measureRound(gates, gates, count).bridge);
+    const auto cost = [&](bool deskProperties) {
+        useDeskProperties(deskProperties);
+        const int count = warmUp(library, floor, 0.05);
+        std::vector<Round> rounds;
+        for (int i = 0; i < 1000; ++i) {
+            rounds.push_back(measureRound(library, floor, count));
         }
-        return median(std::move(times));
+        return compare(rounds);
     };
-    const double desk = cost(true);
-    const double cheap = cost(false);
-    double least = 1, most = 0;
-    const Report *leastRow = nullptr, *mostRow = nullptr;
-    for (const Report& report : gReports) {
-        const double share = static_cast<double>(report.lines) * cheap / report.result.floor;
-        if (report.lines > 0 && share <= least) {
-            least = share;
-            leastRow = &report;
-        }
-        if (share >= most) {
-            most = share;
-            mostRow = &report;
-        }
-    }
+    const Comparison desk = cost(true);
+    const Comparison gate = cost(false);
     printf(
-        "The gate of a log line that is not printed: %.0f ns, of which the library adds nothing to "
-        "the floor's; with the desk's own property service %.0f ns.\n",
-        cheap, desk);
-    if (leastRow != nullptr) {
-        printf("Its share of the floor: from %.0f %% (%s) to %.0f %% (%s, %lu lines).\n",
-               least * 100, leastRow->name.c_str(), most * 100, mostRow->name.c_str(),
-               mostRow->lines);
+        "The gate of a log line that is not printed: %.0f ns, its floor %.0f; with the desk's own "
+        "property service %.0f and %.0f.\n",
+        gate.bridge, gate.floor, desk.bridge, desk.floor);
+    for (const Thread thread : {Thread::kAttached, Thread::kJava}) {
+        std::vector<double> shares;
+        for (const Report& report : gReports) {
+            if (report.thread == name(thread) && report.lines > 0) {
+                shares.push_back(static_cast<double>(report.lines) * gate.floor /
+                                 report.result.floor);
+            }
+        }
+        if (!shares.empty()) {
+            printf("Its share of the floor of calls that pass lines, %s: %.0f %% (median).\n",
+                   name(thread), 100 * median(shares));
+        }
     }
 }
 
@@ -393,7 +414,8 @@ int run(const Options& options) {
         answerStatusObject();
         measureTwoThreads(options.quick);
         measureGrowth("status kinds", {1, 2, 4, 8, 16, 25, 34}, statusOfKinds, options.quick);
-        measureGrowth("list elements", {1, 16, 64, 256, 1024, 2048}, listOfElements, options.quick);
+        measureGrowth("list elements", {1, 512, 1024, 2048, 4096, 8192}, listOfElements,
+                      options.quick);
     }
     printAllocations();
     printGate();
