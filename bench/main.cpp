@@ -102,7 +102,19 @@ class Measurement {
                 state.SetIterationTime((round.bridge + round.floor) * 2 * mBatch * 1e-9);
             }
         });
-        const Comparison result = compare(rounds);
+        Comparison result = compare(rounds);
+        // A disturbed row is measured again, and the steadiest measurement counts.
+        for (int again = 0; again < 2 && rounds.size() >= 100 && result.spread > 0.03; ++again) {
+            onThread(mRow.thread, [&] {
+                for (Round& round : rounds) {
+                    round = measureRound(mRow.bridge, mRow.floor, mBatch);
+                }
+            });
+            const Comparison repeated = compare(rounds);
+            if (repeated.spread < result.spread) {
+                result = repeated;
+            }
+        }
         state.counters["bridge_ns"] = result.bridge;
         state.counters["floor_ns"] = result.floor;
         state.counters["ratio"] = result.ratio;

@@ -31,7 +31,8 @@ function text(at, y, words, style) {
 /"name"/ {
     thread = value("thread")
     if (!(thread in rows)) panels[++panelCount] = thread
-    at = thread SUBSEP ++rows[thread]
+    ++rows[thread]
+    at = thread SUBSEP rows[thread]
     name[at] = value("name")
     ratio[at] = value("ratio")
     spread[at] = value("spread")

@@ -75,7 +75,9 @@ int lockFilterSemaphore(const char* function, uint32_t hfilter, FilterLookup* fi
         gWaiter.store(hfilter, std::memory_order_relaxed);
     }
     const int32_t i4_rc = x_sema_lock(filter->h_sema, X_SEMA_OPTION_WAIT);
-    const bool handleFreed = gWaiter.exchange(0) != hfilter;
+    // Only with the semaphore is a handle freed: who has it need not fear that it happens now.
+    const bool handleFreed = (i4_rc == 0 ? gWaiter.load() : gWaiter.exchange(0)) != hfilter;
+    gWaiter.store(0, std::memory_order_relaxed);
     if (i4_rc != 0) {
         FILTER_LOG_AS(function, "  fail! return i4_rc = %d.\n", i4_rc);
     } else if (handleFreed) {
