@@ -34,16 +34,12 @@ int threshold(const char* value) {
     }
 }
 
-}  // namespace
-
-extern "C" int __halvorin_log_is_loggable(int level, const char* propertyName) {
-    char value[PROPERTY_VALUE_MAX] = "";
-    if (propertyName == nullptr) {
-        return level >= threshold(value) ? 1 : 0;
-    }
+// The gate for a property whose name has that length, which is a constant for the library's own.
+inline bool isLoggable(int level, const char* propertyName, size_t length) {
+    char value[PROPERTY_VALUE_MAX];
+    value[0] = '\0';
     property_get(propertyName, value, "");
     if (value[0] == '\0') {
-        const size_t length = strlen(propertyName);
         char* name = static_cast<char*>(malloc(sizeof(kPersist) + length));
         if (name != nullptr) {
             memcpy(name, kPersist, sizeof(kPersist) - 1);
@@ -52,10 +48,23 @@ extern "C" int __halvorin_log_is_loggable(int level, const char* propertyName) {
             free(name);
         }
     }
-    return level >= threshold(value) ? 1 : 0;
+    return level >= threshold(value);
+}
+
+}  // namespace
+
+extern "C" int __halvorin_log_is_loggable(int level, const char* propertyName) {
+    if (propertyName == nullptr) {
+        return level >= threshold("") ? 1 : 0;
+    }
+    return isLoggable(level, propertyName, strlen(propertyName)) ? 1 : 0;
 }
 
 namespace halvorin {
+
+bool isLoggable(int level) {
+    return ::isLoggable(level, kLogLevelProperty, sizeof(kLogLevelProperty) - 1);
+}
 
 bool isLoggableInSignalHandler(int level) {
     char value[PROPERTY_VALUE_MAX] = "";

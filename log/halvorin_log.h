@@ -29,15 +29,18 @@ constexpr int kLogDebug = 2;
 constexpr int kLogInfo = 3;
 constexpr int kLogError = 5;
 
-// The gate for kLogLevelProperty without the allocation: for signal handlers.
+// The gate for kLogLevelProperty.
+bool isLoggable(int level);
+
+// The same without the allocation: for signal handlers.
 bool isLoggableInSignalHandler(int level);
 
 }  // namespace halvorin
 
-#define HALVORIN_LOG(level, tag, ...)                                                \
-    do {                                                                             \
-        if (__halvorin_log_is_loggable((level), ::halvorin::kLogLevelProperty) != 0) \
-            __android_log_print((level) + 1, (tag), __VA_ARGS__);                    \
+#define HALVORIN_LOG(level, tag, ...)                             \
+    do {                                                          \
+        if (::halvorin::isLoggable(level))                        \
+            __android_log_print((level) + 1, (tag), __VA_ARGS__); \
     } while (false)
 
 #define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, LOG_TAG, __VA_ARGS__)

@@ -32,5 +32,6 @@ install_packages() {
 build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev libudev-dev
     dtv-scan-tables)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
+bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld)
 lint_packages=(clang-format clang-tidy)
 fuzz_packages=(clang libclang-rt-14-dev)

@@ -67,7 +67,7 @@ struct OpeningFilter {
         x_mem_free(ptFltInst);
         x_filter_unlock(h_sema);
         if (hfilter != 0) {
-            awaitFilterWaiter(h_sema);
+            awaitFilterWaiter(hfilter);
         }
         x_sema_delete(h_sema);
     }

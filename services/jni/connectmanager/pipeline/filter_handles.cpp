@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <atomic>
+
 #include "mw/basic_services.h"
 #include "services/jni/connectmanager/pipeline/filter_java.h"
 
@@ -16,25 +18,20 @@ namespace {
 // That thread holds gFilterHandleMutex, so open cannot take it. Instead:
 // - gRecordMutex is held from a lookup until the record has been read, and while a handle is freed.
 //   A leaf: no semaphore is waited for under it.
-// - The one waiter is known. Freeing its handle marks it, so that it gives the semaphore it gets
-//   straight back; open deletes the semaphore only when the waiter is gone, so nobody ever uses a
-//   deleted one.
+// - The one waiter is known. Freeing its handle tells it so: it gives the semaphore it gets straight
+//   back, and open deletes the semaphore only when the waiter is gone, so nobody ever uses a deleted
+//   one.
 std::mutex& gRecordMutex = *new std::mutex();
+std::atomic<uint32_t> gWaiter;  // the live filter that is waited for; 0: none
+uint32_t gLeaving;              // the freed filter that was waited for; guarded by gRecordMutex
 pthread_cond_t gWaiterGone = PTHREAD_COND_INITIALIZER;  // has no destructor that could wait at exit
-
-struct Waiter {
-    uint32_t hfilter;  // 0: nobody waits
-    uint32_t h_sema;
-    bool handleFreed;
-};
-Waiter gWaiter;  // guarded by gRecordMutex
 
 struct HandleResult {
     int32_t code;
     uint16_t type;
 };
 
-// Reads a live filter's record. gRecordMutex is held.
+// Reads a live filter's record, which is kept from being freed meanwhile.
 bool readRecord(uint32_t hfilter, FilterLookup* filter, HandleResult* result) {
     void* object = nullptr;
     uint16_t type = 0;
@@ -49,17 +46,13 @@ bool readRecord(uint32_t hfilter, FilterLookup* filter, HandleResult* result) {
 }
 
 // The second lookup, with the semaphore held: the handle must still name the filter of that
-// semaphore.
+// semaphore. Who holds a semaphore that was not given back keeps the record alive: neither close nor
+// a failing open frees it without the semaphore.
 bool _native_filter_handle2instance(const char* function, uint32_t hfilter, uint32_t h_sema,
                                     int64_t* instance) {
     FilterLookup filter = {};
     HandleResult result = {};
-    bool found;
-    {
-        const std::lock_guard<std::mutex> lock(gRecordMutex);
-        found = readRecord(hfilter, &filter, &result) && filter.h_sema == h_sema;
-    }
-    if (!found) {
+    if (!readRecord(hfilter, &filter, &result) || filter.h_sema != h_sema) {
         FILTER_LOG_AS(function,
                       " _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.",
                       hfilter, result.type, result.code);
@@ -79,20 +72,21 @@ int lockFilterSemaphore(const char* function, uint32_t hfilter, FilterLookup* fi
             FILTER_LOG_AS(function, "  handle already free.\n");
             return -1;
         }
-        gWaiter = {hfilter, filter->h_sema, false};
+        gWaiter.store(hfilter, std::memory_order_relaxed);
     }
     const int32_t i4_rc = x_sema_lock(filter->h_sema, X_SEMA_OPTION_WAIT);
-
-    const std::lock_guard<std::mutex> lock(gRecordMutex);
-    const bool handleFreed = gWaiter.handleFreed;
+    // Only with the semaphore is a handle freed: who has it need not fear that it happens now.
+    const bool handleFreed = (i4_rc == 0 ? gWaiter.load() : gWaiter.exchange(0)) != hfilter;
+    gWaiter.store(0, std::memory_order_relaxed);
     if (i4_rc != 0) {
         FILTER_LOG_AS(function, "  fail! return i4_rc = %d.\n", i4_rc);
     } else if (handleFreed) {
         FILTER_LOG_AS(function, "  handle already free.\n");
         x_filter_unlock(filter->h_sema);
     }
-    gWaiter = {};
     if (handleFreed) {
+        const std::lock_guard<std::mutex> lock(gRecordMutex);
+        gLeaving = 0;
         pthread_cond_broadcast(&gWaiterGone);
     }
     return i4_rc == 0 && !handleFreed ? 0 : -1;
@@ -119,15 +113,16 @@ void x_filter_unlock(uint32_t h_sema) {
 
 void freeFilterHandle(uint32_t hfilter) {
     const std::lock_guard<std::mutex> lock(gRecordMutex);
-    if (gWaiter.hfilter == hfilter) {
-        gWaiter.handleFreed = true;
+    uint32_t waitedFor = hfilter;
+    if (gWaiter.compare_exchange_strong(waitedFor, 0)) {
+        gLeaving = hfilter;
     }
     handle_free(hfilter, 1);
 }
 
-void awaitFilterWaiter(uint32_t h_sema) {
+void awaitFilterWaiter(uint32_t hfilter) {
     const std::lock_guard<std::mutex> lock(gRecordMutex);
-    while (gWaiter.h_sema == h_sema) {
+    while (gLeaving == hfilter) {
         pthread_cond_wait(&gWaiterGone, gRecordMutex.native_handle());
     }
 }

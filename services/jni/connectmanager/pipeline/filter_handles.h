@@ -47,7 +47,7 @@ void freeFilterHandle(uint32_t hfilter);
 
 // For a failed open, after the semaphore's release: waits until the thread that waited for it, if
 // there was one, has noticed that the handle is gone and let the semaphore go.
-void awaitFilterWaiter(uint32_t h_sema);
+void awaitFilterWaiter(uint32_t hfilter);
 
 // The peer at an instance: null when the value is no address, and then nothing is dereferenced.
 android::sp<android::JNativeInnerFilter> peerOf(int64_t instance);
