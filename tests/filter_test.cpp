@@ -30,6 +30,11 @@ void hear(const std::string& line) {
     gHeard.push_back(line);
 }
 
+bool heardNothing() {
+    const std::lock_guard<std::mutex> lock(gHeardLock);
+    return gHeard.empty();
+}
+
 void onSection(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, FLT_EVT_DATA_T* pt_data, void* pv_tag) {
     std::string line = "section " + std::to_string(hfilter) + " " +
                        std::to_string(pt_evt->ui4_private0) + " " + std::to_string(pt_data->e_kind);
@@ -267,8 +272,7 @@ const Waiter kWaiters[] = {
          desk::vm()->AttachCurrentThread(&attached, nullptr);
          desk::event("section", "(IIIII)V", static_cast<jint>(h), 1, 2, 3, 4);
          desk::vm()->DetachCurrentThread();
-         const std::lock_guard<std::mutex> lock(gHeardLock);
-         return gHeard.empty() ? -1 : 0;
+         return heardNothing() ? -1 : 0;
      }},
 };
 
@@ -379,7 +383,7 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int result = 9;
     std::thread reporting = startWaiter(kWaiters[2], h, &result);
-    EXPECT_TRUE(gHeard.empty());
+    EXPECT_TRUE(heardNothing());
     desk::script("release", "onStart");
     starting.join();
     reporting.join();
