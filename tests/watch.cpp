@@ -59,8 +59,8 @@ const CallTraits kTraits[] = {
     {"NewByteArray", kFailsOrThrows, false, false, {0, 1, 0}},
     {"NewIntArray", kFailsOrThrows, false, false, {0, 1, 0}},
     {"GetArrayLength", kNever, false, false, {}},
-    {"SetByteArrayRegion", kThrowsOnly, false, false, {}},
-    {"SetIntArrayRegion", kThrowsOnly, false, false, {}},
+    {"SetByteArrayRegion", kNever, false, false, {}},  // the library sets whole arrays
+    {"SetIntArrayRegion", kNever, false, false, {}},
     {"GetByteArrayElements", kFailsOrThrows, false, false, {0, 0, 1}},
     {"GetIntArrayElements", kFailsOrThrows, false, false, {0, 0, 1}},
     {"ReleaseByteArrayElements", kNever, true, false, {0, 0, -1}},

@@ -34,12 +34,14 @@ int callWithoutArguments(jobject object, const JavaMethod<jint()>& method, const
 
 // A new Java array with a copy of a pattern: a local reference, or null, nothing pending.
 jbyteArray newPattern(JNIEnv* env, const uint8_t* pattern) {
-    ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(FLT_PATTERN_SIZE));
-    if (array.get() != nullptr) {
-        env->SetByteArrayRegion(array.get(), 0, FLT_PATTERN_SIZE,
-                                reinterpret_cast<const jbyte*>(pattern));
+    jbyteArray array = env->NewByteArray(FLT_PATTERN_SIZE);
+    if (array == nullptr) {
+        clearException(env);
+        return nullptr;
     }
-    return clearException(env) ? nullptr : array.release();
+    // Throws only when the region does not fit, and it is the whole array.
+    env->SetByteArrayRegion(array, 0, FLT_PATTERN_SIZE, reinterpret_cast<const jbyte*>(pattern));
+    return array;
 }
 
 }  // namespace

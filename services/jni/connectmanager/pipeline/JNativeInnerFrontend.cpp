@@ -186,12 +186,12 @@ int JNativeInnerFrontend::lnbSendDiseqcMessage(unsigned char* message, int lengt
     }
     return withJava(-1, [&](JNIEnv* env) {
         ScopedLocalRef<jbyteArray> bytes(env, env->NewByteArray(length));
-        if (bytes.get() != nullptr && length > 0) {
-            env->SetByteArrayRegion(bytes.get(), 0, length, reinterpret_cast<jbyte*>(message));
-        }
-        if (clearException(env) || bytes.get() == nullptr) {
+        if (bytes.get() == nullptr) {
+            clearException(env);
             return -1;
         }
+        // Throws only when the region does not fit, and it is the whole array.
+        env->SetByteArrayRegion(bytes.get(), 0, length, reinterpret_cast<jbyte*>(message));
         return callJava(env, gFields.onLnbSendDiseqcMessageID, -1, bytes.get());
     });
 }

@@ -192,10 +192,8 @@ int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t 
             types[i] = requestedType(pi4_type, i);
             LOG_DEBUG("getFrontendStatus, get type is %d", types[i]);
         }
+        // Throws only when the region does not fit, and it is the whole array.
         env->SetIntArrayRegion(request.get(), 0, ui1_len, types);
-        if (clearException(env)) {
-            return -1;
-        }
         ScopedLocalRef<jobject> status(
             env, callForObject(env, gFields.onGetFrontendStatusId, request.get()));
         if (status.get() == nullptr) {
