@@ -39,7 +39,9 @@ int x_native_frontend_require_tuner(unsigned int h_pipeline);
 
 /*
  * Unregisters a pipeline. Its Java frontend is closed before the return or, when other calls are
- * still using it, when the last of them returns.
+ * still using it, when the last of them returns. A pipeline that is still registered when the process
+ * exits is unregistered then, on the exiting thread; its Java frontend is closed if that thread can
+ * have a Java environment.
  * Result: always 0, also when the pipeline is not registered.
  */
 int x_native_frontend_close_tuner(unsigned int h_pipeline);
