@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <iostream>
@@ -18,7 +17,6 @@
 #include <sstream>
 #include <thread>
 
-#include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/vm.h"
@@ -197,11 +195,8 @@ int load(Stage&) {
 }
 
 std::vector<Function> functions() {
-    uint8_t* const pattern = [] {
-        static uint8_t bytes[FLT_PATTERN_SIZE];
-        return bytes;
-    }();
     static unsigned char message[] = {1, 2, 3};
+    static uint8_t pattern[FLT_PATTERN_SIZE];
     return {
         {"JNI_OnLoad", Side::kLoad, nothing, load, nothing, JNI_VERSION_1_4, -1, {}, 0, true},
 
@@ -299,7 +294,7 @@ std::vector<Function> functions() {
          },
          undoFilter, 9},
         ofFilter("x_velmora_filter_setSectionConfig",
-                 [pattern](uint32_t h) {
+                 [](uint32_t h) {
                      return x_velmora_filter_setSectionConfig(h, 1, 1, 0, 1, pattern, pattern,
                                                               pattern);
                  }),
