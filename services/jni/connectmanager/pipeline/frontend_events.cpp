@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <iterator>
+#include <mutex>
 
 #include "log/halvorin_log.h"
 #include "services/jni/connectmanager/pipeline/java_method.h"
@@ -28,205 +30,223 @@ struct ScanCallback {
     std::atomic<fe_scan_value_nfy_fct> pf_hierarchy_nfy;
 };
 ScanCallback gScanCallback;
+// Counts the registrations, twice each: odd while one is being written.
+std::atomic<uint32_t> gScanVersion;
+// Held by a registration, never by an event. Never destroyed, as every mutex of the library.
+std::mutex& gScanRegistrationMutex = *new std::mutex();
 std::atomic<fe_lnb_nfy_fct> gLnbNotifyFct;
 std::atomic<fe_lnb_diseqc_nfy_fct> gLnbOnDiseqcMessageFct;
+
+template <typename Function>
+struct Registered {
+    Function function;
+    void* pv_tag;
+};
+
+// A scan callback and the tag that was registered with it. Read without the version, a registration
+// in between could give the function of one record the object of the next.
+template <typename Function>
+Registered<Function> registered(const std::atomic<Function>& slot) {
+    while (true) {
+        const uint32_t version = gScanVersion;
+        const Registered<Function> result = {slot, gScanCallback.pv_tag};
+        if (version % 2 == 0 && version == gScanVersion) {
+            return result;
+        }
+    }
+}
 
 template <typename Function>
 void* address(Function* function) {
     return reinterpret_cast<void*>(function);
 }
 
-// The elements of a Java array, for the length of one callback. Nothing is written back.
-template <typename Array>
-struct Elements;
-
-template <>
-struct Elements<jintArray> {
-    using Type = jint;
-    static jint* get(JNIEnv* env, jintArray array) {
-        return env->GetIntArrayElements(array, nullptr);
-    }
-    static void release(JNIEnv* env, jintArray array, jint* elements) {
-        env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
-    }
-};
-
-template <>
-struct Elements<jbyteArray> {
-    using Type = jbyte;
-    static jbyte* get(JNIEnv* env, jbyteArray array) {
-        return env->GetByteArrayElements(array, nullptr);
-    }
-    static void release(JNIEnv* env, jbyteArray array, jbyte* elements) {
-        env->ReleaseByteArrayElements(array, elements, JNI_ABORT);
-    }
-};
-
-// Calls deliver(elements, count, real length), with a count that never exceeds the elements.
-// Returns 0; -1, nothing delivered and nothing pending, for a null array, a negative length, an
-// empty array with a positive length, and elements that cannot be had.
-template <typename Array, typename Deliver>
-jint withElements(JNIEnv* env, Array array, jint length, const Deliver& deliver) {
-    if (array == nullptr || length < 0) {
-        return -1;
-    }
-    const jint real = env->GetArrayLength(array);
-    if (real == 0 && length > 0) {
-        return -1;
-    }
-    typename Elements<Array>::Type* elements = Elements<Array>::get(env, array);
-    if (elements == nullptr) {
-        android::clearException(env);
-        return -1;
-    }
-    deliver(elements, std::min(length, real), real);
-    Elements<Array>::release(env, array, elements);
-    return 0;
+jint* takeElements(JNIEnv* env, jintArray array) {
+    return env->GetIntArrayElements(array, nullptr);
+}
+jbyte* takeElements(JNIEnv* env, jbyteArray array) {
+    return env->GetByteArrayElements(array, nullptr);
+}
+void releaseElements(JNIEnv* env, jintArray array, jint* elements) {
+    env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
+}
+void releaseElements(JNIEnv* env, jbyteArray array, jbyte* elements) {
+    env->ReleaseByteArrayElements(array, elements, JNI_ABORT);
 }
 
-// The three kinds of scan event. function is the native's name, with which every line begins.
+// The elements of a Java array, for the length of one callback. Nothing is written back.
+template <typename Array, typename Element>
+class Elements {
+  public:
+    // length is what Java says that the array holds, 0 or more.
+    Elements(JNIEnv* env, Array array, jint length)
+        : mEnv(env), mArray(array), mRealLength(env->GetArrayLength(array)) {
+        mCount = std::min(length, mRealLength);
+        if (mCount == 0 && length > 0) {
+            return;
+        }
+        mElements = takeElements(env, array);
+        if (mElements == nullptr) {
+            android::clearException(env);
+        }
+    }
+    ~Elements() {
+        if (mElements != nullptr) {
+            releaseElements(mEnv, mArray, mElements);
+        }
+    }
+    Elements(const Elements&) = delete;
+    Elements& operator=(const Elements&) = delete;
 
-jint scanEvent(const char* function, const std::atomic<fe_scan_nfy_fct>& slot, const char* what,
+    // Null when they cannot be had, or when the array is empty and should not be.
+    const Element* get() const { return mElements; }
+    // Never more than there are.
+    jint count() const { return mCount; }
+    jint realLength() const { return mRealLength; }
+
+  private:
+    JNIEnv* mEnv;
+    Array mArray;
+    jint mRealLength;
+    jint mCount;
+    Element* mElements = nullptr;
+};
+
+// The three kinds of scan event. function is the native's name, with which every line begins; the
+// texts are the lines' formats.
+
+jint scanEvent(const char* function, const std::atomic<fe_scan_nfy_fct>& slot, const char* missing,
                jint pipeline) {
     LOG_INFO("%s, pipeline: 0x%x", function, pipeline);
-    const fe_scan_nfy_fct callback = slot;
-    if (callback == nullptr) {
-        LOG_ERROR("%s, scan callback %s notify is null.", function, what);
+    const auto callback = registered(slot);
+    if (callback.function == nullptr) {
+        LOG_ERROR(missing, function);
         return -1;
     }
-    LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback), pipeline);
-    callback(static_cast<unsigned int>(pipeline), gScanCallback.pv_tag);
+    LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback.function), pipeline);
+    callback.function(static_cast<unsigned int>(pipeline), callback.pv_tag);
     return 0;
 }
 
-struct ScanValueEvent {
-    const std::atomic<fe_scan_value_nfy_fct>& slot;
-    const char* valueName;
-    const char* nullText;
-};
-
-jint scanEvent(const char* function, const ScanValueEvent& event, jint pipeline, jint value) {
-    LOG_INFO("%s, pipeline: 0x%x, %s: %d", function, pipeline, event.valueName, value);
-    const fe_scan_value_nfy_fct callback = event.slot;
-    if (callback == nullptr) {
-        LOG_ERROR("%s, %s is null.", function, event.nullText);
+jint scanValueEvent(const char* function, const std::atomic<fe_scan_value_nfy_fct>& slot,
+                    const char* reported, const char* missing, jint pipeline, jint value) {
+    LOG_INFO(reported, function, pipeline, value);
+    const auto callback = registered(slot);
+    if (callback.function == nullptr) {
+        LOG_ERROR(missing, function);
         return -1;
     }
-    LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback), pipeline);
-    callback(static_cast<unsigned int>(pipeline), value, gScanCallback.pv_tag);
+    LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback.function), pipeline);
+    callback.function(static_cast<unsigned int>(pipeline), value, callback.pv_tag);
     return 0;
 }
 
-struct ScanListEvent {
-    const std::atomic<fe_scan_list_nfy_fct>& slot;
-    const char* nullName;  // of the callback
-    const char* arrayName;
-    const char* elementName;  // of element 0 in the line before the callback; null: not logged, nor
-                              // the length
-};
-
-jint scanEvent(const char* function, const ScanListEvent& event, JNIEnv* env, jint pipeline,
-               jintArray values, jint length) {
-    if (event.elementName != nullptr) {
-        LOG_INFO("%s, pipeline: 0x%x, len = %d", function, pipeline, length);
-    } else {
-        LOG_INFO("%s, pipeline: 0x%x", function, pipeline);
-    }
-    const fe_scan_list_nfy_fct callback = event.slot;
-    if (callback == nullptr) {
-        LOG_ERROR("%s, scan callback %s notify is null.", function, event.nullName);
+// Formats that show less than they are given end early: reported takes the function, the pipeline
+// and the length; delivered the function, the callback, the pipeline, the first element and the
+// array's real length.
+jint scanListEvent(const char* function, const std::atomic<fe_scan_list_nfy_fct>& slot,
+                   const char* reported, const char* missing, const char* noArray,
+                   const char* delivered, JNIEnv* env, jint pipeline, jintArray values,
+                   jint length) {
+    LOG_INFO(reported, function, pipeline, length);
+    const auto callback = registered(slot);
+    if (callback.function == nullptr) {
+        LOG_ERROR(missing, function);
         return -1;
     }
-    // A list without a value is none.
-    const jint result = withElements(
-        env, length == 0 ? nullptr : values, length,
-        [&](const jint* elements, jint count, jint real) {
-            if (event.elementName != nullptr) {
-                LOG_INFO("%s, callback: %p, handle: 0x%x, %s = %d, length:%d.", function,
-                         address(callback), pipeline, event.elementName, elements[0], real);
-            } else {
-                LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback), pipeline);
-            }
-            callback(static_cast<unsigned int>(pipeline), elements, count, gScanCallback.pv_tag);
-        });
-    if (result != 0) {
-        LOG_ERROR("%s, %s Array is null.", function, event.arrayName);
+    if (values == nullptr || length <= 0) {
+        LOG_ERROR(noArray, function);
+        return -1;
     }
-    return result;
+    const Elements<jintArray, jint> elements(env, values, length);
+    if (elements.get() == nullptr) {
+        LOG_ERROR(noArray, function);
+        return -1;
+    }
+    LOG_INFO(delivered, function, address(callback.function), pipeline, elements.get()[0],
+             elements.realLength());
+    callback.function(static_cast<unsigned int>(pipeline), elements.get(), elements.count(),
+                      callback.pv_tag);
+    return 0;
 }
 
 // The natives. They run on the Java thread that calls them, and their names begin every line that
 // they log.
 
 jint com_halvorin_tv_velmora_scan_callback_locked(JNIEnv*, jobject, jint pipeline) {
-    return scanEvent(__func__, gScanCallback.pf_locked_nfy, "locked", pipeline);
+    return scanEvent(__func__, gScanCallback.pf_locked_nfy,
+                     "%s, scan callback locked notify is null.", pipeline);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_stopped(JNIEnv*, jobject, jint pipeline) {
-    return scanEvent(__func__, gScanCallback.pf_stopped_nfy, "stopped", pipeline);
+    return scanEvent(__func__, gScanCallback.pf_stopped_nfy,
+                     "%s, scan callback stopped notify is null.", pipeline);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_on_progress(JNIEnv*, jobject, jint pipeline,
                                                        jint percent) {
-    static constexpr ScanValueEvent kEvent = {gScanCallback.pf_progress_nfy, "percent",
-                                              "scan callback progress notify"};
-    return scanEvent(__func__, kEvent, pipeline, percent);
+    return scanValueEvent(__func__, gScanCallback.pf_progress_nfy,
+                          "%s, pipeline: 0x%x, percent: %d",
+                          "%s, scan callback progress notify is null.", pipeline, percent);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_on_freq_reported(JNIEnv* env, jobject, jint pipeline,
                                                             jintArray values, jint length) {
-    static constexpr ScanListEvent kEvent = {gScanCallback.pf_freq_report_nfy, "freq reported",
-                                             "freq", "freq"};
-    return scanEvent(__func__, kEvent, env, pipeline, values, length);
+    return scanListEvent(
+        __func__, gScanCallback.pf_freq_report_nfy, "%s, pipeline: 0x%x, len = %d",
+        "%s, scan callback freq reported notify is null.", "%s, freq Array is null.",
+        "%s, callback: %p, handle: 0x%x, freq = %d, length:%d.", env, pipeline, values, length);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_symbol_rates(JNIEnv* env, jobject, jint pipeline,
                                                         jintArray values, jint length) {
-    static constexpr ScanListEvent kEvent = {gScanCallback.pf_symbol_rate_nfy, "symbol rate",
-                                             "rate", "symbol_rate"};
-    return scanEvent(__func__, kEvent, env, pipeline, values, length);
+    return scanListEvent(__func__, gScanCallback.pf_symbol_rate_nfy, "%s, pipeline: 0x%x, len = %d",
+                         "%s, scan callback symbol rate notify is null.", "%s, rate Array is null.",
+                         "%s, callback: %p, handle: 0x%x, symbol_rate = %d, length:%d.", env,
+                         pipeline, values, length);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_plpids(JNIEnv* env, jobject, jint pipeline,
                                                   jintArray values, jint length) {
-    static constexpr ScanListEvent kEvent = {gScanCallback.pf_plp_id_nfy, "plp id", "plpid",
-                                             nullptr};
-    return scanEvent(__func__, kEvent, env, pipeline, values, length);
+    return scanListEvent(__func__, gScanCallback.pf_plp_id_nfy, "%s, pipeline: 0x%x",
+                         "%s, scan callback plp id notify is null.", "%s, plpid Array is null.",
+                         "%s, callback: %p, handle: 0x%x", env, pipeline, values, length);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_groupids(JNIEnv* env, jobject, jint pipeline,
                                                     jintArray values, jint length) {
-    static constexpr ScanListEvent kEvent = {gScanCallback.pf_group_id_nfy, "group id", "groupid",
-                                             nullptr};
-    return scanEvent(__func__, kEvent, env, pipeline, values, length);
+    return scanListEvent(__func__, gScanCallback.pf_group_id_nfy, "%s, pipeline: 0x%x",
+                         "%s, scan callback group id notify is null.", "%s, groupid Array is null.",
+                         "%s, callback: %p, handle: 0x%x", env, pipeline, values, length);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_input_stream_id(JNIEnv* env, jobject, jint pipeline,
                                                            jintArray values, jint length) {
-    static constexpr ScanListEvent kEvent = {gScanCallback.pf_stream_id_nfy, "stream id",
-                                             "streamid", nullptr};
-    return scanEvent(__func__, kEvent, env, pipeline, values, length);
+    return scanListEvent(__func__, gScanCallback.pf_stream_id_nfy, "%s, pipeline: 0x%x",
+                         "%s, scan callback stream id notify is null.",
+                         "%s, streamid Array is null.", "%s, callback: %p, handle: 0x%x", env,
+                         pipeline, values, length);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_dvbs_standard(JNIEnv*, jobject, jint pipeline,
                                                          jint standard) {
-    static constexpr ScanValueEvent kEvent = {gScanCallback.pf_dvbs_standard_nfy, "standard",
-                                              "scan dvbs standard"};
-    return scanEvent(__func__, kEvent, pipeline, standard);
+    return scanValueEvent(__func__, gScanCallback.pf_dvbs_standard_nfy,
+                          "%s, pipeline: 0x%x, standard: %d", "%s, scan dvbs standard is null.",
+                          pipeline, standard);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_dvbt_standard(JNIEnv*, jobject, jint pipeline,
                                                          jint standard) {
-    static constexpr ScanValueEvent kEvent = {gScanCallback.pf_dvbt_standard_nfy, "standard",
-                                              "scan dvbt standard"};
-    return scanEvent(__func__, kEvent, pipeline, standard);
+    return scanValueEvent(__func__, gScanCallback.pf_dvbt_standard_nfy,
+                          "%s, pipeline: 0x%x, standard: %d", "%s, scan dvbt standard is null.",
+                          pipeline, standard);
 }
 
 jint com_halvorin_tv_velmora_scan_callback_hierarchy(JNIEnv*, jobject, jint pipeline,
                                                      jint hierarchy) {
-    static constexpr ScanValueEvent kEvent = {gScanCallback.pf_hierarchy_nfy, "hierarchy",
-                                              "scan hierarchy"};
-    return scanEvent(__func__, kEvent, pipeline, hierarchy);
+    return scanValueEvent(__func__, gScanCallback.pf_hierarchy_nfy,
+                          "%s, pipeline: 0x%x, hierarchy: %d", "%s, scan hierarchy is null.",
+                          pipeline, hierarchy);
 }
 
 // The middleware has no callback for it.
@@ -250,22 +270,24 @@ jint com_halvorin_tv_velmora_lnb_event_notify(JNIEnv*, jobject, jint pipeline, j
 
 jint com_halvorin_tv_velmora_lnb_onDiseqcMessage(JNIEnv* env, jobject, jint pipeline,
                                                  jbyteArray message, jint length) {
-    const char* function = __func__;
-    LOG_INFO("%s, pipeline: 0x%x, msgLength: %d", function, pipeline, length);
+    LOG_INFO("%s, pipeline: 0x%x, msgLength: %d", __func__, pipeline, length);
     const fe_lnb_diseqc_nfy_fct callback = gLnbOnDiseqcMessageFct;
     if (callback == nullptr) {
-        LOG_ERROR("%s, gLnbOnDiseqcMessageFct is null.", function);
+        LOG_ERROR("%s, gLnbOnDiseqcMessageFct is null.", __func__);
         return -1;
     }
-    const jint result =
-        withElements(env, message, length, [&](const jbyte* bytes, jint count, jint) {
-            LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback), pipeline);
-            callback(static_cast<unsigned int>(pipeline), bytes, count);
-        });
-    if (result != 0) {
-        LOG_ERROR("%s, message Array is null.", function);
+    if (message == nullptr || length < 0) {
+        LOG_ERROR("%s, message Array is null.", __func__);
+        return -1;
     }
-    return result;
+    LOG_INFO("%s, callback: %p, handle: 0x%x", __func__, address(callback), pipeline);
+    const Elements<jbyteArray, jbyte> bytes(env, message, length);
+    if (bytes.get() == nullptr) {
+        LOG_ERROR("%s, message Array is null.", __func__);
+        return -1;
+    }
+    callback(static_cast<unsigned int>(pipeline), bytes.get(), bytes.count());
+    return 0;
 }
 
 const JNINativeMethod kScanNatives[] = {
@@ -316,18 +338,23 @@ int registerFrontendEventNatives(JNIEnv* env) {
 }
 
 void setScanCallbacks(const FE_SCAN_CB_T& callbacks) {
-    gScanCallback.pv_tag = callbacks.pv_tag;
-    gScanCallback.pf_locked_nfy = callbacks.pf_locked_nfy;
-    gScanCallback.pf_stopped_nfy = callbacks.pf_stopped_nfy;
-    gScanCallback.pf_progress_nfy = callbacks.pf_progress_nfy;
-    gScanCallback.pf_freq_report_nfy = callbacks.pf_freq_report_nfy;
-    gScanCallback.pf_symbol_rate_nfy = callbacks.pf_symbol_rate_nfy;
-    gScanCallback.pf_plp_id_nfy = callbacks.pf_plp_id_nfy;
-    gScanCallback.pf_group_id_nfy = callbacks.pf_group_id_nfy;
-    gScanCallback.pf_stream_id_nfy = callbacks.pf_stream_id_nfy;
-    gScanCallback.pf_dvbs_standard_nfy = callbacks.pf_dvbs_standard_nfy;
-    gScanCallback.pf_dvbt_standard_nfy = callbacks.pf_dvbt_standard_nfy;
-    gScanCallback.pf_hierarchy_nfy = callbacks.pf_hierarchy_nfy;
+    {
+        const std::lock_guard<std::mutex> lock(gScanRegistrationMutex);
+        ++gScanVersion;
+        gScanCallback.pv_tag = callbacks.pv_tag;
+        gScanCallback.pf_locked_nfy = callbacks.pf_locked_nfy;
+        gScanCallback.pf_stopped_nfy = callbacks.pf_stopped_nfy;
+        gScanCallback.pf_progress_nfy = callbacks.pf_progress_nfy;
+        gScanCallback.pf_freq_report_nfy = callbacks.pf_freq_report_nfy;
+        gScanCallback.pf_symbol_rate_nfy = callbacks.pf_symbol_rate_nfy;
+        gScanCallback.pf_plp_id_nfy = callbacks.pf_plp_id_nfy;
+        gScanCallback.pf_group_id_nfy = callbacks.pf_group_id_nfy;
+        gScanCallback.pf_stream_id_nfy = callbacks.pf_stream_id_nfy;
+        gScanCallback.pf_dvbs_standard_nfy = callbacks.pf_dvbs_standard_nfy;
+        gScanCallback.pf_dvbt_standard_nfy = callbacks.pf_dvbt_standard_nfy;
+        gScanCallback.pf_hierarchy_nfy = callbacks.pf_hierarchy_nfy;
+        ++gScanVersion;
+    }
     LOG_INFO("[locked][ds]: %p", address(callbacks.pf_locked_nfy));
     LOG_INFO("[stopped][ds]: %p", address(callbacks.pf_stopped_nfy));
     LOG_INFO("[progress][ds]: %p", address(callbacks.pf_progress_nfy));

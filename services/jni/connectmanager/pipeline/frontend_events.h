@@ -11,8 +11,8 @@
 // Registers the natives of the two callback classes. Returns 0, or -1 (logged).
 int registerFrontendEventNatives(JNIEnv* env);
 
-// Store the middleware's callbacks, from any thread at any time. Each word is atomic by itself: an
-// event that arrives during a registration may see some of the old and some of the new ones.
+// Store the middleware's callbacks, from any thread at any time. An event that arrives meanwhile
+// takes its callback and its tag from the same record.
 void setScanCallbacks(const FE_SCAN_CB_T& callbacks);
 void setLnbCallback(fe_lnb_nfy_fct callback);
 void setDiseqcCallback(fe_lnb_diseqc_nfy_fct callback);
