@@ -7,7 +7,7 @@
 namespace android {
 
 FilterEnv::FilterEnv(const Checks& checks) : mChecks(checks) {
-    JavaVM* vm = g_velmora_javaVM;
+    JavaVM* vm = javaVm();
     jint status = JNI_ERR;
     if (vm != nullptr) {
         void* env = nullptr;
@@ -27,10 +27,10 @@ FilterEnv::FilterEnv(const Checks& checks) : mChecks(checks) {
 }
 
 FilterEnv::~FilterEnv() {
-    if (!mAttached || g_velmora_javaVM == nullptr) {
+    if (!mAttached) {
         return;
     }
-    const jint status = g_velmora_javaVM->DetachCurrentThread();
+    const jint status = javaVm()->DetachCurrentThread();
     if (mChecks.detach != nullptr) {
         fatalUnless(status == JNI_OK, mChecks.detach, kFilterSite, __LINE__);
     }

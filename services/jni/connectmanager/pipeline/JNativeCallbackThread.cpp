@@ -9,7 +9,7 @@
 namespace android {
 
 int JNativeCallbackThread::createThread() {
-    if (g_velmora_javaVM == nullptr) {
+    if (javaVm() == nullptr) {
         FILTER_LOG(" attach java env in callback failed.");
         return -1;
     }
@@ -31,7 +31,7 @@ int JNativeCallbackThread::createThread() {
 }
 
 JNativeCallbackThread::~JNativeCallbackThread() {
-    if (g_velmora_javaVM == nullptr) {
+    if (javaVm() == nullptr) {
         FILTER_LOG(" attach java env in callback failed.");
         return;
     }

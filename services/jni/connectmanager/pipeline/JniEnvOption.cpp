@@ -20,7 +20,7 @@ jint attachCurrentThread(JavaVM* vm, JNIEnv** env) {
 }
 
 JniEnvOption::JniEnvOption() {
-    JavaVM* vm = g_velmora_javaVM;
+    JavaVM* vm = javaVm();
     if (vm == nullptr) {
         return;
     }
@@ -38,7 +38,7 @@ JniEnvOption::JniEnvOption() {
 
 JniEnvOption::~JniEnvOption() {
     if (mAttached) {
-        g_velmora_javaVM->DetachCurrentThread();
+        javaVm()->DetachCurrentThread();
     }
 }
 

@@ -50,7 +50,7 @@ extern "C" JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* /* reserved */) {
         LOG_ERROR("ERROR: inner filter native registration failed");
         return -1;
     }
-    g_velmora_javaVM = vm;
+    __atomic_store_n(&g_velmora_javaVM, vm, __ATOMIC_RELEASE);  // see javaVm()
 
     struct sigaction action = {};
     action.sa_handler = ignoreSig;

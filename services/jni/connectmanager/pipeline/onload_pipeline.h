@@ -10,8 +10,8 @@
 
 extern "C" {
 
-// The virtual machine; null until the library is loaded, never cleared. Written by JNI_OnLoad
-// before any other thread can use it.
+// The virtual machine; null until the library is loaded, never cleared. Within the library it is read
+// with javaVm().
 extern PIPELINE_EXPORT JavaVM* g_velmora_javaVM;
 
 // Registers native methods on the class of that name, which the calling thread's class loader must
@@ -19,6 +19,13 @@ extern PIPELINE_EXPORT JavaVM* g_velmora_javaVM;
 // is then left pending for whoever loads the library.
 PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* className,
                                           const JNINativeMethod* methods, int numMethods);
+}
+
+// The virtual machine, or null before the library is loaded. JNI_OnLoad publishes the pointer with
+// release order after the tables of Java methods are complete; who reads it with acquire order, and
+// gets it, sees the whole tables.
+inline JavaVM* javaVm() {
+    return __atomic_load_n(&g_velmora_javaVM, __ATOMIC_ACQUIRE);
 }
 
 // Register the natives of a bridge and bind the Java classes and methods that it calls. Return
