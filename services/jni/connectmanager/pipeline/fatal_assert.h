@@ -5,8 +5,10 @@
 
 #include <android/log.h>
 
-// What a fatal assertion reports besides its condition: the tag and the path of the bridge's
-// source.
+// What a fatal assertion reports besides its condition: the tag and the path of the bridge's source.
+// The path is prescribed and the same for the whole side, whichever file the check stands in. The
+// line is that of the check; for a Java class or method it is that of its row in a table. Condition
+// and line together name what is missing.
 struct FatalSite {
     const char* tag;
     const char* sourcePath;
