@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -44,6 +45,7 @@ struct Outcome {
     const char* method;  // null: any
     int result;
     int nth = 0;  // which of the function's calls of that kind; 0: any
+    std::optional<Failure> failure = std::nullopt;  // none: any
 };
 
 enum class Side { kFrontend, kFilter, kLoad };
@@ -96,8 +98,8 @@ Function ofTuner(const char* name, const std::function<int(unsigned int)>& call,
             failure,      outcomes};
 }
 
-Function tune(const char* name, int32_t type) {
-    return ofTuner(name, [type](unsigned int h) {
+Function tune(const char* name, int32_t type, const std::vector<Outcome>& outcomes = {}) {
+    const auto call = [type](unsigned int h) {
         MW_FE_DVBS_CODE_RATE_T rate = {1, 1, 0, 2};
         MW_FESETTING_T settings = {};
         settings.e_type = type;
@@ -106,7 +108,8 @@ Function tune(const char* name, int32_t type) {
         }
         const int result = x_native_frontend_tune(h, &settings);
         return result != 0 ? result : x_native_frontend_scan(h, &settings, 1);
-    });
+    };
+    return ofTuner(name, call, 0, -1, outcomes);
 }
 
 int queryStatus(Stage& stage) {
@@ -211,7 +214,10 @@ std::vector<Function> functions() {
          0, kAlways0, 1},
         tune("x_native_frontend_tune and _scan, ATSC", MW_FE_TYPE_ATSC),
         tune("x_native_frontend_tune and _scan, DVB-C", MW_FE_TYPE_DVBC),
-        tune("x_native_frontend_tune and _scan, DVB-S", MW_FE_TYPE_DVBS),
+        // A code rate that is null without an exception is used as it is.
+        tune("x_native_frontend_tune and _scan, DVB-S", MW_FE_TYPE_DVBS,
+             {{Call::kNewObject, nullptr, 0, 1, Failure::kNull},
+              {Call::kNewObject, nullptr, 0, 3, Failure::kNull}}),
         tune("x_native_frontend_tune and _scan, DVB-T", MW_FE_TYPE_DVBT),
         tune("x_native_frontend_tune and _scan, ISDB-S", MW_FE_TYPE_ISDBS),
         tune("x_native_frontend_tune and _scan, ISDB-T", MW_FE_TYPE_ISDBT),
@@ -420,7 +426,8 @@ const Outcome* outcomeOf(const Function& function, const Fault& fault) {
     for (const Outcome& outcome : function.outcomes) {
         if ((outcome.call == Call::kCount || outcome.call == fault.point.call) &&
             (outcome.method == nullptr || outcome.method == fault.point.method) &&
-            (outcome.nth == 0 || outcome.nth == fault.nth)) {
+            (outcome.nth == 0 || outcome.nth == fault.nth) &&
+            (!outcome.failure || outcome.failure == fault.failure)) {
             return &outcome;
         }
     }

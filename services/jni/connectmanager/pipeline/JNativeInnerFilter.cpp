@@ -16,20 +16,15 @@ unsigned int shown(jobject object) {
     return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(object));
 }
 
-// start, stop and flush. function is the member's name.
-int callWithoutArguments(jobject object, const JavaMethod<jint()>& method, const char* function) {
-    if (object == nullptr) {
-        FILTER_LOG_AS(function, " %s mObject is null.\n", function);
-        return -1;
-    }
-    jint result;
-    {
-        const FilterEnv scope(FilterEnv::kOperation);
-        result = method.call(scope.env(), object);
-    }
-    FILTER_LOG_AS(function, " %s jobject[0x%x] jret 0x%x!\n", function, shown(object),
-                  static_cast<unsigned int>(result));
-    return result;
+// Calls a method without arguments.
+jint callInScope(jobject object, const JavaMethod<jint()>& method) {
+    const FilterEnv scope(FilterEnv::kOperation);
+    return method.call(scope.env(), object);
+}
+
+// A byte of the middleware as Java's boolean, which is only ever 0 or 1.
+jboolean toBoolean(uint8_t flag) {
+    return flag != 0 ? JNI_TRUE : JNI_FALSE;
 }
 
 // A new Java array with a copy of a pattern: a local reference, or null, nothing pending.
@@ -117,23 +112,41 @@ void JNativeInnerFilter::nativeClose() {
     if (mObject == nullptr) {
         return;
     }
-    {
-        const FilterEnv scope(FilterEnv::kOperation);
-        gFields.onCloseFilterId.call(scope.env(), mObject);
-    }
+    callInScope(mObject, gFields.onCloseFilterId);
     FILTER_LOG(" nativeClose filter object 0x%x \n", shown(mObject));
 }
 
 int JNativeInnerFilter::nativeStart() {
-    return callWithoutArguments(mObject, gFields.onStartId, __func__);
+    if (mObject == nullptr) {
+        FILTER_LOG(" nativeStart mObject is null.\n");
+        return -1;
+    }
+    const jint result = callInScope(mObject, gFields.onStartId);
+    FILTER_LOG(" nativeStart jobject[0x%x] jret 0x%x!\n", shown(mObject),
+               static_cast<unsigned int>(result));
+    return result;
 }
 
 int JNativeInnerFilter::nativeStop() {
-    return callWithoutArguments(mObject, gFields.onStopId, __func__);
+    if (mObject == nullptr) {
+        FILTER_LOG(" nativeStop mObject is null.\n");
+        return -1;
+    }
+    const jint result = callInScope(mObject, gFields.onStopId);
+    FILTER_LOG(" nativeStop jobject[0x%x] jret 0x%x!\n", shown(mObject),
+               static_cast<unsigned int>(result));
+    return result;
 }
 
 int JNativeInnerFilter::nativeFlush() {
-    return callWithoutArguments(mObject, gFields.onFlushId, __func__);
+    if (mObject == nullptr) {
+        FILTER_LOG(" nativeFlush mObject is null.\n");
+        return -1;
+    }
+    const jint result = callInScope(mObject, gFields.onFlushId);
+    FILTER_LOG(" nativeFlush jobject[0x%x] jret 0x%x!\n", shown(mObject),
+               static_cast<unsigned int>(result));
+    return result;
 }
 
 int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t size) {
@@ -182,7 +195,8 @@ int JNativeInnerFilter::nativeSetSectionConfig(int value, uint8_t flag1, uint8_t
         ScopedLocalRef<jbyteArray> array2(env, newPattern(env, pattern2));
         ScopedLocalRef<jbyteArray> array3(env, newPattern(env, pattern3));
         if (array1.get() != nullptr && array2.get() != nullptr && array3.get() != nullptr) {
-            result = gFields.onSetSectionConfigId.call(env, mObject, value, flag1, flag2, flag3,
+            result = gFields.onSetSectionConfigId.call(env, mObject, value, toBoolean(flag1),
+                                                       toBoolean(flag2), toBoolean(flag3),
                                                        array1.get(), array2.get(), array3.get());
         }
     }

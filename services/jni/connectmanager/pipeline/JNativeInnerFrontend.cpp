@@ -68,25 +68,17 @@ int JNativeInnerFrontend::callJava(JNIEnv* env, const JavaMethod<jint(Args...)>&
     return clearException(env) ? failure : result;
 }
 
-template <typename Call>
-int JNativeInnerFrontend::withSettings(const MW_FESETTING_T* pt_fesettings, const char* operation,
-                                       const Call& call) const {
-    return withJava(-1, [&](JNIEnv* env) {
-        ScopedLocalRef<jobject> settings(env, transMW2FrontendSettings(env, pt_fesettings));
-        if (settings.get() == nullptr) {
-            LOG_ERROR("%s, generate frontendsettings failed.", operation);
-            return -1;
-        }
-        return call(env, settings.get());
-    });
-}
-
 int JNativeInnerFrontend::tune(MW_FESETTING_T* pt_fesettings) {
     if (pt_fesettings != nullptr) {
         LOG_DEBUG("tune, fe_type: %d, freq: %d", pt_fesettings->e_type, pt_fesettings->mFrequency);
     }
-    return withSettings(pt_fesettings, "tune", [this](JNIEnv* env, jobject settings) {
-        return callJava(env, gFields.onTuneId, -1, settings);
+    return withJava(-1, [&](JNIEnv* env) {
+        ScopedLocalRef<jobject> settings(env, transMW2FrontendSettings(env, pt_fesettings));
+        if (settings.get() == nullptr) {
+            LOG_ERROR("tune, generate frontendsettings failed.");
+            return -1;
+        }
+        return callJava(env, gFields.onTuneId, -1, settings.get());
     });
 }
 
@@ -95,8 +87,13 @@ int JNativeInnerFrontend::scan(MW_FESETTING_T* pt_fesettings, int scan_type) {
         LOG_DEBUG("scan, fe_type: %d, freq: %d, scan_type: %d", pt_fesettings->e_type,
                   pt_fesettings->mFrequency, scan_type);
     }
-    return withSettings(pt_fesettings, "scan", [this, scan_type](JNIEnv* env, jobject settings) {
-        return callJava(env, gFields.onScanId, -1, settings, scan_type);
+    return withJava(-1, [&](JNIEnv* env) {
+        ScopedLocalRef<jobject> settings(env, transMW2FrontendSettings(env, pt_fesettings));
+        if (settings.get() == nullptr) {
+            LOG_ERROR("scan, generate frontendsettings failed.");
+            return -1;
+        }
+        return callJava(env, gFields.onScanId, -1, settings.get(), scan_type);
     });
 }
 

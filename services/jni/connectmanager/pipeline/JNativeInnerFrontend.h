@@ -78,11 +78,6 @@ class JNativeInnerFrontend : public RefBase {
         return clearException(env) ? nullptr : result;
     }
 
-    // Runs call(env, settings object), for tune and scan.
-    template <typename Call>
-    int withSettings(const MW_FESETTING_T* pt_fesettings, const char* operation,
-                     const Call& call) const;
-
     // The LNB setters and getters; format is the line that shows the value.
     int lnbSet(const JavaMethod<jint(jint)>& method, const char* format, int value) const;
     int lnbGet(const JavaMethod<jint()>& method, const char* format) const;

@@ -55,36 +55,35 @@ int forward(unsigned int h_pipeline, int notRegistered, const Operation& operati
     return peer.get() != nullptr ? operation(*peer.get()) : notRegistered;
 }
 
-// As above, for the functions that return -1 and report a non-zero result.
+// As above, for the functions that return -1 and report a non-zero result, which failure shows.
 template <typename Operation>
 int forward(unsigned int h_pipeline, const char* failure, const Operation& operation) {
     return forward(h_pipeline, -1, [&](JNativeInnerFrontend& peer) {
         const int result = operation(peer);
         if (result != 0) {
-            LOG_ERROR("%s fail: %d.", failure, result);
+            LOG_ERROR(failure, result);
         }
         return result;
     });
 }
 
-// An LNB setter.
+// An LNB setter; failure shows the result and the value.
 int setLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*set)(int), int value,
-           const char* function, const char* what, const char* valueName) {
+           const char* failure) {
     return forward(h_pipeline, -1, [&](JNativeInnerFrontend& peer) {
         const int result = (peer.*set)(value);
         if (result != 0) {
-            LOG_ERROR("%s, set %s fail: %d, %s:%d.", function, what, result, valueName, value);
+            LOG_ERROR(failure, result, value);
         }
         return result;
     });
 }
 
-// An LNB getter. Its line is an error line whatever the value.
-int getLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*get)(), const char* function,
-           const char* what, const char* valueName) {
+// An LNB getter; its line shows the value and is an error line whatever the value.
+int getLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*get)(), const char* line) {
     return forward(h_pipeline, 0, [&](JNativeInnerFrontend& peer) {
         const int value = (peer.*get)();
-        LOG_ERROR("%s, get %s, %s:%d.", function, what, valueName, value);
+        LOG_ERROR(line, value);
         return value;
     });
 }
@@ -102,7 +101,7 @@ PIPELINE_EXPORT int x_native_frontend_require_tuner(unsigned int h_pipeline) {
     // Declared before the lock: a peer that is not registered dies after it.
     const android::sp<JNativeInnerFrontend> peer(new JNativeInnerFrontend(h_pipeline));
     const std::lock_guard<std::mutex> lock(gFrontendMutex);
-    gFrontendMap.emplace(h_pipeline, peer);
+    gFrontendMap.try_emplace(h_pipeline, peer);
     return 0;
 }
 
@@ -121,28 +120,29 @@ PIPELINE_EXPORT int x_native_frontend_close_tuner(unsigned int h_pipeline) {
 }
 
 PIPELINE_EXPORT int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
-    return forward(h_pipeline, "x_native_frontend_tune, native tune",
+    return forward(h_pipeline, "x_native_frontend_tune, native tune fail: %d.",
                    [=](JNativeInnerFrontend& peer) { return peer.tune(pt_fesettings); });
 }
 
 PIPELINE_EXPORT int x_native_frontend_cancel_tuning(unsigned int h_pipeline) {
-    return forward(h_pipeline, "x_native_frontend_cancel_tuning, native cancel tuning",
+    return forward(h_pipeline, "x_native_frontend_cancel_tuning, native cancel tuning fail: %d.",
                    [](JNativeInnerFrontend& peer) { return peer.cancelTuning(); });
 }
 
 PIPELINE_EXPORT int x_native_frontend_scan(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings,
                                            int scan_type) {
-    return forward(h_pipeline, "x_native_frontend_scan, native scan",
+    return forward(h_pipeline, "x_native_frontend_scan, native scan fail: %d.",
                    [=](JNativeInnerFrontend& peer) { return peer.scan(pt_fesettings, scan_type); });
 }
 
 PIPELINE_EXPORT int x_native_frontend_cancel_scanning(unsigned int h_pipeline) {
-    return forward(h_pipeline, "x_native_frontend_cancel_scanning, native cancel scanning",
+    return forward(h_pipeline,
+                   "x_native_frontend_cancel_scanning, native cancel scanning fail: %d.",
                    [](JNativeInnerFrontend& peer) { return peer.cancelScanning(); });
 }
 
 PIPELINE_EXPORT int x_native_frontend_set_lna_enabled(unsigned int h_pipeline, int32_t enable) {
-    return forward(h_pipeline, "x_native_frontend_set_lna_enabled,",
+    return forward(h_pipeline, "x_native_frontend_set_lna_enabled, fail: %d.",
                    [=](JNativeInnerFrontend& peer) { return peer.setLnaEnabled(enable != 0); });
 }
 
@@ -156,7 +156,7 @@ PIPELINE_EXPORT int x_native_frontend_get_frontend_status(unsigned int h_pipelin
                                                           FE_STATUS_TYPE_E* pi4_type,
                                                           unsigned char ui1_len,
                                                           FE_STATUS_T* pt_festatus) {
-    return forward(h_pipeline, "x_native_frontend_get_frontend_status,",
+    return forward(h_pipeline, "x_native_frontend_get_frontend_status, fail: %d.",
                    [=](JNativeInnerFrontend& peer) {
                        return peer.getFrontendStatus(pi4_type, ui1_len, pt_festatus);
                    });
@@ -165,7 +165,7 @@ PIPELINE_EXPORT int x_native_frontend_get_frontend_status(unsigned int h_pipelin
 PIPELINE_EXPORT int x_native_frontend_get_frontend_setting(unsigned int h_pipeline,
                                                            MW_FESETTING_T* pt_fesettings) {
     return forward(
-        h_pipeline, "x_native_frontend_get_frontend_setting,",
+        h_pipeline, "x_native_frontend_get_frontend_setting, fail: %d.",
         [=](JNativeInnerFrontend& peer) { return peer.getFrontendSetting(pt_fesettings); });
 }
 
@@ -204,36 +204,41 @@ PIPELINE_EXPORT int x_native_frontend_register_lnb_DiseqcMessage_callback(
 }
 
 PIPELINE_EXPORT int x_native_frontend_require_lnb(unsigned int h_pipeline) {
-    return forward(h_pipeline, "x_native_frontend_require_lnb, ret",
+    return forward(h_pipeline, "x_native_frontend_require_lnb, ret fail: %d.",
                    [](JNativeInnerFrontend& peer) { return peer.requiredLnb(); });
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage) {
-    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetVoltage, voltage, __func__, "voltage",
-                  "voltage");
+    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetVoltage, voltage,
+                  "x_native_frontend_lnb_set_voltage, set voltage fail: %d, voltage:%d.");
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone) {
-    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetTone, tone, __func__, "tone", "tone");
+    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetTone, tone,
+                  "x_native_frontend_lnb_set_tone, set tone fail: %d, tone:%d.");
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_set_SatellitePosition(unsigned int h_pipeline,
                                                                 int position) {
-    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetSatellitePosition, position, __func__,
-                  "SatellitePosition", "position");
+    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetSatellitePosition, position,
+                  "x_native_frontend_lnb_set_SatellitePosition, set SatellitePosition fail: %d, "
+                  "position:%d.");
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_get_voltage(unsigned int h_pipeline) {
-    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetVoltage, __func__, "voltage", "voltage");
+    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetVoltage,
+                  "x_native_frontend_lnb_get_voltage, get voltage, voltage:%d.");
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_get_tone(unsigned int h_pipeline) {
-    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetTone, __func__, "tone", "tone");
+    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetTone,
+                  "x_native_frontend_lnb_get_tone, get tone, tone:%d.");
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_pipeline) {
-    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetSatellitePosition, __func__,
-                  "SatellitePosition", "position");
+    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetSatellitePosition,
+                  "x_native_frontend_lnb_get_SatellitePosition, get SatellitePosition, "
+                  "position:%d.");
 }
 
 PIPELINE_EXPORT int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline,

@@ -121,14 +121,16 @@ jobject dvbcSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
         dvbc.mInterleaveMode, dvbc.mBandwidth);
 }
 
-jobject dvbsCodeRate(JNIEnv* env, const MW_FE_DVBS_CODE_RATE_T& rate) {
+// False when the construction threw; an object that is null without an exception is used as it is.
+bool makeDvbsCodeRate(JNIEnv* env, const MW_FE_DVBS_CODE_RATE_T& rate,
+                      ScopedLocalRef<jobject>* object) {
     LOG_DEBUG("[DVBS]pt_code_rate->mInnerFec = %lld", static_cast<long long>(rate.mInnerFec));
     LOG_DEBUG("[DVBS]pt_code_rate->mIsLinear = %d", rate.mIsLinear);
     LOG_DEBUG("[DVBS]pt_code_rate->mIsShortFrames = %d", rate.mIsShortFrames);
     LOG_DEBUG("[DVBS]pt_code_rate->mBitsPer1000Symbol = %d", rate.mBitsPer1000Symbol);
-    return gConfigFields.dvbsCodeRateConstructorID.newObject(
-        env, gConfigFields.dvbsCodeRateClazz, rate.mInnerFec, rate.mIsLinear, rate.mIsShortFrames,
-        rate.mBitsPer1000Symbol);
+    return gConfigFields.dvbsCodeRateConstructorID.construct(
+        env, gConfigFields.dvbsCodeRateClazz, object, rate.mInnerFec, rate.mIsLinear,
+        rate.mIsShortFrames, rate.mBitsPer1000Symbol);
 }
 
 jobject dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
@@ -150,11 +152,8 @@ jobject dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
     ScopedLocalRef<jobject> codeRate(env);
     if (dvbs.pt_code_rate == nullptr) {
         LOG_INFO("transMW2FrontendSettings, code rate is null, for blind scan.");
-    } else {
-        codeRate.reset(dvbsCodeRate(env, *dvbs.pt_code_rate));
-        if (codeRate.get() == nullptr) {
-            return nullptr;
-        }
+    } else if (!makeDvbsCodeRate(env, *dvbs.pt_code_rate, &codeRate)) {
+        return nullptr;
     }
     LOG_DEBUG("[DVBS] mFrequency = %d(in Hz)", frequency);
     LOG_DEBUG("[DVBS] mSymbolRate = %d(in bd)", symbolRate);
@@ -261,33 +260,35 @@ jobject newSettings(JNIEnv* env, jobject frontend, const MW_FESETTING_T& setting
     }
 }
 
-// Reads one value of the settings in force into the record; false when the getter threw.
-bool readBack(JNIEnv* env, jobject settings, const JavaMethod<jint()>& getter, const char* name,
+// Reads one value of the settings in force into the record; false when the getter threw. line shows
+// the value.
+bool readBack(JNIEnv* env, jobject settings, const JavaMethod<jint()>& getter, const char* line,
               int32_t* field) {
     const jint value = getter.call(env, settings);
     if (clearException(env)) {
         return false;
     }
     *field = value;
-    LOG_DEBUG("getFrontendSetting, %s: %d.", name, value);
+    LOG_DEBUG(line, value);
     return true;
 }
 
 // The fields of a type's sub-record; false when a getter threw.
 bool readBackSubRecord(JNIEnv* env, jobject settings, MW_FESETTING_T* pt_fesettings) {
+    static constexpr char kBandwidthLine[] = "getFrontendSetting, mBandwidth: %d.";
     switch (pt_fesettings->e_type) {
         case MW_FE_TYPE_DVBT: {
             MW_FE_DVBT_SETTING_T& dvbt = pt_fesettings->u.t_dvbt;
-            return readBack(env, settings, gConfigFields.dvbtGetStandardID, "mStandard",
-                            &dvbt.mStandard) &&
-                   readBack(env, settings, gConfigFields.dvbtGetBandwidthID, "mBandwidth",
+            return readBack(env, settings, gConfigFields.dvbtGetStandardID,
+                            "getFrontendSetting, mStandard: %d.", &dvbt.mStandard) &&
+                   readBack(env, settings, gConfigFields.dvbtGetBandwidthID, kBandwidthLine,
                             &dvbt.mBandwidth);
         }
         case MW_FE_TYPE_ISDBT:
-            return readBack(env, settings, gConfigFields.isdbtGetBandwidthID, "mBandwidth",
+            return readBack(env, settings, gConfigFields.isdbtGetBandwidthID, kBandwidthLine,
                             &pt_fesettings->u.t_isdbt.mBandwidth);
         case MW_FE_TYPE_DTMB:
-            return readBack(env, settings, gConfigFields.dtmbGetBandwidthID, "mBandwidth",
+            return readBack(env, settings, gConfigFields.dtmbGetBandwidthID, kBandwidthLine,
                             &pt_fesettings->u.t_dtmb.mBandwidth);
         case MW_FE_TYPE_ATSC:
         case MW_FE_TYPE_DVBC:
@@ -308,11 +309,12 @@ void bindFrontendSettingsClasses(JNIEnv* env) {
         jclass* clazz;
         const android::JavaMethodRow* methods;
         size_t count;
+        int line;
     };
 #define SETTINGS_CLASS(name, member, methods)                                    \
     {                                                                            \
         "android/media/tv/tuner/frontend/" name, &gConfigFields.member, methods, \
-            sizeof(methods) / sizeof(methods[0])                                 \
+            sizeof(methods) / sizeof(methods[0]), __LINE__                       \
     }
     static constexpr SettingsClass kClasses[] = {
         SETTINGS_CLASS("FrontendSettings", frontendSettingsClazz, kFrontendSettingsMethods),
@@ -328,7 +330,7 @@ void bindFrontendSettingsClasses(JNIEnv* env) {
 #undef SETTINGS_CLASS
     for (const SettingsClass& row : kClasses) {
         android::bindJavaClass(env, row.name, row.clazz, row.methods, row.count, kFrontendSite,
-                               __LINE__);
+                               row.line);
     }
 }
 
@@ -354,11 +356,12 @@ int JNativeInnerFrontend::getFrontendSetting(MW_FESETTING_T* pt_fesettings) {
             LOG_ERROR("getFrontendSetting, frontend settings is null.");
             return -1;
         }
-        const bool read = readBack(env, settings.get(), gConfigFields.getTypeID, "e_type",
-                                   &pt_fesettings->e_type) &&
-                          readBack(env, settings.get(), gConfigFields.getFrequencyID, "mFrequency",
-                                   &pt_fesettings->mFrequency) &&
-                          readBackSubRecord(env, settings.get(), pt_fesettings);
+        const bool read =
+            readBack(env, settings.get(), gConfigFields.getTypeID,
+                     "getFrontendSetting, e_type: %d.", &pt_fesettings->e_type) &&
+            readBack(env, settings.get(), gConfigFields.getFrequencyID,
+                     "getFrontendSetting, mFrequency: %d.", &pt_fesettings->mFrequency) &&
+            readBackSubRecord(env, settings.get(), pt_fesettings);
         return read ? 0 : -1;
     });
 }

@@ -15,43 +15,43 @@ namespace {
 
 using android::JavaMethod;
 
-// Every status kind, in the order in which the getters are bound: FE_STATUS_TYPE_ name, member of
-// gFrontendFields, getter, its signature and result, field of FE_STATUS_T, and what the log line
-// calls it. The count of a list is the field with Len behind its name.
-#define STATUS_KINDS(KIND, LIST)                                                                  \
-    KIND(DEMOD_LOCK, isDemodLockedID, "isDemodLocked", "()Z", jboolean, mIsDemodLocked,           \
-         "CallBooleanMethod mIsDemodLocked")                                                      \
-    KIND(SNR, getSnrID, "getSnr", "()I", jint, mSnr, "mSnr")                                      \
-    KIND(BER, getBerID, "getBer", "()I", jint, mBer, "mBer")                                      \
-    KIND(PER, getPerID, "getPer", "()I", jint, mPer, "mPer")                                      \
-    KIND(PER_BER, getPerBerID, "getPerBer", "()I", jint, mPerBer, "mPerBer")                      \
-    KIND(SIGNAL_QUALITY, getSignalQualityID, "getSignalQuality", "()I", jint, mSignalQuality,     \
-         "mSignalQuality")                                                                        \
-    KIND(SIGNAL_STRENGTH, getSignalStrengthID, "getSignalStrength", "()I", jint, mSignalStrength, \
-         "mSignalStrength")                                                                       \
-    KIND(SYMBOL_RATE, getSymbolRateID, "getSymbolRate", "()I", jint, mSymbolRate, "mSymbolRate")  \
-    KIND(INNER_FEC, getInnerFecID, "getInnerFec", "()J", jlong, mInnerFec, "mInnerFec")           \
-    KIND(MODULATION, getModulationID, "getModulation", "()I", jint, mModulation, "mModulation")   \
-    LIST(MODULATIONS_EXT, getModulationsExtID, "getExtendedModulations", mModulationsExt)         \
-    KIND(SPECTRAL_INVERSION, getSpectralInversionID, "getSpectralInversion", "()I", jint,         \
-         mInversion, "mInversion")                                                                \
-    KIND(LNB_VOLTAGE, getLnbVoltageID, "getLnbVoltage", "()I", jint, mLnbVoltage, "mLnbVoltage")  \
-    KIND(PLP_ID, getPlpIdID, "getPlpId", "()I", jint, mPlpId, "mPlpId")                           \
-    KIND(EWBS, isEwbsID, "isEwbs", "()Z", jboolean, mIsEwbs, "mIsEwbs")                           \
-    KIND(AGC, getAgcID, "getAgc", "()I", jint, mAgc, "mAgc")                                      \
-    KIND(LNA, isLnaOnID, "isLnaOn", "()Z", jboolean, mIsLnaOn, "mIsLnaOn")                        \
-    KIND(MER, getMerID, "getMer", "()I", jint, mMer, "mMer")                                      \
-    KIND(FREQ_OFFSET, getFreqOffsetID, "getFreqOffset", "()I", jint, mFreqOffset, "mFreqOffset")  \
-    KIND(HIERARCHY, getHierarchyID, "getHierarchy", "()I", jint, mHierarchy, "mHierarchy")        \
-    KIND(RF_LOCK, isRfLockedID, "isRfLocked", "()Z", jboolean, mIsRfLocked, "mIsRfLocked")        \
-    KIND(BANDWIDTH, getBandwidthID, "getBandwidth", "()I", jint, mBandWidth, "mBandWidth")        \
-    KIND(SYSTEM_ID, getSystemIdID, "getSystemId", "()I", jint, mSystemId, "mSystemId")            \
-    KIND(ROLL_OFF, getRollOffID, "getRollOff", "()I", jint, mRollOff, "mRollOff")                 \
-    LIST(CODE_RATES, getCodeRatesID, "getCodeRates", mCodeRates)
+// Every status kind, in the order in which the getters are bound. KIND: name after FE_STATUS_TYPE_,
+// result of the getter, getter, field of FE_STATUS_T, log line. LIST: name, member of
+// gFrontendFields, getter, field; the field's count has Len behind its name.
+#define STATUS_KINDS(KIND, LIST)                                                               \
+    KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,                                  \
+         "getFrontendStatus, CallBooleanMethod mIsDemodLocked: %d.")                           \
+    KIND(SNR, jint, getSnr, mSnr, "getFrontendStatus, mSnr: %d.")                              \
+    KIND(BER, jint, getBer, mBer, "getFrontendStatus, mBer: %d.")                              \
+    KIND(PER, jint, getPer, mPer, "getFrontendStatus, mPer: %d.")                              \
+    KIND(PER_BER, jint, getPerBer, mPerBer, "getFrontendStatus, mPerBer: %d.")                 \
+    KIND(SIGNAL_QUALITY, jint, getSignalQuality, mSignalQuality,                               \
+         "getFrontendStatus, mSignalQuality: %d.")                                             \
+    KIND(SIGNAL_STRENGTH, jint, getSignalStrength, mSignalStrength,                            \
+         "getFrontendStatus, mSignalStrength: %d.")                                            \
+    KIND(SYMBOL_RATE, jint, getSymbolRate, mSymbolRate, "getFrontendStatus, mSymbolRate: %d.") \
+    KIND(INNER_FEC, jlong, getInnerFec, mInnerFec, "getFrontendStatus, mInnerFec: %lld.")      \
+    KIND(MODULATION, jint, getModulation, mModulation, "getFrontendStatus, mModulation: %d.")  \
+    LIST(MODULATIONS_EXT, getModulationsExtID, getExtendedModulations, mModulationsExt)        \
+    KIND(SPECTRAL_INVERSION, jint, getSpectralInversion, mInversion,                           \
+         "getFrontendStatus, mInversion: %d.")                                                 \
+    KIND(LNB_VOLTAGE, jint, getLnbVoltage, mLnbVoltage, "getFrontendStatus, mLnbVoltage: %d.") \
+    KIND(PLP_ID, jint, getPlpId, mPlpId, "getFrontendStatus, mPlpId: %d.")                     \
+    KIND(EWBS, jboolean, isEwbs, mIsEwbs, "getFrontendStatus, mIsEwbs: %d.")                   \
+    KIND(AGC, jint, getAgc, mAgc, "getFrontendStatus, mAgc: %d.")                              \
+    KIND(LNA, jboolean, isLnaOn, mIsLnaOn, "getFrontendStatus, mIsLnaOn: %d.")                 \
+    KIND(MER, jint, getMer, mMer, "getFrontendStatus, mMer: %d.")                              \
+    KIND(FREQ_OFFSET, jint, getFreqOffset, mFreqOffset, "getFrontendStatus, mFreqOffset: %d.") \
+    KIND(HIERARCHY, jint, getHierarchy, mHierarchy, "getFrontendStatus, mHierarchy: %d.")      \
+    KIND(RF_LOCK, jboolean, isRfLocked, mIsRfLocked, "getFrontendStatus, mIsRfLocked: %d.")    \
+    KIND(BANDWIDTH, jint, getBandwidth, mBandWidth, "getFrontendStatus, mBandWidth: %d.")      \
+    KIND(SYSTEM_ID, jint, getSystemId, mSystemId, "getFrontendStatus, mSystemId: %d.")         \
+    KIND(ROLL_OFF, jint, getRollOff, mRollOff, "getFrontendStatus, mRollOff: %d.")             \
+    LIST(CODE_RATES, getCodeRatesID, getCodeRates, mCodeRates)
 
 struct FrontendStatusFields {
     jclass frontendStatusClass;
-#define KIND(type, member, getter, signature, result, field, name) JavaMethod<result()> member;
+#define KIND(type, result, getter, field, line) JavaMethod<result()> getter##ID;
 #define LIST(type, member, getter, field) JavaMethod<jintArray()> member;
     STATUS_KINDS(KIND, LIST)
 #undef KIND
@@ -60,9 +60,12 @@ struct FrontendStatusFields {
 FrontendStatusFields gFrontendFields;
 
 constexpr android::JavaMethodRow kGetters[] = {
-#define KIND(type, member, getter, signature, result, field, name) \
-    JAVA_METHOD_ROW(gFrontendFields, member, getter, signature),
-#define LIST(type, member, getter, field) JAVA_METHOD_ROW(gFrontendFields, member, getter, "()[I"),
+#define SIGNATURE_jboolean "()Z"
+#define SIGNATURE_jint "()I"
+#define SIGNATURE_jlong "()J"
+#define KIND(type, result, getter, field, line) \
+    JAVA_METHOD_ROW(gFrontendFields, getter##ID, #getter, SIGNATURE_##result),
+#define LIST(type, member, getter, field) JAVA_METHOD_ROW(gFrontendFields, member, #getter, "()[I"),
     STATUS_KINDS(KIND, LIST)
 #undef KIND
 #undef LIST
@@ -84,60 +87,63 @@ void catchException(JNIEnv* env, int32_t type) {
     }
 }
 
-// Each reads one kind from the status object into its field. The getter's exception is left
-// pending.
+// Each reads one kind from the status object into its field; line shows it. The getter's exception
+// is left pending.
 
-void readKind(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter, const char* name,
+void readKind(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter, const char* line,
               uint8_t* field) {
     *field = getter.call(env, status) != JNI_FALSE ? 1 : 0;
-    LOG_DEBUG("getFrontendStatus, %s: %d.", name, *field);
+    LOG_DEBUG(line, *field);
 }
 
-void readKind(JNIEnv* env, jobject status, const JavaMethod<jint()>& getter, const char* name,
+void readKind(JNIEnv* env, jobject status, const JavaMethod<jint()>& getter, const char* line,
               int32_t* field) {
     *field = getter.call(env, status);
-    LOG_DEBUG("getFrontendStatus, %s: %d.", name, *field);
+    LOG_DEBUG(line, *field);
 }
 
-void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, const char* name,
+void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, const char* line,
               int64_t* field) {
     *field = getter.call(env, status);
-    LOG_DEBUG("getFrontendStatus, %s: %lld.", name, static_cast<long long>(*field));
+    LOG_DEBUG(line, static_cast<long long>(*field));
 }
 
-// As readKind, but no exception is left: the list's reference is deleted here.
-void readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
-              const char* name, int32_t* values, int32_t* length) {
+// Reads a list from the status object; false when there is none. line shows the first element and
+// the length.
+bool readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
+              const char* line, int32_t* values, int32_t* lengthField) {
     ScopedLocalRef<jintArray> list(env, getter.call(env, status));
     if (list.get() == nullptr) {
-        LOG_ERROR("getFrontendStatus, %s is null", name);
+        return false;
     }
     catchException(env, type);
-    if (list.get() == nullptr) {
-        return;
-    }
     jint* elements = env->GetIntArrayElements(list.get(), nullptr);
     if (elements == nullptr) {
         LOG_ERROR("getFrontendStatus, int_ptr is null, return");
-        catchException(env, type);
-        return;
+        return true;
     }
-    *length = env->GetArrayLength(list.get());
-    android::JNativeInnerFrontend::StatusArrayContentExtract(elements, values, *length);
-    LOG_DEBUG("getFrontendStatus, %s: %d, length:%d", name, values[0], *length);
+    // Read once: the record is the caller's, whose other threads may write to it.
+    const jint length = env->GetArrayLength(list.get());
+    *lengthField = length;
+    android::JNativeInnerFrontend::StatusArrayContentExtract(elements, values, length);
+    LOG_DEBUG(line, values[0], length);
     env->ReleaseIntArrayElements(list.get(), elements, 0);
+    return true;
 }
 
 void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festatus) {
     switch (type) {
-#define KIND(type_, member, getter, signature, result, field, name)               \
-    case FE_STATUS_TYPE_##type_:                                                  \
-        readKind(env, status, gFrontendFields.member, name, &pt_festatus->field); \
+#define KIND(type_, result, getter, field, line)                                      \
+    case FE_STATUS_TYPE_##type_:                                                      \
+        readKind(env, status, gFrontendFields.getter##ID, line, &pt_festatus->field); \
         break;
-#define LIST(type_, member, getter, field)                                              \
-    case FE_STATUS_TYPE_##type_:                                                        \
-        readList(env, status, gFrontendFields.member, type, #field, pt_festatus->field, \
-                 &pt_festatus->field##Len);                                             \
+#define LIST(type_, member, getter, field)                                                \
+    case FE_STATUS_TYPE_##type_:                                                          \
+        if (!readList(env, status, gFrontendFields.member, type,                          \
+                      "getFrontendStatus, " #field ": %d, length:%d", pt_festatus->field, \
+                      &pt_festatus->field##Len)) {                                        \
+            LOG_ERROR("getFrontendStatus, " #field " is null");                           \
+        }                                                                                 \
         break;
         STATUS_KINDS(KIND, LIST)
 #undef KIND

@@ -8,6 +8,7 @@
 #define JAVA_METHOD_H
 
 #include <jni.h>
+#include <nativehelper/ScopedLocalRef.h>
 
 #include <cstddef>
 #include <type_traits>
@@ -134,16 +135,23 @@ struct JavaConstructor {
         return jni_signature::matches<void, Args...>(signature);
     }
 
-    // The new object, a local reference of the caller's; null when it could not be made, and then a
-    // Java exception is described and cleared.
-    jobject newObject(JNIEnv* env, jclass clazz, Args... args) const {
+    // Makes an object. False when Java threw an exception, which is described and cleared; the
+    // object is then null.
+    bool construct(JNIEnv* env, jclass clazz, ScopedLocalRef<jobject>* object, Args... args) const {
         const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
-        jobject object = env->NewObjectA(clazz, id, values);
-        if (clearException(env) && object != nullptr) {
-            env->DeleteLocalRef(object);
-            object = nullptr;
+        object->reset(env->NewObjectA(clazz, id, values));
+        if (clearException(env)) {
+            object->reset();
+            return false;
         }
-        return object;
+        return true;
+    }
+
+    // The new object, a local reference of the caller's; null when it could not be made.
+    jobject newObject(JNIEnv* env, jclass clazz, Args... args) const {
+        ScopedLocalRef<jobject> object(env);
+        construct(env, clazz, &object, args...);
+        return object.release();
     }
 };
 
