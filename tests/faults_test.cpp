@@ -278,6 +278,17 @@ std::vector<Function> functions() {
          {{Call::kSemaCreate, nullptr, desk::kServiceError},
           {Call::kHandleGetTypeObj, nullptr, 0, 3}},  // no such callback thread
          2},
+        {"x_velmora_filter_open, without a pipeline",
+         Side::kFilter,
+         nothing,
+         [](Stage&) {
+             Stage noPipeline;
+             return openFilter(noPipeline);
+         },
+         nothing,
+         -1,
+         -1,
+         {{Call::kSemaCreate, nullptr, desk::kServiceError}, {Call::kCount, nullptr, -1}}},
         {"x_velmora_filter_close",
          Side::kFilter,
          prepareFilter,
@@ -565,6 +576,11 @@ class FaultsTest : public desk::BridgeTest {
         for (size_t i = 0; i < points.size(); ++i) {
             const int nth = ++calls[points[i].call];
             for (const Failure failure : desk::waysToFail(points[i].call)) {
+                // A filter whose semaphore stays taken is lost, unless the semaphore goes next.
+                if (failure == Failure::kKeeps &&
+                    (i + 1 == points.size() || points[i + 1].call != Call::kSemaDelete)) {
+                    continue;
+                }
                 const Fault fault = {points[i], nth, failure};
                 std::ostringstream trace;
                 trace << function.name << (attached ? ", attached: " : ", not attached: ") << fault;

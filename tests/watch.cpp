@@ -40,6 +40,7 @@ const Ways kFails = {Failure::kNull};
 const Ways kThrowsOnly = {Failure::kThrows};
 const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
 const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
+const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
 
 const CallTraits kTraits[] = {
     {"FindClass", kFailsOrThrows, false, true, {0, 1, 0}},
@@ -77,7 +78,7 @@ const CallTraits kTraits[] = {
     {"handle_free", kFails, true, false, {}},
     {"x_sema_create", kFails, true, false, {}},
     {"x_sema_lock", kFails, true, false, {}},
-    {"x_sema_unlock", kFails, true, false, {}},
+    {"x_sema_unlock", kFailsOrKeeps, true, false, {}},
     {"x_sema_delete", kFails, true, false, {}},
     {"x_mem_alloc", kFails, true, false, {}},
 };
@@ -293,7 +294,10 @@ int32_t serviceHook(desk_service_t service) {
     const auto call =
         static_cast<Call>(static_cast<int>(Call::kHandleAlloc) + static_cast<int>(service));
     const std::optional<Failure> failure = intercept(call, nullptr);
-    return !failure ? 0 : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY : kServiceError;
+    return !failure                     ? 0
+           : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
+           : failure == Failure::kKeeps ? DESK_KEEP_TAKEN
+                                        : kServiceError;
 }
 
 }  // namespace
@@ -305,6 +309,7 @@ const char* name(Call call) {
 const char* name(Failure failure) {
     return failure == Failure::kNull     ? "fails"
            : failure == Failure::kThrows ? "throws"
+           : failure == Failure::kKeeps  ? "does not release"
                                          : "gives nothing";
 }
 

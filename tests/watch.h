@@ -62,6 +62,7 @@ enum class Failure {
               // x_sema_delete does its work all the same
     kThrows,  // the same, with a Java exception pending
     kEmpty,   // reports success, but has no result
+    kKeeps,   // of x_sema_unlock: an error code, and the semaphore is not released
 };
 const char* name(Failure failure);
 // The ways in which a call can fail; none for one that cannot.

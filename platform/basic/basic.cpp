@@ -241,7 +241,7 @@ int32_t x_sema_unlock(uint32_t h_sema) {
         return kFailed;
     }
     const std::lock_guard<std::mutex> lock(semaphore->lock);
-    if (!semaphore->taken) {
+    if (!semaphore->taken || code == DESK_KEEP_TAKEN) {
         return kFailed;
     }
     semaphore->taken = false;

@@ -24,10 +24,6 @@ android::CallbackThreadFields android::gCallbackThreadFields;
 
 namespace {
 
-unsigned long long shown(int64_t instance) {
-    return static_cast<unsigned long long>(instance);
-}
-
 // The free callbacks. They release nothing: who frees a handle releases what was behind it.
 
 uint8_t _native_innerfilter_handle_free(uint32_t, uint16_t e_type, void*, void*, uint8_t) {
@@ -58,16 +54,18 @@ struct OpeningFilter {
     uint32_t hfilter = 0;
 
     // The handle first: from then on nobody finds the record. The semaphore last: a thread that
-    // waits for it wakes up when it is released, finds the handle gone, and is let out before the
-    // semaphore is deleted.
+    // waits for it wakes up when it is released, finds the handle gone, and lets the semaphore go
+    // before it is deleted. A release that fails may have woken nobody; then there is nothing to
+    // wait for, and the deletion wakes the waiter with an error.
     void undo() {
         if (hfilter != 0) {
-            freeFilterHandle(hfilter);
+            freeFilterHandle(hfilter, h_sema);
         }
-        x_mem_free(ptFltInst);
-        x_filter_unlock(h_sema);
-        if (hfilter != 0) {
-            awaitFilterWaiter(hfilter);
+        if (ptFltInst != nullptr) {
+            x_mem_free(ptFltInst);
+        }
+        if (x_filter_unlock(h_sema)) {
+            awaitFilterWaiter(h_sema);
         }
         x_sema_delete(h_sema);
     }
@@ -81,7 +79,8 @@ std::mutex& gDeletionMutex = *new std::mutex();
 jobject callbackThreadObject(uint32_t hthread) {
     uint16_t type = 0;
     void* object = nullptr;
-    if (handle_get_type_obj(hthread, &type, &object) != 0 || type != HT_FILTER_CALLBACK_THREAD) {
+    if (handle_get_type_obj(hthread, &type, &object) != 0 || type != HT_FILTER_CALLBACK_THREAD ||
+        object == nullptr) {
         return nullptr;
     }
     return sp<JNativeCallbackThread>(static_cast<JNativeCallbackThread*>(object))->object();
@@ -227,17 +226,18 @@ PIPELINE_EXPORT int x_velmora_filter_close(uint32_t hfilter) {
         if (lockFilterSemaphore(__func__, hfilter, &closing) != 0) {
             return -1;
         }
-        freeFilterHandle(hfilter);
+        freeFilterHandle(hfilter, closing.h_sema);
     }
     // Declared here, so that the peer is destroyed last, after the semaphore is gone.
     const sp<JNativeInnerFilter> filter = peerOf(closing.instance);
-    if (filter.get() == nullptr) {
-        FILTER_LOG("  filter.get: 0x%llx, instance: 0x%llx,failed.", shown(0),
-                   shown(closing.instance));
-    } else {
-        filter->nativeClose();
-        subInnerFilterReference(closing.instance);
+    if (addressIn(closing.instance) != closing.instance) {
+        FILTER_LOG("  filter.get: 0x%llx, instance: 0x%llx,failed.",
+                   shown(addressIn(closing.instance)), shown(closing.instance));
     }
+    if (filter.get() != nullptr) {
+        filter->nativeClose();
+    }
+    subInnerFilterReference(closing.instance);
     x_mem_free(closing.ptFltInst);
     x_filter_unlock(closing.h_sema);
     x_sema_delete(closing.h_sema);
@@ -324,7 +324,7 @@ PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
         uint16_t type = 0;
         void* object = nullptr;
         if (handle_get_type_obj(hthread, &type, &object) != 0 ||
-            type != HT_FILTER_CALLBACK_THREAD) {
+            type != HT_FILTER_CALLBACK_THREAD || object == nullptr) {
             FILTER_LOG("  handle: 0x%x, is free.\n", hthread);
             return -1;
         }
@@ -336,12 +336,12 @@ PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
 }
 
 PIPELINE_EXPORT int addInnerFilterReference(int64_t instance) {
-    const sp<JNativeInnerFilter> filter = peerOf(instance);
-    if (filter.get() == nullptr && instance != 0) {
+    if (addressIn(instance) != instance) {
         FILTER_LOG(" addInnerFilterReferencefailed, filter.get: 0x%llx, instance: 0x%llx,failed.\n",
-                   shown(static_cast<int64_t>(static_cast<uintptr_t>(instance))), shown(instance));
+                   shown(addressIn(instance)), shown(instance));
         return -1;
     }
+    const sp<JNativeInnerFilter> filter = peerOf(instance);
     if (filter.get() != nullptr) {
         filter->incStrong(filter.get());
     }
@@ -350,12 +350,12 @@ PIPELINE_EXPORT int addInnerFilterReference(int64_t instance) {
 }
 
 PIPELINE_EXPORT int subInnerFilterReference(int64_t instance) {
-    const sp<JNativeInnerFilter> filter = peerOf(instance);
-    if (filter.get() == nullptr && instance != 0) {
+    if (addressIn(instance) != instance) {
         FILTER_LOG(" subInnerFilterReferencefailed, filter.get: 0x%llx, instance: 0x%llx,failed.\n",
-                   shown(static_cast<int64_t>(static_cast<uintptr_t>(instance))), shown(instance));
+                   shown(addressIn(instance)), shown(instance));
         return -1;
     }
+    const sp<JNativeInnerFilter> filter = peerOf(instance);
     if (filter.get() != nullptr) {
         filter->decStrong(filter.get());
     }

@@ -1,8 +1,6 @@
 #include "services/jni/connectmanager/pipeline/filter_handles.h"
 
-#include <pthread.h>
-
-#include <atomic>
+#include <condition_variable>
 
 #include "mw/basic_services.h"
 #include "services/jni/connectmanager/pipeline/filter_java.h"
@@ -13,52 +11,53 @@ std::mutex& gFilterHandleMutex = *new std::mutex();
 
 namespace {
 
-// A filter's handle is visible while its open still runs, and when that open fails, it frees handle
-// and record at a moment when another thread may be reading the record or await the semaphore.
-// That thread holds gFilterHandleMutex, so open cannot take it. Instead:
-// - gRecordMutex is held from a lookup until the record has been read, and while a handle is freed.
-//   A leaf: no semaphore is waited for under it.
-// - The one waiter is known. Freeing its handle tells it so: it gives the semaphore it gets straight
-//   back, and open deletes the semaphore only when the waiter is gone, so nobody ever uses a deleted
-//   one.
+// The failing open. A filter's handle is visible while its open still runs. When that open fails,
+// another thread may be about to read the record, or may wait for the semaphore. That thread holds
+// gFilterHandleMutex, so the open cannot take the mutex to keep it away. Instead:
+// - A handle is freed, and a record is read, under gRecordMutex: no record is read once its handle is
+//   gone. The mutex is a leaf: nothing is waited for under it but gWaiterGone.
+// - Who waits for a semaphore is noted in gWaiter. Because it holds gFilterHandleMutex, there is at
+//   most one.
+// - Freeing the handle tells the waiter. When it gets the semaphore, it gives it straight back and
+//   fails.
+// - Open deletes the semaphore when the waiter is gone. If the semaphore could not be released, the
+//   waiter does not get it; then open deletes it at once, which makes the waiter's lock fail.
 std::mutex& gRecordMutex = *new std::mutex();
-std::atomic<uint32_t> gWaiter;  // the live filter that is waited for; 0: none
-uint32_t gLeaving;              // the freed filter that was waited for; guarded by gRecordMutex
-pthread_cond_t gWaiterGone = PTHREAD_COND_INITIALIZER;  // has no destructor that could wait at exit
+
+// Keyed by the semaphore, which is alive and therefore unique. The handle is not: once freed, its
+// number may be issued again.
+struct Waiter {
+    uint32_t h_sema;  // 0: nobody waits
+    bool handleFreed;
+};
+Waiter gWaiter;  // guarded by gRecordMutex
+std::condition_variable& gWaiterGone = *new std::condition_variable();
 
 struct HandleResult {
     int32_t code;
     uint16_t type;
 };
 
-// Reads a live filter's record, which is kept from being freed meanwhile.
-bool readRecord(uint32_t hfilter, FilterLookup* filter, HandleResult* result) {
+// The record behind a filter handle; null when the handle names no filter.
+FLT_INST_T* findRecord(uint32_t hfilter, HandleResult* result) {
     void* object = nullptr;
-    uint16_t type = 0;
-    result->code = handle_get_type_obj(hfilter, &type, &object);
-    result->type = type;
-    if (result->code != 0 || type != HT_INNER_FILTER || object == nullptr) {
-        return false;
-    }
-    FLT_INST_T* record = static_cast<FLT_INST_T*>(object);
-    *filter = {record, record->h_sema, record->instance};
-    return true;
+    *result = {};
+    result->code = handle_get_type_obj(hfilter, &result->type, &object);
+    return result->code == 0 && result->type == HT_INNER_FILTER ? static_cast<FLT_INST_T*>(object)
+                                                                : nullptr;
 }
 
-// The second lookup, with the semaphore held: the handle must still name the filter of that
-// semaphore. Who holds a semaphore that was not given back keeps the record alive: neither close nor
-// a failing open frees it without the semaphore.
-bool _native_filter_handle2instance(const char* function, uint32_t hfilter, uint32_t h_sema,
-                                    int64_t* instance) {
-    FilterLookup filter = {};
-    HandleResult result = {};
-    if (!readRecord(hfilter, &filter, &result) || filter.h_sema != h_sema) {
-        FILTER_LOG_AS(function,
-                      " _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.",
-                      hfilter, result.type, result.code);
+// The second lookup of an access. It needs no lock: its caller has the semaphore, without which
+// nobody frees a live filter's record.
+bool _native_filter_handle2instance(uint32_t hfilter, int64_t* instance) {
+    HandleResult result;
+    const FLT_INST_T* ptFltInst = findRecord(hfilter, &result);
+    if (ptFltInst == nullptr) {
+        FILTER_LOG(" _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.", hfilter,
+                   result.type, result.code);
         return false;
     }
-    *instance = filter.instance;
+    *instance = ptFltInst->instance;
     return true;
 }
 
@@ -67,28 +66,32 @@ bool _native_filter_handle2instance(const char* function, uint32_t hfilter, uint
 int lockFilterSemaphore(const char* function, uint32_t hfilter, FilterLookup* filter) {
     {
         const std::lock_guard<std::mutex> lock(gRecordMutex);
-        HandleResult result = {};
-        if (!readRecord(hfilter, filter, &result) || filter->h_sema == 0) {
+        HandleResult result;
+        FLT_INST_T* ptFltInst = findRecord(hfilter, &result);
+        if (ptFltInst == nullptr || ptFltInst->h_sema == 0) {
             FILTER_LOG_AS(function, "  handle already free.\n");
             return -1;
         }
-        gWaiter.store(hfilter, std::memory_order_relaxed);
+        *filter = {ptFltInst, ptFltInst->h_sema, ptFltInst->instance};
+        gWaiter = {filter->h_sema, false};
     }
     const int32_t i4_rc = x_sema_lock(filter->h_sema, X_SEMA_OPTION_WAIT);
-    // Only with the semaphore is a handle freed: who has it need not fear that it happens now.
-    const bool handleFreed = (i4_rc == 0 ? gWaiter.load() : gWaiter.exchange(0)) != hfilter;
-    gWaiter.store(0, std::memory_order_relaxed);
+    bool handleFreed;
+    {
+        const std::lock_guard<std::mutex> lock(gRecordMutex);
+        handleFreed = gWaiter.handleFreed;
+    }
     if (i4_rc != 0) {
         FILTER_LOG_AS(function, "  fail! return i4_rc = %d.\n", i4_rc);
     } else if (handleFreed) {
         FILTER_LOG_AS(function, "  handle already free.\n");
         x_filter_unlock(filter->h_sema);
     }
-    if (handleFreed) {
+    {
         const std::lock_guard<std::mutex> lock(gRecordMutex);
-        gLeaving = 0;
-        pthread_cond_broadcast(&gWaiterGone);
+        gWaiter = {};
     }
+    gWaiterGone.notify_all();
     return i4_rc == 0 && !handleFreed ? 0 : -1;
 }
 
@@ -104,33 +107,32 @@ int x_filter_lock(uint32_t hfilter, uint32_t* ph_sema) {
     return 0;
 }
 
-void x_filter_unlock(uint32_t h_sema) {
+bool x_filter_unlock(uint32_t h_sema) {
     const int32_t i4_rc = x_sema_unlock(h_sema);
     if (i4_rc != 0) {
         FILTER_LOG("  fail! return i4_rc = %d.\n", i4_rc);
     }
+    return i4_rc == 0;
 }
 
-void freeFilterHandle(uint32_t hfilter) {
+void freeFilterHandle(uint32_t hfilter, uint32_t h_sema) {
     const std::lock_guard<std::mutex> lock(gRecordMutex);
-    uint32_t waitedFor = hfilter;
-    if (gWaiter.compare_exchange_strong(waitedFor, 0)) {
-        gLeaving = hfilter;
+    if (gWaiter.h_sema == h_sema) {
+        gWaiter.handleFreed = true;
     }
     handle_free(hfilter, 1);
 }
 
-void awaitFilterWaiter(uint32_t hfilter) {
-    const std::lock_guard<std::mutex> lock(gRecordMutex);
-    while (gLeaving == hfilter) {
-        pthread_cond_wait(&gWaiterGone, gRecordMutex.native_handle());
-    }
+void awaitFilterWaiter(uint32_t h_sema) {
+    std::unique_lock<std::mutex> lock(gRecordMutex);
+    gWaiterGone.wait(lock, [h_sema] { return gWaiter.h_sema != h_sema; });
 }
 
 android::sp<JNativeInnerFilter> peerOf(int64_t instance) {
-    JNativeInnerFilter* peer =
-        reinterpret_cast<JNativeInnerFilter*>(static_cast<uintptr_t>(instance));
-    return android::sp<JNativeInnerFilter>(android::widened(peer) == instance ? peer : nullptr);
+    return android::sp<JNativeInnerFilter>(
+        addressIn(instance) == instance
+            ? reinterpret_cast<JNativeInnerFilter*>(static_cast<uintptr_t>(instance))
+            : nullptr);
 }
 
 FilterAccess::FilterAccess(const FilterAccessMessages& messages, uint32_t hfilter) {
@@ -138,10 +140,9 @@ FilterAccess::FilterAccess(const FilterAccessMessages& messages, uint32_t hfilte
         LOG_FILTER_FORMAT(messages.lock, messages.function, hfilter);
         return;
     }
-    if (!_native_filter_handle2instance(messages.function, hfilter, mSemaphore, &mInstance)) {
+    if (!_native_filter_handle2instance(hfilter, &mInstance)) {
         if (messages.lookupShowsInstance) {
-            LOG_FILTER_FORMAT(messages.lookup, messages.function,
-                              static_cast<unsigned long long>(mInstance));
+            LOG_FILTER_FORMAT(messages.lookup, messages.function, shown(mInstance));
         } else {
             LOG_FILTER_FORMAT(messages.lookup, messages.function, hfilter);
         }
@@ -151,8 +152,7 @@ FilterAccess::FilterAccess(const FilterAccessMessages& messages, uint32_t hfilte
     mPeer = peerOf(mInstance);
     if (mPeer.get() == nullptr) {
         FILTER_LOG_AS(messages.function, " filter.get: 0x%llx, instance: 0x%llx,failed.",
-                      static_cast<unsigned long long>(static_cast<uintptr_t>(mInstance)),
-                      static_cast<unsigned long long>(mInstance));
+                      shown(addressIn(mInstance)), shown(mInstance));
         release();
     }
 }

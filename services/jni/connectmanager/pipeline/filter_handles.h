@@ -39,15 +39,27 @@ int lockFilterSemaphore(const char* function, uint32_t hfilter, FilterLookup* fi
 // As above, taking the mutex for the lookup and the wait. ph_sema may be null.
 int x_filter_lock(uint32_t hfilter, uint32_t* ph_sema);
 
-// Releases a filter's semaphore.
-void x_filter_unlock(uint32_t h_sema);
+// Releases a filter's semaphore; false (logged) when the service failed.
+bool x_filter_unlock(uint32_t h_sema);
 
-// Frees the handle: from here on every lookup of it fails, and no thread reads its record any more.
-void freeFilterHandle(uint32_t hfilter);
+// Frees the handle of the filter with that semaphore: from here on every lookup of it fails, and no
+// thread reads its record any more.
+void freeFilterHandle(uint32_t hfilter, uint32_t h_sema);
 
-// For a failed open, after the semaphore's release: waits until the thread that waited for it, if
-// there was one, has noticed that the handle is gone and let the semaphore go.
-void awaitFilterWaiter(uint32_t hfilter);
+// For a failed open, after it has released the semaphore: waits until the thread that waited for it,
+// if there was one, has noticed that the handle is gone and let the semaphore go.
+void awaitFilterWaiter(uint32_t h_sema);
+
+// The address in an instance: what is left of it in a pointer, widened again. It differs from an
+// instance that is no address.
+inline int64_t addressIn(int64_t instance) {
+    return static_cast<int64_t>(static_cast<uintptr_t>(instance));
+}
+
+// An instance, or the address in it, as log lines show it with %llx.
+inline unsigned long long shown(int64_t instance) {
+    return static_cast<unsigned long long>(instance);
+}
 
 // The peer at an instance: null when the value is no address, and then nothing is dereferenced.
 android::sp<android::JNativeInnerFilter> peerOf(int64_t instance);
