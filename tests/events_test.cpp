@@ -1,5 +1,9 @@
 // Scan and LNB events: from Java to the callbacks that the middleware registered.
 
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
 #include "mw/frontend.h"
 #include "tests/vm.h"
 
@@ -174,6 +178,39 @@ TEST_F(EventsTest, ScanEventsWithoutCallbackAreRefused) {
     EXPECT_EQ(Lines{"0 153"}, gHeard);
 }
 
+// Two registrations take turns while events arrive: no callback ever gets the other's tag.
+TEST_F(EventsTest, CallbackAndTagAreOfOneRegistration) {
+    static std::atomic<int> mixed;
+    static std::atomic<int> delivered;
+    static int tags[2];
+    mixed = delivered = 0;
+    FE_SCAN_CB_T records[2] = {};
+    records[0].pf_locked_nfy = [](unsigned int, void* pv_tag) {
+        ++delivered;
+        return mixed += pv_tag != &tags[0];
+    };
+    records[1].pf_locked_nfy = [](unsigned int, void* pv_tag) {
+        ++delivered;
+        return mixed += pv_tag != &tags[1];
+    };
+    records[0].pv_tag = &tags[0];
+    records[1].pv_tag = &tags[1];
+    x_native_frontend_register_scan_callback(&records[0]);
+    std::atomic<bool> stop(false);
+    std::thread registering([&] {
+        for (size_t i = 0; !stop; ++i) {
+            x_native_frontend_register_scan_callback(&records[i % 2]);
+        }
+    });
+    for (int i = 0; i < 20000; ++i) {
+        report(kEvents[0], nullptr, 0);
+    }
+    stop = true;
+    registering.join();
+    EXPECT_EQ(20000, delivered);
+    EXPECT_EQ(0, mixed);
+}
+
 TEST_F(EventsTest, BadListsAreRefused) {
     registerAll();
     const jintArray empty = desk::env()->NewIntArray(0);
@@ -232,10 +269,21 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
     EXPECT_EQ(-1, diseqc(nullptr, 4));
     EXPECT_EQ(-1, diseqc(message, -1));
     EXPECT_EQ(-1, diseqc(desk::env()->NewByteArray(0), 1));
+    EXPECT_EQ(Lines(3, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
+              desk::takeLog());
+    // The callback is told before the bytes are taken, also when they cannot be had.
+    desk::setLogLevel("I");
     desk::failCall(Call::kGetByteArrayElements, 1, Failure::kThrows);
     EXPECT_EQ(-1, diseqc(message, 4));
-    EXPECT_EQ(Lines(4, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
-              desk::takeLog());
+    char callback[128];
+    snprintf(callback, sizeof(callback),
+             "I com_halvorin_tv_velmora_lnb_onDiseqcMessage, callback: %p, handle: 0x99",
+             reinterpret_cast<void*>(onDiseqc));
+    EXPECT_EQ(
+        (Lines{"I com_halvorin_tv_velmora_lnb_onDiseqcMessage, pipeline: 0x99, msgLength: 4",
+               callback, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."}),
+        desk::takeLog());
+    desk::setLogLevel("E");
     EXPECT_EQ(5u, gHeard.size());
     x_native_frontend_register_lnb_callback(h, nullptr);
     x_native_frontend_register_lnb_DiseqcMessage_callback(h, nullptr);

@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -369,6 +370,7 @@ struct Attempt {
     std::condition_variable changed;
     bool ended = false;
     bool fatal = false;
+    std::string report;  // of the fatal assertion
     int result = 0;
     bool exceptionLeft = false;
 
@@ -381,8 +383,9 @@ struct Attempt {
 };
 thread_local Attempt* tAttempt;
 
-void onFatalAssertion(const char*, const char*) {
+void onFatalAssertion(const char* condition, const char*, const char* message) {
     if (tAttempt != nullptr) {
+        tAttempt->report = std::string(condition) + " " + message;
         tAttempt->end(true);
         while (true) {
             pause();
@@ -602,6 +605,11 @@ class FaultsTest : public desk::BridgeTest {
         EXPECT_EQ(isFatal(function, fault), faulty->fatal);
         if (faulty->fatal) {
             ++mFatal;
+            if (function.side == Side::kLoad && fault.point.call != Call::kNewGlobalRef &&
+                fault.failure == Failure::kNull) {
+                EXPECT_TRUE(mReports.insert(faulty->report).second)
+                    << faulty->report << " does not tell what is missing";
+            }
         } else {
             checkReturned(function, fault, *faulty, breaches);
             if (faulty->result == function.success) {
@@ -647,6 +655,7 @@ class FaultsTest : public desk::BridgeTest {
     Stage mStage;
     int mFaults = 0;
     int mFatal = 0;
+    std::set<std::string> mReports;  // of missing classes and methods
 };
 
 TEST_F(FaultsTest, EveryFaultOfEveryFunctionIsBorne) {

@@ -6,7 +6,9 @@
 #include <desk/log_sink.h>
 
 #include <atomic>
+#include <cinttypes>
 #include <condition_variable>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -239,13 +241,32 @@ const FailingStep kFailingSteps[] = {
      -1, 0, "nativeOpen fail: 3"},
 };
 
+// The services that a failing open calls to give back what it has, in order.
+std::string givenBack(const std::vector<desk::Point>& calls) {
+    std::string names;
+    for (const desk::Point& point : calls) {
+        if (point.call >= Call::kHandleFree && point.call != Call::kSemaCreate &&
+            point.call != Call::kMemAlloc) {
+            names += std::string(names.empty() ? "" : " ") + desk::name(point.call);
+        }
+    }
+    return names;
+}
+
 TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
     for (const FailingStep& step : kFailingSteps) {
         SCOPED_TRACE(step.name);
         const desk::Books before = desk::books();
         step.prepare();
         uint32_t h = 7;
+        desk::record();
         EXPECT_EQ(step.result, open(&h));
+        const std::string name = step.name;
+        EXPECT_EQ(name == "semaphore" ? ""
+                  : name == "record"  ? "x_sema_unlock x_sema_delete"
+                  : name == "handle"  ? "x_mem_free x_sema_unlock x_sema_delete"
+                                      : "handle_free x_mem_free x_sema_unlock x_sema_delete",
+                  givenBack(desk::recorded()));
         EXPECT_EQ(step.handle, h);
         desk::failNothing();
         EXPECT_EQ(before, desk::books());
@@ -436,6 +457,156 @@ TEST_F(FilterTest, CloseWaitsForTheOperationAndTheSecondCloseFails) {
     EXPECT_EQ(-1, results[0] + results[1]);
     EXPECT_EQ("ZytTvInnerFilter#1.onStart()\nZytTvInnerFilter#1.onCloseFilter()",
               desk::takeCalls());
+}
+
+// What an access says when it fails, and when it has served: each line whole, but for the number of
+// the source line. H stands for the handle.
+struct AccessLines {
+    const char* function;
+    void (*call)(uint32_t hfilter);
+    const char* lock;    // the handle names no live filter
+    const char* lookup;  // the second lookup fails
+    const char* failed;  // the last lines, with a Java result of 5
+};
+
+void stripLineNumbers(Lines* lines, uint32_t hfilter) {
+    char handle[16];
+    snprintf(handle, sizeof(handle), "0x%x", hfilter);
+    for (std::string& line : *lines) {
+        const size_t colon = line.find(':');
+        const size_t end = line.find('>');
+        if (line.compare(0, 3, "I <") == 0 && colon < end) {
+            line = line.substr(3, colon - 3) + line.substr(end);
+        }
+        const size_t at = line.find(handle);
+        if (at != std::string::npos) {
+            line.replace(at, strlen(handle), "H");
+        }
+    }
+}
+
+const AccessLines kAccessLines[] = {
+    {"x_velmora_filter_start", [](uint32_t h) { x_velmora_filter_start(h); },
+     ">  handle: H, x_filter_lock handle free.", "> handle: H, failed.",
+     ">  start fail: 5, instance: I.|>  hfilter[H] jret 5 !\n"},
+    {"x_velmora_filter_stop", [](uint32_t h) { x_velmora_filter_stop(h); },
+     ">  handle: H, x_filter_lock handle free.", ">  handle:  H, failed.",
+     ">  stop fail: 5, instance: I.|>  hfilter[H] jret 5 !\n"},
+    {"x_velmora_filter_flush", [](uint32_t h) { x_velmora_filter_flush(h); },
+     "> handle: H, x_filter_lock handle free.", "> handle:  H, failed.",
+     "> flush fail: 5, instance: I.|> hfilter[H] jret 5 !\n"},
+    {"x_velmora_filter_read",
+     [](uint32_t h) {
+         int8_t buffer[FLT_MAX_READ_SIZE];
+         x_velmora_filter_read(h, buffer, 0, 100);
+     },
+     "> handle: H, x_filter_lock handle free.", "> handle:  H, failed.",
+     "> hfilter[H] jret 0x5 !\n"},
+    {"x_velmora_filter_setSectionConfig",
+     [](uint32_t h) {
+         uint8_t pattern[FLT_PATTERN_SIZE] = {};
+         x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, pattern, pattern, pattern);
+     },
+     "> handle: H, x_filter_lock handle free.", "> handle:  0x0, failed.",
+     "> setSectionConfig fail: 5, instance: I.|> hfilter[H] jret 5 !\n"},
+    {"com_halvorin_tv_velmora_filter_section_event",
+     [](uint32_t h) { desk::event("section", "(IIIII)V", static_cast<jint>(h), 1, 2, 3, 4); },
+     "> handle: H, x_filter_lock handle free.",
+     "> handle: H invalid,drop this callback,normal case.",
+     ">  filter section event notify is null."},
+    {"com_halvorin_tv_velmora_filter_restart_event",
+     [](uint32_t h) { desk::event("restart", "(II)V", static_cast<jint>(h), 1); },
+     "> handle: H, x_filter_lock handle free.",
+     "> handle: H invalid,drop this callback,normal case.",
+     "> filter section event notify is null."},
+    {"com_halvorin_tv_velmora_filter_status_change",
+     [](uint32_t h) { desk::event("status", "(II)V", static_cast<jint>(h), 1); },
+     ">  handle: H, x_filter_lock handle free.",
+     ">  handle: H invalid,drop this callback,normal case.",
+     ">  filter status change notify is null."},
+};
+
+TEST_F(FilterTest, EveryLineOfAnAccessIsTheOneAgreed) {
+    const uint32_t h = opened();
+    uint16_t type = 0;
+    void* record = nullptr;
+    ASSERT_EQ(0, handle_get_type_obj(h, &type, &record));
+    char instance[24];
+    snprintf(instance, sizeof(instance), "0x%" PRIx64,
+             *reinterpret_cast<int64_t*>(static_cast<char*>(record) + 8));
+    for (const char* method : {"onStart", "onStop", "onFlush", "onRead", "onSetSectionConfig"}) {
+        desk::scriptReturns(method, 5);
+    }
+    x_velmora_filter_register_section_callback(nullptr);
+    x_velmora_filter_register_filter_status_callback(nullptr);
+    desk::setLogLevel("I");
+    for (const AccessLines& access : kAccessLines) {
+        SCOPED_TRACE(access.function);
+        desk::takeLog();
+        access.call(0x7fffff00);
+        Lines lines = desk::takeLog();
+        stripLineNumbers(&lines, 0x7fffff00);
+        EXPECT_EQ((Lines{"x_filter_lock>  handle already free.\n",
+                         access.function + std::string(access.lock)}),
+                  lines);
+
+        desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 6);
+        access.call(h);
+        lines = desk::takeLog();
+        stripLineNumbers(&lines, h);
+        EXPECT_EQ((Lines{"_native_filter_handle2instance> _native_filter_handle2instance, "
+                         "handle: H, e_type:0, fail: 6.",
+                         access.function + std::string(access.lookup)}),
+                  lines);
+
+        access.call(h);
+        lines = desk::takeLog();
+        stripLineNumbers(&lines, h);
+        std::string served;
+        for (const std::string& line : lines) {
+            const size_t at = line.find(instance);
+            const std::string text = at != std::string::npos
+                                         ? std::string(line).replace(at, strlen(instance), "I")
+                                         : line;
+            if (text.compare(0, strlen(access.function), access.function) == 0) {
+                served += (served.empty() ? "" : "|") + text.substr(strlen(access.function));
+            }
+        }
+        EXPECT_EQ(access.failed, served);
+    }
+    desk::setLogLevel("");
+    EXPECT_EQ(0, close(h));
+}
+
+// An instance that is no address: only where pointers are narrower. What is behind it is never
+// looked at, and everything that is the record's is given back.
+TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
+    if (sizeof(void*) != 4) {
+        GTEST_SKIP() << "every 64-bit value is an address here";
+    }
+    const uint32_t h = opened();
+    uint16_t type = 0;
+    void* record = nullptr;
+    ASSERT_EQ(0, handle_get_type_obj(h, &type, &record));
+    int64_t* field = reinterpret_cast<int64_t*>(static_cast<char*>(record) + 8);
+    const int64_t instance = *field;
+    *field |= INT64_C(1) << 32;
+    EXPECT_EQ(-1, start(h));
+    desk::setLogLevel("I");
+    desk::takeLog();
+    EXPECT_EQ(0, close(h));
+    Lines lines = desk::takeLog();
+    desk::setLogLevel("");
+    stripLineNumbers(&lines, h);
+    char low[16];
+    snprintf(low, sizeof(low), "%08" PRIx32, static_cast<uint32_t>(instance));
+    const std::string shown = std::string("filter.get: 0x") + (low + strspn(low, "0")) +
+                              ", instance: 0x1" + low + ",failed.";
+    ASSERT_EQ(4u, lines.size());
+    EXPECT_EQ("x_velmora_filter_close>  " + shown, lines[1]);
+    EXPECT_EQ("subInnerFilterReference> subInnerFilterReferencefailed, " + shown + "\n", lines[2]);
+    EXPECT_EQ("", desk::takeCalls());
+    bridge([&] { return subInnerFilterReference(instance); });
 }
 
 TEST_F(FilterTest, ReferencesAreCountedByHand) {

@@ -8,7 +8,10 @@
 #include <cstring>
 #include <thread>
 
+#include "mw/filter.h"
 #include "tests/vm.h"
+
+extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
@@ -221,6 +224,26 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
         EXPECT_EQ("", desk::takeCalls());
         desk::scriptAnswer("ZytTvInnerFrontend.<init>", nullptr);
     }
+}
+
+// Before JNI_OnLoad has published the virtual machine, nothing calls it.
+TEST_F(FrontendTest, WithoutAVirtualMachineEveryOperationFails) {
+    const Pipeline pipeline;
+    const Tuner tuner(pipeline);
+    desk::takeCalls();
+    JavaVM* vm = g_velmora_javaVM;
+    g_velmora_javaVM = nullptr;
+    desk::record();
+    for (const Operation& operation : kOperations) {
+        const int result = bridge([&] { return operation.call(pipeline.handle()); });
+        EXPECT_EQ(operation.passesResult ? operation.failure : 0, result) << operation.name;
+    }
+    uint32_t hthread = 7;
+    EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+    EXPECT_EQ(7u, hthread);
+    EXPECT_EQ(0u, desk::recorded().size());
+    g_velmora_javaVM = vm;
+    EXPECT_EQ("", desk::takeCalls());
 }
 
 TEST_F(FrontendTest, ExceptionsWhileOpeningLeaveThePeerBound) {

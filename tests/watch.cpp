@@ -81,6 +81,7 @@ const CallTraits kTraits[] = {
     {"x_sema_unlock", kFailsOrKeeps, true, false, {}},
     {"x_sema_delete", kFails, true, false, {}},
     {"x_mem_alloc", kFails, true, false, {}},
+    {"x_mem_free", kNever, true, false, {}},
 };
 constexpr size_t kCalls = static_cast<size_t>(Call::kCount);
 static_assert(std::size(kTraits) == kCalls);

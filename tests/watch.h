@@ -52,6 +52,7 @@ enum class Call {
     kSemaUnlock,
     kSemaDelete,
     kMemAlloc,
+    kMemFree,
     kCount
 };
 const char* name(Call call);

@@ -270,6 +270,7 @@ void* x_mem_alloc(size_t z_size) {
 }
 
 void x_mem_free(void* pv_mem) {
+    fault(DESK_MEM_FREE);
     if (pv_mem != nullptr) {
         --gLiveBlocks;
         free(pv_mem);

@@ -18,6 +18,7 @@ typedef enum {
     DESK_SEMA_UNLOCK,
     DESK_SEMA_DELETE,
     DESK_MEM_ALLOC,
+    DESK_MEM_FREE, /* cannot fail */
     DESK_SERVICE_COUNT
 } desk_service_t;
 
