@@ -10,9 +10,9 @@
 
 #include "log/halvorin_log.h"
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/JNativeInnerFrontend.h"
-#include "services/jni/connectmanager/pipeline/frontend_events.h"
-#include "services/jni/connectmanager/pipeline/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 #define LOG_TAG "ZYT_MW"

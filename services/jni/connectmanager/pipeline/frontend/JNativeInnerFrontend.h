@@ -7,8 +7,8 @@
 #include <utils/RefBase.h>
 
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/JniEnvOption.h"
-#include "services/jni/connectmanager/pipeline/java_method.h"
+#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/core/java_method.h"
 
 namespace android {
 

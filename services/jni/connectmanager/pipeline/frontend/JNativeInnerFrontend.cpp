@@ -1,11 +1,11 @@
-#include "services/jni/connectmanager/pipeline/JNativeInnerFrontend.h"
+#include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 
 #include <nativehelper/ScopedLocalRef.h>
 
 #include "log/halvorin_log.h"
 #include "mw/basic_services.h"
-#include "services/jni/connectmanager/pipeline/JniEnvOption.h"
-#include "services/jni/connectmanager/pipeline/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
 
 #define LOG_TAG "ZYT_MW"
 

@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "services/jni/connectmanager/pipeline/fatal_assert.h"
+#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 
 namespace android {
 

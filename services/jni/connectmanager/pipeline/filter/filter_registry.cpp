@@ -1,9 +1,9 @@
-#include "services/jni/connectmanager/pipeline/filter_handles.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_registry.h"
 
 #include <condition_variable>
 
 #include "mw/basic_services.h"
-#include "services/jni/connectmanager/pipeline/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
 
 using android::JNativeInnerFilter;
 

@@ -1,4 +1,4 @@
-#include "services/jni/connectmanager/pipeline/frontend_events.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
 
 #include <algorithm>
 #include <atomic>
@@ -7,7 +7,7 @@
 #include <mutex>
 
 #include "log/halvorin_log.h"
-#include "services/jni/connectmanager/pipeline/java_method.h"
+#include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 #define LOG_TAG "ZYT_MW"

@@ -4,15 +4,15 @@
 // Lock order: gFilterHandleMutex, then a filter's semaphore. Whoever waits for a semaphore in order
 // to work on its filter holds the mutex meanwhile, so at any moment at most one thread waits.
 
-#ifndef FILTER_HANDLES_H
-#define FILTER_HANDLES_H
+#ifndef FILTER_REGISTRY_H
+#define FILTER_REGISTRY_H
 
 #include <utils/RefBase.h>
 
 #include <cstdint>
 #include <mutex>
 
-#include "services/jni/connectmanager/pipeline/JNativeInnerFilter.h"
+#include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 
 // The object behind a filter handle. Made before the handle, freed after it.
 struct FLT_INST_T {
@@ -92,4 +92,4 @@ class FilterAccess {
     uint32_t mSemaphore = 0;
 };
 
-#endif  // FILTER_HANDLES_H
+#endif  // FILTER_REGISTRY_H

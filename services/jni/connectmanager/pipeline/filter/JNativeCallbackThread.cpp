@@ -1,9 +1,9 @@
-#include "services/jni/connectmanager/pipeline/JNativeCallbackThread.h"
+#include "services/jni/connectmanager/pipeline/filter/JNativeCallbackThread.h"
 
 #include <nativehelper/ScopedLocalRef.h>
 
-#include "services/jni/connectmanager/pipeline/FilterEnv.h"
-#include "services/jni/connectmanager/pipeline/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 namespace android {

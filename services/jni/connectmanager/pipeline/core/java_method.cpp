@@ -1,4 +1,4 @@
-#include "services/jni/connectmanager/pipeline/java_method.h"
+#include "services/jni/connectmanager/pipeline/core/java_method.h"
 
 #include <nativehelper/ScopedLocalRef.h>
 

@@ -9,8 +9,8 @@
 #include <cstdint>
 
 #include "log/halvorin_log.h"
-#include "services/jni/connectmanager/pipeline/fatal_assert.h"
-#include "services/jni/connectmanager/pipeline/java_method.h"
+#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
+#include "services/jni/connectmanager/pipeline/core/java_method.h"
 
 // Where this bridge's fatal assertions say they stand; its tag is that of its log lines.
 constexpr FatalSite kFilterSite = {

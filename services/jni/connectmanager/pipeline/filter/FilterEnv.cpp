@@ -1,7 +1,7 @@
-#include "services/jni/connectmanager/pipeline/FilterEnv.h"
+#include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
 
-#include "services/jni/connectmanager/pipeline/JniEnvOption.h"
-#include "services/jni/connectmanager/pipeline/filter_java.h"
+#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 namespace android {

@@ -1,4 +1,4 @@
-#include "services/jni/connectmanager/pipeline/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
 
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 

@@ -6,8 +6,8 @@
 
 #include <jni.h>
 
-#include "services/jni/connectmanager/pipeline/fatal_assert.h"
-#include "services/jni/connectmanager/pipeline/java_method.h"
+#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
+#include "services/jni/connectmanager/pipeline/core/java_method.h"
 
 // The framework's frontend object, one per peer.
 struct FrontendFields {

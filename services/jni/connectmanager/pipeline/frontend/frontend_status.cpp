@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "log/halvorin_log.h"
-#include "services/jni/connectmanager/pipeline/JNativeInnerFrontend.h"
-#include "services/jni/connectmanager/pipeline/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
 
 #define LOG_TAG "ZYT_MW"
 

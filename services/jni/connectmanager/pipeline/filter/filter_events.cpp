@@ -1,11 +1,11 @@
-#include "services/jni/connectmanager/pipeline/filter_events.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_events.h"
 
 #include <atomic>
 #include <iterator>
 
-#include "services/jni/connectmanager/pipeline/JNativeInnerFilter.h"
-#include "services/jni/connectmanager/pipeline/filter_handles.h"
-#include "services/jni/connectmanager/pipeline/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_registry.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 using android::JNativeInnerFilter;

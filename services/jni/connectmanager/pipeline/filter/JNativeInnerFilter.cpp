@@ -1,11 +1,11 @@
-#include "services/jni/connectmanager/pipeline/JNativeInnerFilter.h"
+#include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 
 #include <nativehelper/ScopedLocalRef.h>
 
 #include <cstring>
 
-#include "services/jni/connectmanager/pipeline/FilterEnv.h"
-#include "services/jni/connectmanager/pipeline/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
 
 namespace android {
 
