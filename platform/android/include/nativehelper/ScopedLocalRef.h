@@ -9,6 +9,7 @@ class ScopedLocalRef {
   public:
     explicit ScopedLocalRef(JNIEnv* env, T ref = nullptr) : mEnv(env), mRef(ref) {}
     ~ScopedLocalRef() { reset(); }
+    ScopedLocalRef(ScopedLocalRef&& other) noexcept : mEnv(other.mEnv), mRef(other.release()) {}
     ScopedLocalRef(const ScopedLocalRef&) = delete;
     ScopedLocalRef& operator=(const ScopedLocalRef&) = delete;
 

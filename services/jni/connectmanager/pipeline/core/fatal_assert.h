@@ -5,10 +5,10 @@
 
 #include <android/log.h>
 
-// What a fatal assertion reports besides its condition: the tag and the path of the bridge's source.
-// The path is prescribed and the same for the whole side, whichever file the check stands in. The
-// line is that of the check; for a Java class or method it is that of its row in a table. Condition
-// and line together name what is missing.
+// What a side's fatal assertions report besides their condition: the tag of its log lines and the
+// path of its source. The path is prescribed: it is that of the side's entry point, whichever file
+// the check stands in. The line is the check's own; for a missing Java class or method it is that of
+// the row in its table, so that condition and line together tell which one is missing.
 struct FatalSite {
     const char* tag;
     const char* sourcePath;

@@ -1,6 +1,22 @@
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 
-#include <nativehelper/ScopedLocalRef.h>
+#include "log/halvorin_log.h"
+
+int registerNativeMethods(JNIEnv* env, const char* className, const JNINativeMethod* methods,
+                          int numMethods) {
+    const ScopedLocalRef<jclass> clazz(env, env->FindClass(className));
+    if (clazz.get() == nullptr) {
+        HALVORIN_LOG(halvorin::kLogError, kLoadTag,
+                     "registerNativeMethods cannot find class return false, class: %s", className);
+        return -1;
+    }
+    if (env->RegisterNatives(clazz.get(), methods, numMethods) < 0) {
+        HALVORIN_LOG(halvorin::kLogError, kLoadTag,
+                     "registerNativeMethods cannot register methods return false");
+        return -1;
+    }
+    return 0;
+}
 
 namespace android {
 

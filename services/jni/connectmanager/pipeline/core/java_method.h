@@ -1,4 +1,5 @@
-// Java methods and constructors, bound once at load and called with their own argument types.
+// What ties the library to Java classes: native methods, which Java calls, are registered, and Java
+// methods and constructors, which the library calls, are bound, both once at load.
 //
 // A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined
 // and unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those
@@ -11,29 +12,65 @@
 #include <nativehelper/ScopedLocalRef.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 #include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
+
+// The tag of what is logged while the library loads.
+constexpr char kLoadTag[] = "Velmora-onload-pipeline";
+
+// Registers native methods on the class of that name, which the calling thread's class loader must
+// know. Returns 0, or -1 (logged) when the class or one of its methods is missing; the Java error
+// is then left pending for whoever loads the library.
+extern "C" PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* className,
+                                                     const JNINativeMethod* methods,
+                                                     int numMethods);
+
+// A row of a table of native methods. OpenJDK declares the two texts as char*, a device as const
+// char*; the cast serves both. It is a macro because a function that casts a pointer cannot run at
+// compile time, and the tables must be constant data.
+#define NATIVE_METHOD(name, signature, function) \
+    { const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function) }
 
 namespace android {
 
-// Describes and clears a pending Java exception; true when there was one.
-inline bool clearException(JNIEnv* env) {
+// The one way in which a pending Java exception is looked for: it is described and cleared, after
+// report() has run. True when there was one.
+template <typename Report>
+bool clearException(JNIEnv* env, const Report& report) {
     if (!env->ExceptionCheck()) {
         return false;
     }
+    report();
     env->ExceptionDescribe();
     env->ExceptionClear();
     return true;
 }
+inline bool clearException(JNIEnv* env) {
+    return clearException(env, [] {});
+}
 
-// A new global reference to an object; null when it cannot be made, nothing pending.
+// A new global reference to an object; null when it cannot be made. Leaves no exception.
 inline jobject newGlobalRef(JNIEnv* env, jobject object) {
     jobject global = env->NewGlobalRef(object);
     if (global == nullptr) {
         clearException(env);
     }
     return global;
+}
+
+// A new Java array with a copy of the bytes; null when it cannot be made. Leaves no exception.
+inline ScopedLocalRef<jbyteArray> newByteArray(JNIEnv* env, const uint8_t* bytes, jsize length) {
+    ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(length));
+    if (array.get() == nullptr) {
+        clearException(env);
+    } else {
+        // Throws only when the region does not fit into the array, and it is the whole array.
+        env->SetByteArrayRegion(array.get(), 0, length, reinterpret_cast<const jbyte*>(bytes));
+    }
+    return array;
 }
 
 namespace jni_signature {
@@ -73,27 +110,18 @@ constexpr bool matches(const char* text) {
     return text != nullptr && *text == '\0';
 }
 
-inline jvalue toJvalue(jint value) {
+template <typename T>
+jvalue toJvalue(T value) {
     jvalue result;
-    result.i = value;
-    return result;
-}
-
-inline jvalue toJvalue(jlong value) {
-    jvalue result;
-    result.j = value;
-    return result;
-}
-
-inline jvalue toJvalue(jboolean value) {
-    jvalue result;
-    result.z = value;
-    return result;
-}
-
-inline jvalue toJvalue(jobject value) {
-    jvalue result;
-    result.l = value;
+    if constexpr (std::is_same_v<T, jint>) {
+        result.i = value;
+    } else if constexpr (std::is_same_v<T, jlong>) {
+        result.j = value;
+    } else if constexpr (std::is_same_v<T, jboolean>) {
+        result.z = value;
+    } else {
+        result.l = value;
+    }
     return result;
 }
 
@@ -110,8 +138,10 @@ struct JavaMethod<Result(Args...)> {
         return jni_signature::matches<Result, Args...>(signature);
     }
 
-    // An object result is a local reference of the caller's. A Java exception is left pending.
-    Result call(JNIEnv* env, jobject object, Args... args) const {
+    using Returned = std::conditional_t<std::is_pointer_v<Result>, ScopedLocalRef<Result>, Result>;
+
+    // Leaves an exception of the Java method pending.
+    Returned call(JNIEnv* env, jobject object, Args... args) const {
         const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
         if constexpr (std::is_void_v<Result>) {
             env->CallVoidMethodA(object, id, values);
@@ -122,7 +152,7 @@ struct JavaMethod<Result(Args...)> {
         } else if constexpr (std::is_same_v<Result, jboolean>) {
             return env->CallBooleanMethodA(object, id, values);
         } else {
-            return static_cast<Result>(env->CallObjectMethodA(object, id, values));
+            return Returned(env, static_cast<Result>(env->CallObjectMethodA(object, id, values)));
         }
     }
 };
@@ -135,8 +165,8 @@ struct JavaConstructor {
         return jni_signature::matches<void, Args...>(signature);
     }
 
-    // Makes an object. False when Java threw an exception, which is described and cleared; the
-    // object is then null.
+    // Makes an object. False when Java threw: the exception is described and cleared, and the object
+    // is null.
     bool construct(JNIEnv* env, jclass clazz, ScopedLocalRef<jobject>* object, Args... args) const {
         const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
         object->reset(env->NewObjectA(clazz, id, values));
@@ -147,11 +177,11 @@ struct JavaConstructor {
         return true;
     }
 
-    // The new object, a local reference of the caller's; null when it could not be made.
-    jobject newObject(JNIEnv* env, jclass clazz, Args... args) const {
+    // The new object; null when it could not be made. Leaves no exception.
+    ScopedLocalRef<jobject> newObject(JNIEnv* env, jclass clazz, Args... args) const {
         ScopedLocalRef<jobject> object(env);
         construct(env, clazz, &object, args...);
-        return object.release();
+        return object;
     }
 };
 

@@ -1,8 +1,7 @@
 #include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
 
-#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
-#include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 namespace android {
 
@@ -13,7 +12,7 @@ FilterEnv::FilterEnv(const Checks& checks) : mChecks(checks) {
         void* env = nullptr;
         status = vm->GetEnv(&env, JNI_VERSION_1_4);
         mEnv = status == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
-        if (status != JNI_OK || (mEnv == nullptr && checks.attachWhenNull)) {
+        if (status != JNI_OK || (mEnv == nullptr && checks.attachWhenEmpty)) {
             status = attachCurrentThread(vm, &mEnv);
             mAttached = status == JNI_OK && mEnv != nullptr;
         }

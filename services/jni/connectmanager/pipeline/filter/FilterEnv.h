@@ -8,15 +8,19 @@
 
 namespace android {
 
-// Lives on the stack of one operation; attaches the thread when it is not attached, and then
-// detaches it.
+// Lives on the stack of one operation. It attaches the thread when it is not attached, and detaches
+// it again.
+//
+// To be minded: exceptions are not looked at. One that a filter's Java method left pending on a
+// thread that was attached here ends the process of a device at the detach.
 class FilterEnv {
   public:
-    // The texts of the two checks that must never fail; null for a failure that is borne.
+    // What a failure means. Each operation ends the process under conditions of its own; the
+    // destructor of a filter tolerates a failure, and then has no environment.
     struct Checks {
-        const char* attach;
-        const char* detach;
-        bool attachWhenNull;  // also when GetEnv succeeds with a null environment
+        const char* attach;    // condition text of the attach check; null: a failure is tolerated
+        const char* detach;    // the same for the detach
+        bool attachWhenEmpty;  // also attach when GetEnv succeeds without giving an environment
     };
     static constexpr Checks kOperation = {"!((status == (0)) && (jenv != __null))",
                                           "!(status == (0))", false};
@@ -29,7 +33,7 @@ class FilterEnv {
     FilterEnv(const FilterEnv&) = delete;
     FilterEnv& operator=(const FilterEnv&) = delete;
 
-    // Null only under kDestructor.
+    // Null only with kDestructor.
     JNIEnv* env() const { return mEnv; }
     bool attachedHere() const { return mAttached; }
 

@@ -10,13 +10,15 @@
 
 namespace android {
 
-// Always held by sp, and by its handle while the filter is open. It knows nothing of handles and
-// semaphores beyond storing what open gives it: its callers hold the filter's semaphore, so that
-// one thread at a time uses it. Only the event record is read without, through the pointer that an
-// event hands out, and it does not change after open.
+// Always held by sp, and by its handle while the filter is open. It locks nothing: its callers hold
+// the filter's semaphore, so that one thread at a time uses it. The event record alone is also read
+// without the semaphore: an event hands the middleware its address. That is safe because the record
+// does not change after open, and because the event holds the peer.
 //
-// A failure to attach the thread is fatal. Exceptions of Java methods are left alone, but for the
-// constructor's; a JNI function that fails leaves none.
+// To be minded: a thread that cannot be attached or detached ends the process. Exceptions of the
+// Java methods are left pending, but for the constructor's; a JNI function that fails leaves none.
+// The destructor runs on whichever thread drops the last reference, and does not call
+// onCloseFilter.
 class JNativeInnerFilter : public RefBase {
   public:
     JNativeInnerFilter();

@@ -3,10 +3,10 @@
 #include <atomic>
 #include <iterator>
 
+#include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_registry.h"
-#include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 using android::JNativeInnerFilter;
 
@@ -48,7 +48,7 @@ void notify(const FilterEvent& event, const std::atomic<Function>& slot, jint ha
     }
     const Function function = slot;
     if (function == nullptr) {
-        LOG_FILTER_FORMAT(event.null, event.access.function);
+        FILTER_LOG_AS(event.access.function, event.null);
         return;
     }
     const uint32_t hfilter = filter->nativeGetFilterHandle();

@@ -1,5 +1,6 @@
-// What the filter bridge knows of Java, and how it logs. The tables are filled once while the
-// library loads, and only read afterwards.
+// What the filter side knows of Java, and how it logs. The tables are filled once while the library
+// loads, and only read afterwards. The frontend side has a table named gFields of its own; this one
+// is android::gFields.
 
 #ifndef FILTER_JAVA_H
 #define FILTER_JAVA_H
@@ -12,20 +13,14 @@
 #include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 
-// Where this bridge's fatal assertions say they stand; its tag is that of its log lines.
 constexpr FatalSite kFilterSite = {
     "ZytTvInnerFilter_JNI",
     "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp"};
 
-// An INFO line that begins with the name of the function that logs and the source line.
-#define FILTER_LOG_AS(function, format, ...)                                                   \
-    HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, "<%s:%4d>" format, function, __LINE__, \
-                 ##__VA_ARGS__)
-#define FILTER_LOG(...) FILTER_LOG_AS(__func__, __VA_ARGS__)
-
-// The same for a whole format, "<%s:%4d>" included, that a table holds.
-#define LOG_FILTER_FORMAT(format, function, ...) \
+// An INFO line. Its format begins with "<%s:%4d>": the function that logs and the source line.
+#define FILTER_LOG_AS(function, format, ...) \
     HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, format, function, __LINE__, ##__VA_ARGS__)
+#define FILTER_LOG(...) FILTER_LOG_AS(__func__, __VA_ARGS__)
 
 namespace android {
 
@@ -51,7 +46,7 @@ struct CallbackThreadFields {
 };
 extern CallbackThreadFields gCallbackThreadFields;
 
-// A pointer as the 64-bit value in which a peer's identity travels through the middleware.
+// A pointer as the 64-bit value in which it travels through the middleware.
 inline int64_t widened(const void* pointer) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pointer));
 }

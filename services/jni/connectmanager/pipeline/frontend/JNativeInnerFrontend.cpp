@@ -2,12 +2,11 @@
 
 #include <nativehelper/ScopedLocalRef.h>
 
-#include "log/halvorin_log.h"
 #include "mw/basic_services.h"
-#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
 
-#define LOG_TAG "ZYT_MW"
+FrontendFields gFields;
 
 namespace android {
 
@@ -23,24 +22,23 @@ JNativeInnerFrontend::JNativeInnerFrontend(unsigned int h_pipeline) {
     if (env == nullptr) {
         return;
     }
-    // The handle holds a weak reference: its object may be collected at any moment until it is
-    // held.
+    // The handle holds a weak reference. Until a local one is made, the object may be collected.
     ScopedLocalRef<jobject> handler(env, env->NewLocalRef(static_cast<jobject>(pipeline)));
     if (clearException(env) || env->IsSameObject(handler.get(), nullptr)) {
         LOG_ERROR("JNativeInnerFrontend, pipeline maybe already release.");
         return;
     }
-    ScopedLocalRef<jobject> object(
-        env, gFields.frontendConstructorID.newObject(env, gFields.frontendClazz, handler.get()));
+    const ScopedLocalRef<jobject> object =
+        ::gFields.frontendConstructorID.newObject(env, ::gFields.frontendClazz, handler.get());
     handler.reset();
     mObject = object.get() != nullptr ? newGlobalRef(env, object.get()) : nullptr;
     if (mObject == nullptr) {
         LOG_ERROR("JNativeInnerFrontend, nativeOpen, constructor mObject failed.");
         return;
     }
-    gFields.onSetNativeHandleId.call(env, mObject, static_cast<jint>(h_pipeline));
+    ::gFields.onSetNativeHandleId.call(env, mObject, static_cast<jint>(h_pipeline));
     clearException(env);
-    gFields.onOpenFrontendId.call(env, mObject);
+    ::gFields.onOpenFrontendId.call(env, mObject);
     clearException(env);
     LOG_DEBUG("native inner frontend create pipeline, use Globalref this: %p, mObject: %p",
               static_cast<void*>(this), static_cast<void*>(mObject));
@@ -55,7 +53,7 @@ JNativeInnerFrontend::~JNativeInnerFrontend() {
     if (env == nullptr) {
         return;
     }
-    gFields.onCloseFrontendId.call(env, mObject);
+    ::gFields.onCloseFrontendId.call(env, mObject);
     clearException(env);
     env->DeleteGlobalRef(mObject);
     mObject = nullptr;
@@ -73,12 +71,12 @@ int JNativeInnerFrontend::tune(MW_FESETTING_T* pt_fesettings) {
         LOG_DEBUG("tune, fe_type: %d, freq: %d", pt_fesettings->e_type, pt_fesettings->mFrequency);
     }
     return withJava(-1, [&](JNIEnv* env) {
-        ScopedLocalRef<jobject> settings(env, transMW2FrontendSettings(env, pt_fesettings));
+        const auto settings = transMW2FrontendSettings(env, pt_fesettings);
         if (settings.get() == nullptr) {
             LOG_ERROR("tune, generate frontendsettings failed.");
             return -1;
         }
-        return callJava(env, gFields.onTuneId, -1, settings.get());
+        return callJava(env, ::gFields.onTuneId, -1, settings.get());
     });
 }
 
@@ -88,25 +86,25 @@ int JNativeInnerFrontend::scan(MW_FESETTING_T* pt_fesettings, int scan_type) {
                   pt_fesettings->mFrequency, scan_type);
     }
     return withJava(-1, [&](JNIEnv* env) {
-        ScopedLocalRef<jobject> settings(env, transMW2FrontendSettings(env, pt_fesettings));
+        const auto settings = transMW2FrontendSettings(env, pt_fesettings);
         if (settings.get() == nullptr) {
             LOG_ERROR("scan, generate frontendsettings failed.");
             return -1;
         }
-        return callJava(env, gFields.onScanId, -1, settings.get(), scan_type);
+        return callJava(env, ::gFields.onScanId, -1, settings.get(), scan_type);
     });
 }
 
 int JNativeInnerFrontend::cancelTuning() {
     LOG_DEBUG("cancelTuning, here...");
     return withJava(-1,
-                    [this](JNIEnv* env) { return callJava(env, gFields.onCancelTuningId, -1); });
+                    [this](JNIEnv* env) { return callJava(env, ::gFields.onCancelTuningId, -1); });
 }
 
 int JNativeInnerFrontend::cancelScanning() {
     LOG_DEBUG("cancelScanning, here...");
     return withJava(-1, [this](JNIEnv* env) {
-        const int result = callJava(env, gFields.onCancelScanningId, -1);
+        const int result = callJava(env, ::gFields.onCancelScanningId, -1);
         LOG_DEBUG("cancelScanning, ret_val: %d", result);
         return result;
     });
@@ -116,7 +114,7 @@ int JNativeInnerFrontend::setLnaEnabled(bool enable) {
     LOG_DEBUG("setLnaEnabled, enable: %d", enable);
     return withJava(-1, [this, enable](JNIEnv* env) {
         const jboolean on = enable ? JNI_TRUE : JNI_FALSE;
-        const int result = callJava(env, gFields.onSetLnaEnabledId, -1, on);
+        const int result = callJava(env, ::gFields.onSetLnaEnabledId, -1, on);
         LOG_DEBUG("setLnaEnabled, ret_val: %d", result);
         return result;
     });
@@ -146,35 +144,35 @@ int JNativeInnerFrontend::lnbGet(const JavaMethod<jint()>& method, const char* f
 int JNativeInnerFrontend::requiredLnb() {
     return withJava(-1, [this](JNIEnv* env) {
         LOG_DEBUG("requiredLnb, mObject:%p", static_cast<void*>(mObject));
-        const int result = callJava(env, gFields.onOpenLnbId, -1);
+        const int result = callJava(env, ::gFields.onOpenLnbId, -1);
         LOG_DEBUG("requiredLnb, ret_val:%d.", result);
         return result;
     });
 }
 
 int JNativeInnerFrontend::lnbSetVoltage(int voltage) {
-    return lnbSet(gFields.onLnbSetVoltageID, "lnbSetVoltage, voltage:%d.", voltage);
+    return lnbSet(::gFields.onLnbSetVoltageID, "lnbSetVoltage, voltage:%d.", voltage);
 }
 
 int JNativeInnerFrontend::lnbSetTone(int tone) {
-    return lnbSet(gFields.onLnbSetToneID, "lnbSetTone, tone:%d.", tone);
+    return lnbSet(::gFields.onLnbSetToneID, "lnbSetTone, tone:%d.", tone);
 }
 
 int JNativeInnerFrontend::lnbSetSatellitePosition(int position) {
-    return lnbSet(gFields.onLnbSetSatellitePositionID, "lnbSetSatellitePosition, position:%d",
+    return lnbSet(::gFields.onLnbSetSatellitePositionID, "lnbSetSatellitePosition, position:%d",
                   position);
 }
 
 int JNativeInnerFrontend::lnbGetVoltage() {
-    return lnbGet(gFields.onLnbGetVoltageID, "lnbGetVoltage, voltage:%d.");
+    return lnbGet(::gFields.onLnbGetVoltageID, "lnbGetVoltage, voltage:%d.");
 }
 
 int JNativeInnerFrontend::lnbGetTone() {
-    return lnbGet(gFields.onLnbGetToneID, "lnbGetTone, tone:%d.");
+    return lnbGet(::gFields.onLnbGetToneID, "lnbGetTone, tone:%d.");
 }
 
 int JNativeInnerFrontend::lnbGetSatellitePosition() {
-    return lnbGet(gFields.onLnbGetSatellitePositionID, "lnbGetSatellitePosition, position:%d");
+    return lnbGet(::gFields.onLnbGetSatellitePositionID, "lnbGetSatellitePosition, position:%d");
 }
 
 int JNativeInnerFrontend::lnbSendDiseqcMessage(unsigned char* message, int length) {
@@ -182,20 +180,17 @@ int JNativeInnerFrontend::lnbSendDiseqcMessage(unsigned char* message, int lengt
         return -1;
     }
     return withJava(-1, [&](JNIEnv* env) {
-        ScopedLocalRef<jbyteArray> bytes(env, env->NewByteArray(length));
+        const auto bytes = newByteArray(env, message, length);
         if (bytes.get() == nullptr) {
-            clearException(env);
             return -1;
         }
-        // Throws only when the region does not fit, and it is the whole array.
-        env->SetByteArrayRegion(bytes.get(), 0, length, reinterpret_cast<jbyte*>(message));
-        return callJava(env, gFields.onLnbSendDiseqcMessageID, -1, bytes.get());
+        return callJava(env, ::gFields.onLnbSendDiseqcMessageID, -1, bytes.get());
     });
 }
 
 void JNativeInnerFrontend::lnbClose() {
     withJava(0, [this](JNIEnv* env) {
-        gFields.onLnbCloseID.call(env, mObject);
+        ::gFields.onLnbCloseID.call(env, mObject);
         clearException(env);
         return 0;
     });

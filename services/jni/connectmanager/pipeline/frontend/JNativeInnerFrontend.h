@@ -7,19 +7,23 @@
 #include <utils/RefBase.h>
 
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
 
 namespace android {
 
-// Always held by sp. The constructor makes the Java object and opens it, the destructor closes it;
-// a peer whose construction stopped early has no Java object for good, and its operations fail
-// without calling Java.
+// Always held by sp. The constructor makes the Java object and opens it, the destructor closes it. A
+// peer whose construction stopped early has no Java object for good; its operations fail without
+// calling Java.
 //
 // Any thread may call any operation, several at once: nothing changes after construction. Each
-// opens a JniEnvOption scope, leaves no local reference and no Java exception behind, and returns
-// the Java method's int, or its failure value when there is no environment, no Java object, or an
-// exception: -1, for the LNB getters 0.
+// leaves no local reference and no Java exception behind. It returns the Java method's int, or its
+// failure value when there is no environment, no Java object, or an exception: -1, for the LNB
+// getters 0.
+//
+// To be minded: the destructor calls Java, on whichever thread drops the last reference, so no lock
+// is held there. Without an environment it cannot close the Java object, whose reference is then
+// lost.
 class JNativeInnerFrontend : public RefBase {
   public:
     explicit JNativeInnerFrontend(unsigned int h_pipeline);
@@ -50,9 +54,9 @@ class JNativeInnerFrontend : public RefBase {
     ~JNativeInnerFrontend() override;
 
   private:
-    // The platform's settings object for a request: a local reference, or null (logged), nothing
-    // pending.
-    jobject transMW2FrontendSettings(JNIEnv* env, const MW_FESETTING_T* pt_fesettings) const;
+    // The platform's settings object for a request; null (logged) when there is none.
+    ScopedLocalRef<jobject> transMW2FrontendSettings(JNIEnv* env,
+                                                     const MW_FESETTING_T* pt_fesettings) const;
 
     // Runs operation(env) in an environment scope; failure when there is no Java object or no
     // environment.
@@ -70,12 +74,15 @@ class JNativeInnerFrontend : public RefBase {
     int callJava(JNIEnv* env, const JavaMethod<jint(Args...)>& method, int failure,
                  Args... args) const;
 
-    // As callJava, for a method with an object result: a local reference, or null, nothing pending.
+    // As callJava, for a method with an object result; null when it throws.
     template <typename... Args>
-    jobject callForObject(JNIEnv* env, const JavaMethod<jobject(Args...)>& method,
-                          Args... args) const {
-        jobject result = method.call(env, mObject, args...);
-        return clearException(env) ? nullptr : result;
+    ScopedLocalRef<jobject> callForObject(JNIEnv* env, const JavaMethod<jobject(Args...)>& method,
+                                          Args... args) const {
+        ScopedLocalRef<jobject> result = method.call(env, mObject, args...);
+        if (clearException(env)) {
+            result.reset();
+        }
+        return result;
     }
 
     // The LNB setters and getters; format is the line that shows the value.

@@ -1,5 +1,5 @@
-// Scan and LNB events: from the Java side's natives to the one set of callbacks that the middleware
-// registered.
+// Scan, LNB and DiSEqC events: from the natives that Java calls to the one set of callbacks that the
+// middleware registered.
 
 #ifndef FRONTEND_EVENTS_H
 #define FRONTEND_EVENTS_H
@@ -8,10 +8,11 @@
 
 #include "mw/frontend.h"
 
-// Registers the natives of the two callback classes. Returns 0, or -1 (logged).
-int registerFrontendEventNatives(JNIEnv* env);
+// Register the natives of a callback class. Return 0 or -1.
+int registerScanNatives(JNIEnv* env);
+int registerLnbNatives(JNIEnv* env);
 
-// Store the middleware's callbacks, from any thread at any time. An event that arrives meanwhile
+// Store the middleware's callbacks, from any thread at any time. A scan event that arrives meanwhile
 // takes its callback and its tag from the same record.
 void setScanCallbacks(const FE_SCAN_CB_T& callbacks);
 void setLnbCallback(fe_lnb_nfy_fct callback);

@@ -1,15 +1,25 @@
-// What the frontend bridge knows of Java: the classes and methods that it calls. Filled once while
-// the library loads, and only read afterwards.
+// What the frontend side knows of Java, and how it logs. The tables are filled once while the library
+// loads, and only read afterwards. The filter side has a table named gFields of its own; this one is
+// ::gFields.
 
 #ifndef FRONTEND_JAVA_H
 #define FRONTEND_JAVA_H
 
 #include <jni.h>
 
+#include "log/halvorin_log.h"
 #include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 
-// The framework's frontend object, one per peer.
+constexpr FatalSite kFrontendSite = {
+    "ZYT_MW",
+    "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp"};
+
+#define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, kFrontendSite.tag, __VA_ARGS__)
+#define LOG_INFO(...) HALVORIN_LOG(::halvorin::kLogInfo, kFrontendSite.tag, __VA_ARGS__)
+#define LOG_ERROR(...) HALVORIN_LOG(::halvorin::kLogError, kFrontendSite.tag, __VA_ARGS__)
+
+// The framework's frontend object, one for each peer.
 struct FrontendFields {
     jclass frontendClazz;
     android::JavaConstructor<jobject> frontendConstructorID;
@@ -36,13 +46,8 @@ struct FrontendFields {
 };
 extern FrontendFields gFields;
 
-// Where this bridge's fatal assertions say they stand.
-constexpr FatalSite kFrontendSite = {
-    "ZYT_MW",
-    "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp"};
-
-// The settings classes and the status class; each binds its own table.
-void bindFrontendSettingsClasses(JNIEnv* env);
-void bindFrontendStatusClass(JNIEnv* env);
+// The platform's settings classes and its status class; each has a table of its own.
+void bindSettingsClasses(JNIEnv* env);
+void bindStatusClass(JNIEnv* env);
 
 #endif  // FRONTEND_JAVA_H

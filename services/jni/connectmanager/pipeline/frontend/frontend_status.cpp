@@ -1,15 +1,10 @@
 // The status query: the kinds that the middleware asks for, read one by one from the platform's
 // status object.
 
-#include <nativehelper/ScopedLocalRef.h>
-
 #include <cstring>
 
-#include "log/halvorin_log.h"
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
-
-#define LOG_TAG "ZYT_MW"
 
 namespace {
 
@@ -80,11 +75,8 @@ int32_t requestedType(const FE_STATUS_TYPE_E* pi4_type, int index) {
 }
 
 void catchException(JNIEnv* env, int32_t type) {
-    if (env->ExceptionCheck()) {
-        LOG_ERROR("getFrontendStatus, catch exception, type:%d", type);
-        env->ExceptionDescribe();
-        env->ExceptionClear();
-    }
+    android::clearException(
+        env, [type] { LOG_ERROR("getFrontendStatus, catch exception, type:%d", type); });
 }
 
 // Each reads one kind from the status object into its field; line shows it. The getter's exception
@@ -112,7 +104,7 @@ void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, co
 // the length.
 bool readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
               const char* line, int32_t* values, int32_t* lengthField) {
-    ScopedLocalRef<jintArray> list(env, getter.call(env, status));
+    const auto list = getter.call(env, status);
     if (list.get() == nullptr) {
         return false;
     }
@@ -157,7 +149,7 @@ void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festa
 
 }  // namespace
 
-void bindFrontendStatusClass(JNIEnv* env) {
+void bindStatusClass(JNIEnv* env) {
     android::bindJavaClass(env, "android/media/tv/tuner/frontend/FrontendStatus",
                            &gFrontendFields.frontendStatusClass, kGetters, kFrontendSite, __LINE__);
 }
@@ -200,8 +192,7 @@ int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t 
         }
         // Throws only when the region does not fit, and it is the whole array.
         env->SetIntArrayRegion(request.get(), 0, ui1_len, types);
-        ScopedLocalRef<jobject> status(
-            env, callForObject(env, gFields.onGetFrontendStatusId, request.get()));
+        const auto status = callForObject(env, ::gFields.onGetFrontendStatusId, request.get());
         if (status.get() == nullptr) {
             LOG_ERROR("getFrontendStatus, get frontend info is null.");
             return -1;

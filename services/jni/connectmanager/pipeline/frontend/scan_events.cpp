@@ -1,16 +1,12 @@
-#include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
-
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <iterator>
 #include <mutex>
 
-#include "log/halvorin_log.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
-#include "services/jni/connectmanager/pipeline/onload_pipeline.h"
-
-#define LOG_TAG "ZYT_MW"
+#include "services/jni/connectmanager/pipeline/frontend/array_elements.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
 
 namespace {
 
@@ -30,12 +26,11 @@ struct ScanCallback {
     std::atomic<fe_scan_value_nfy_fct> pf_hierarchy_nfy;
 };
 ScanCallback gScanCallback;
-// Counts the registrations, twice each: odd while one is being written.
+// Counts each registration twice, before and after: it is odd while the words are being written.
 std::atomic<uint32_t> gScanVersion;
-// Held by a registration, never by an event. Never destroyed, as every mutex of the library.
+// Held by a registration, never by an event. Like every mutex of the library it is never destroyed:
+// other threads may still be calling when the process ends.
 std::mutex& gScanRegistrationMutex = *new std::mutex();
-std::atomic<fe_lnb_nfy_fct> gLnbNotifyFct;
-std::atomic<fe_lnb_diseqc_nfy_fct> gLnbOnDiseqcMessageFct;
 
 template <typename Function>
 struct Registered {
@@ -43,8 +38,9 @@ struct Registered {
     void* pv_tag;
 };
 
-// A scan callback and the tag that was registered with it. Read without the version, a registration
-// in between could give the function of one record the object of the next.
+// A scan callback and the tag that was registered with it. They are read again when a registration
+// came between: otherwise the function of one record could be given the tag of the next, and the
+// middleware would take it for an object of its own.
 template <typename Function>
 Registered<Function> registered(const std::atomic<Function>& slot) {
     while (true) {
@@ -56,64 +52,8 @@ Registered<Function> registered(const std::atomic<Function>& slot) {
     }
 }
 
-template <typename Function>
-void* address(Function* function) {
-    return reinterpret_cast<void*>(function);
-}
-
-jint* takeElements(JNIEnv* env, jintArray array) {
-    return env->GetIntArrayElements(array, nullptr);
-}
-jbyte* takeElements(JNIEnv* env, jbyteArray array) {
-    return env->GetByteArrayElements(array, nullptr);
-}
-void releaseElements(JNIEnv* env, jintArray array, jint* elements) {
-    env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
-}
-void releaseElements(JNIEnv* env, jbyteArray array, jbyte* elements) {
-    env->ReleaseByteArrayElements(array, elements, JNI_ABORT);
-}
-
-// The elements of a Java array, for the length of one callback. Nothing is written back.
-template <typename Array, typename Element>
-class Elements {
-  public:
-    // length is what Java says that the array holds, 0 or more.
-    Elements(JNIEnv* env, Array array, jint length)
-        : mEnv(env), mArray(array), mRealLength(env->GetArrayLength(array)) {
-        mCount = std::min(length, mRealLength);
-        if (mCount == 0 && length > 0) {
-            return;
-        }
-        mElements = takeElements(env, array);
-        if (mElements == nullptr) {
-            android::clearException(env);
-        }
-    }
-    ~Elements() {
-        if (mElements != nullptr) {
-            releaseElements(mEnv, mArray, mElements);
-        }
-    }
-    Elements(const Elements&) = delete;
-    Elements& operator=(const Elements&) = delete;
-
-    // Null when they cannot be had, or when the array is empty and should not be.
-    const Element* get() const { return mElements; }
-    // Never more than there are.
-    jint count() const { return mCount; }
-    jint realLength() const { return mRealLength; }
-
-  private:
-    JNIEnv* mEnv;
-    Array mArray;
-    jint mRealLength;
-    jint mCount;
-    Element* mElements = nullptr;
-};
-
-// The three kinds of scan event. function is the native's name, with which every line begins; the
-// texts are the lines' formats.
+// The three kinds of scan event. function is the native's name, with which every line begins. The
+// texts are formats: reported for the first line, missing when no callback is registered.
 
 jint scanEvent(const char* function, const std::atomic<fe_scan_nfy_fct>& slot, const char* missing,
                jint pipeline) {
@@ -123,7 +63,8 @@ jint scanEvent(const char* function, const std::atomic<fe_scan_nfy_fct>& slot, c
         LOG_ERROR(missing, function);
         return -1;
     }
-    LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback.function), pipeline);
+    LOG_INFO("%s, callback: %p, handle: 0x%x", function, reinterpret_cast<void*>(callback.function),
+             pipeline);
     callback.function(static_cast<unsigned int>(pipeline), callback.pv_tag);
     return 0;
 }
@@ -136,14 +77,15 @@ jint scanValueEvent(const char* function, const std::atomic<fe_scan_value_nfy_fc
         LOG_ERROR(missing, function);
         return -1;
     }
-    LOG_INFO("%s, callback: %p, handle: 0x%x", function, address(callback.function), pipeline);
+    LOG_INFO("%s, callback: %p, handle: 0x%x", function, reinterpret_cast<void*>(callback.function),
+             pipeline);
     callback.function(static_cast<unsigned int>(pipeline), value, callback.pv_tag);
     return 0;
 }
 
-// Formats that show less than they are given end early: reported takes the function, the pipeline
-// and the length; delivered the function, the callback, the pipeline, the first element and the
-// array's real length.
+// noArray is for a list that cannot be used, delivered for the line before the callback. Some formats
+// end before the last values that they are given: reported gets the length, delivered gets the first
+// element and the array's real length.
 jint scanListEvent(const char* function, const std::atomic<fe_scan_list_nfy_fct>& slot,
                    const char* reported, const char* missing, const char* noArray,
                    const char* delivered, JNIEnv* env, jint pipeline, jintArray values,
@@ -158,20 +100,19 @@ jint scanListEvent(const char* function, const std::atomic<fe_scan_list_nfy_fct>
         LOG_ERROR(noArray, function);
         return -1;
     }
-    const Elements<jintArray, jint> elements(env, values, length);
+    const ArrayElements<jintArray, jint> elements(env, values, length);
     if (elements.get() == nullptr) {
         LOG_ERROR(noArray, function);
         return -1;
     }
-    LOG_INFO(delivered, function, address(callback.function), pipeline, elements.get()[0],
-             elements.realLength());
+    LOG_INFO(delivered, function, reinterpret_cast<void*>(callback.function), pipeline,
+             elements.get()[0], elements.realLength());
     callback.function(static_cast<unsigned int>(pipeline), elements.get(), elements.count(),
                       callback.pv_tag);
     return 0;
 }
 
-// The natives. They run on the Java thread that calls them, and their names begin every line that
-// they log.
+// The natives. They run on the Java thread that calls them.
 
 jint com_halvorin_tv_velmora_scan_callback_locked(JNIEnv*, jobject, jint pipeline) {
     return scanEvent(__func__, gScanCallback.pf_locked_nfy,
@@ -256,40 +197,6 @@ jint com_halvorin_tv_velmora_scan_callback_signal_type(JNIEnv*, jobject, jint pi
     return 0;
 }
 
-jint com_halvorin_tv_velmora_lnb_event_notify(JNIEnv*, jobject, jint pipeline, jint type) {
-    LOG_INFO("%s, pipeline: 0x%x, type: %d", __func__, pipeline, type);
-    const fe_lnb_nfy_fct callback = gLnbNotifyFct;
-    if (callback == nullptr) {
-        LOG_ERROR("%s, lnb notify is null.", __func__);
-        return -1;
-    }
-    LOG_INFO("%s, callback: %p, pipeline: 0x%x", __func__, address(callback), pipeline);
-    callback(static_cast<unsigned int>(pipeline), type);
-    return 0;
-}
-
-jint com_halvorin_tv_velmora_lnb_onDiseqcMessage(JNIEnv* env, jobject, jint pipeline,
-                                                 jbyteArray message, jint length) {
-    LOG_INFO("%s, pipeline: 0x%x, msgLength: %d", __func__, pipeline, length);
-    const fe_lnb_diseqc_nfy_fct callback = gLnbOnDiseqcMessageFct;
-    if (callback == nullptr) {
-        LOG_ERROR("%s, gLnbOnDiseqcMessageFct is null.", __func__);
-        return -1;
-    }
-    if (message == nullptr || length < 0) {
-        LOG_ERROR("%s, message Array is null.", __func__);
-        return -1;
-    }
-    LOG_INFO("%s, callback: %p, handle: 0x%x", __func__, address(callback), pipeline);
-    const Elements<jbyteArray, jbyte> bytes(env, message, length);
-    if (bytes.get() == nullptr) {
-        LOG_ERROR("%s, message Array is null.", __func__);
-        return -1;
-    }
-    callback(static_cast<unsigned int>(pipeline), bytes.get(), bytes.count());
-    return 0;
-}
-
 const JNINativeMethod kScanNatives[] = {
     NATIVE_METHOD("notifyScanOnLocked", "(I)I", com_halvorin_tv_velmora_scan_callback_locked),
     NATIVE_METHOD("notifyScanOnScanStopped", "(I)I", com_halvorin_tv_velmora_scan_callback_stopped),
@@ -314,27 +221,12 @@ const JNINativeMethod kScanNatives[] = {
                   com_halvorin_tv_velmora_scan_callback_signal_type),
 };
 
-const JNINativeMethod kLnbNatives[] = {
-    NATIVE_METHOD("notifyLnbEvent", "(II)I", com_halvorin_tv_velmora_lnb_event_notify),
-    NATIVE_METHOD("onDiseqcMessage", "(I[BI)I", com_halvorin_tv_velmora_lnb_onDiseqcMessage),
-};
-
 }  // namespace
 
-int registerFrontendEventNatives(JNIEnv* env) {
-    if (registerNativeMethods(
-            env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerScanCallback",
-            kScanNatives, std::size(kScanNatives)) != 0) {
-        LOG_ERROR("Failed to register resource scan callback native methods");
-        return -1;
-    }
-    if (registerNativeMethods(
-            env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerLnbCallback",
-            kLnbNatives, std::size(kLnbNatives)) != 0) {
-        LOG_ERROR("Failed to register lnb callback native methods");
-        return -1;
-    }
-    return 0;
+int registerScanNatives(JNIEnv* env) {
+    return registerNativeMethods(
+        env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerScanCallback",
+        kScanNatives, std::size(kScanNatives));
 }
 
 void setScanCallbacks(const FE_SCAN_CB_T& callbacks) {
@@ -355,15 +247,7 @@ void setScanCallbacks(const FE_SCAN_CB_T& callbacks) {
         gScanCallback.pf_hierarchy_nfy = callbacks.pf_hierarchy_nfy;
         ++gScanVersion;
     }
-    LOG_INFO("[locked][ds]: %p", address(callbacks.pf_locked_nfy));
-    LOG_INFO("[stopped][ds]: %p", address(callbacks.pf_stopped_nfy));
-    LOG_INFO("[progress][ds]: %p", address(callbacks.pf_progress_nfy));
-}
-
-void setLnbCallback(fe_lnb_nfy_fct callback) {
-    gLnbNotifyFct = callback;
-}
-
-void setDiseqcCallback(fe_lnb_diseqc_nfy_fct callback) {
-    gLnbOnDiseqcMessageFct = callback;
+    LOG_INFO("[locked][ds]: %p", reinterpret_cast<void*>(callbacks.pf_locked_nfy));
+    LOG_INFO("[stopped][ds]: %p", reinterpret_cast<void*>(callbacks.pf_stopped_nfy));
+    LOG_INFO("[progress][ds]: %p", reinterpret_cast<void*>(callbacks.pf_progress_nfy));
 }

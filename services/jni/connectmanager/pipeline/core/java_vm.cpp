@@ -1,12 +1,13 @@
-#include "services/jni/connectmanager/pipeline/core/JniEnvOption.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
 
-#include "services/jni/connectmanager/pipeline/onload_pipeline.h"
+JavaVM* g_velmora_javaVM = nullptr;
 
 namespace android {
 
 namespace {
 
-// Becomes whichever of the two pointers the declaration asks for.
+// A device declares AttachCurrentThread with a JNIEnv**, OpenJDK with a void**. This becomes either,
+// so that the same source compiles with both.
 struct EnvAddress {
     JNIEnv** env;
     operator JNIEnv**() const { return env; }
@@ -16,6 +17,7 @@ struct EnvAddress {
 }  // namespace
 
 jint attachCurrentThread(JavaVM* vm, JNIEnv** env) {
+    *env = nullptr;
     return vm->AttachCurrentThread(EnvAddress{env}, nullptr);
 }
 
@@ -29,10 +31,9 @@ JniEnvOption::JniEnvOption() {
         mEnv = static_cast<JNIEnv*>(env);
         return;
     }
-    JNIEnv* attached = nullptr;
-    if (attachCurrentThread(vm, &attached) == JNI_OK && attached != nullptr) {
-        mEnv = attached;
-        mAttached = true;
+    mAttached = attachCurrentThread(vm, &mEnv) == JNI_OK && mEnv != nullptr;
+    if (!mAttached) {
+        mEnv = nullptr;
     }
 }
 
