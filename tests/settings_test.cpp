@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "mw/frontend.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 namespace {
 
@@ -115,7 +115,7 @@ TEST_F(SettingsTest, IsdbtTakesItsAreaFromTheFrontend) {
     EXPECT_NE(std::string::npos, translate(settings).find("serviceAreaId=91"));
     desk::scriptReturns("onGetServiceAreaCode", -1);
     EXPECT_EQ("", translate(settings));
-    desk::script("throwsException", "onGetServiceAreaCode");
+    desk::scriptThrows("onGetServiceAreaCode");
     EXPECT_EQ("", translate(settings));
 }
 
@@ -204,7 +204,7 @@ TEST_F(SettingsTest, ReadbackWritesOnlyWhatItNames) {
         const std::string name = readback.settings != nullptr
                                      ? std::string("android.media.tv.tuner.frontend.") +
                                            readback.settings + "FrontendSettings"
-                                     : "desk.OtherFrontendSettings";
+                                     : "tests.OtherFrontendSettings";
         const jclass clazz = desk::findClass(name);
         jvalue other[2];
         other[0].i = readback.type;
@@ -212,7 +212,7 @@ TEST_F(SettingsTest, ReadbackWritesOnlyWhatItNames) {
         const jobject object = desk::env()->NewObjectA(
             clazz, desk::env()->GetMethodID(clazz, "<init>", readback.constructor),
             readback.settings != nullptr ? arguments : other);
-        desk::scriptAnswer("onGetFrontendSetting", object);
+        desk::scriptReturns("onGetFrontendSetting", object);
         MW_FESETTING_T expected;
         memset(&expected, 0xc3, sizeof(expected));
         MW_FESETTING_T record = expected;
@@ -247,13 +247,11 @@ TEST_F(SettingsTest, ReadbackThatFailsLeavesTheRecord) {
               desk::takeLog());
     EXPECT_EQ(-1, read(&record));
     EXPECT_EQ("E getFrontendSetting, frontend settings is null.", desk::takeLog()[0]);
-    desk::script("throwsException", "onGetFrontendSetting");
+    desk::scriptThrows("onGetFrontendSetting");
     EXPECT_EQ(-1, read(&record));
-    const jclass clazz = desk::findClass("desk.OtherFrontendSettings");
-    desk::scriptAnswer(
-        "onGetFrontendSetting",
-        desk::env()->NewObject(clazz, desk::env()->GetMethodID(clazz, "<init>", "(II)V"), 3, 4));
-    desk::script("throwsException", "getType");
+    desk::scriptReturns("onGetFrontendSetting",
+                        desk::newObject("tests.OtherFrontendSettings", 3, 4));
+    desk::scriptThrows("getType");
     EXPECT_EQ(-1, read(&record));
     EXPECT_EQ(0, memcmp(&before, &record, sizeof(record)));
 }

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "mw/frontend.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 namespace {
 
@@ -57,10 +57,9 @@ class StatusTest : public desk::BridgeTest {
         BridgeTest::SetUp();
         mPipeline = std::make_unique<desk::Pipeline>();
         bridge([&] { return x_native_frontend_require_tuner(mPipeline->handle()); });
-        const jclass clazz = desk::findClass("android.media.tv.tuner.frontend.FrontendStatus");
-        mStatus = desk::env()->NewObject(clazz, desk::env()->GetMethodID(clazz, "<init>", "()V"));
+        mStatus = desk::newObject("android.media.tv.tuner.frontend.FrontendStatus");
         ASSERT_NE(nullptr, mStatus);
-        desk::scriptAnswer("onGetFrontendStatus", mStatus);
+        desk::scriptReturns("onGetFrontendStatus", mStatus);
         desk::takeCalls();
         mRecord.fill(0xa5);
     }
@@ -84,13 +83,11 @@ class StatusTest : public desk::BridgeTest {
     }
 
     void answerList(const char* getter, int length) {
-        const jintArray list = desk::env()->NewIntArray(length);
-        for (jint i = 0; i < length; ++i) {
-            const jint value = 100 + i;
-            desk::env()->SetIntArrayRegion(list, i, 1, &value);
+        std::vector<jint> values;
+        for (int i = 0; i < length; ++i) {
+            values.push_back(100 + i);
         }
-        desk::scriptAnswer(getter, list);
-        desk::env()->DeleteLocalRef(list);
+        desk::scriptReturns(getter, desk::newArray(values));
     }
 
     std::unique_ptr<desk::Pipeline> mPipeline;
@@ -105,22 +102,17 @@ TEST_F(StatusTest, EachKindIsStoredInItsFieldAndNowhereElse) {
         Record expected = mRecord;
         switch (kind.result) {
             case 'Z':
-                desk::script("returnsTrue", kind.getter);
+                desk::scriptReturns(kind.getter, true);
                 put(expected, kind.offset, 1, 1);
                 break;
             case 'I':
                 desk::scriptReturns(kind.getter, -1000 - kind.type);
                 put(expected, kind.offset, -1000 - kind.type, 4);
                 break;
-            case 'J': {
-                const jclass box = desk::env()->FindClass("java/lang/Long");
-                desk::scriptAnswer(
-                    kind.getter,
-                    desk::env()->NewObject(box, desk::env()->GetMethodID(box, "<init>", "(J)V"),
-                                           INT64_C(0x123456789abcdef0)));
+            case 'J':
+                desk::scriptReturns(kind.getter, INT64_C(0x123456789abcdef0));
                 put(expected, kind.offset, INT64_C(0x123456789abcdef0), 8);
                 break;
-            }
             default:
                 answerList(kind.getter, 2);
                 put(expected, kind.offset, 100, 4);
@@ -150,7 +142,7 @@ TEST_F(StatusTest, ListsOfUpToNineAreCopied) {
         const Record untouched = mRecord;
         desk::failCall(Call::kGetIntArrayElements, 1, Failure::kThrows);
         EXPECT_EQ(0, query({kind.type}));
-        desk::scriptAnswer(kind.getter, nullptr);
+        desk::scriptReturns(kind.getter, nullptr);
         EXPECT_EQ(0, query({kind.type}));
         EXPECT_EQ(untouched, mRecord);
     }
@@ -158,7 +150,7 @@ TEST_F(StatusTest, ListsOfUpToNineAreCopied) {
 
 TEST_F(StatusTest, RequestsReachJavaInOrderWithTheirFlaws) {
     desk::setLogLevel("D");
-    desk::script("returnsTrue", "isDemodLocked");
+    desk::scriptReturns("isDemodLocked", true);
     desk::scriptReturns("getSnr", 7);
     Record expected = mRecord;
     put(expected, 0, 1, 1);
@@ -184,7 +176,7 @@ TEST_F(StatusTest, GetterThatThrowsLeavesZeroAndTheQueryGoesOn) {
         SCOPED_TRACE(kind.getter);
         mRecord.fill(0xa5);
         Record expected = mRecord;
-        desk::script("throwsException", kind.getter);
+        desk::scriptThrows(kind.getter);
         desk::scriptReturns("getSnr", 9);
         if (kind.result != '[') {
             put(expected, kind.offset, 0, kind.result == 'Z' ? 1 : kind.result == 'I' ? 4 : 8);
@@ -212,15 +204,15 @@ TEST_F(StatusTest, RefusedQueriesWriteNothing) {
     EXPECT_EQ("E getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.", desk::takeLog()[0]);
     EXPECT_EQ("", desk::takeCalls());
     desk::takeLog();
-    desk::scriptAnswer("onGetFrontendStatus", nullptr);
+    desk::scriptReturns("onGetFrontendStatus", nullptr);
     EXPECT_EQ(-1, query({1}));
     EXPECT_EQ((Lines{"E getFrontendStatus, get frontend info is null.",
                      "E x_native_frontend_get_frontend_status, fail: -1."}),
               desk::takeLog());
-    desk::script("throwsException", "onGetFrontendStatus");
+    desk::scriptThrows("onGetFrontendStatus");
     EXPECT_EQ(-1, query({1}));
     EXPECT_EQ(untouched, mRecord);
-    desk::scriptAnswer("onGetFrontendStatus", mStatus);
+    desk::scriptReturns("onGetFrontendStatus", mStatus);
     EXPECT_EQ(0, query(std::vector<int32_t>(34, 1)));
 }
 

@@ -14,7 +14,7 @@
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/fuzz/oracle.h"
-#include "tests/vm.h"
+#include "tests/watch.h"
 
 namespace {
 
@@ -23,9 +23,6 @@ using fuzz::Answers;
 using fuzz::Bytes;
 using fuzz::Expected;
 
-jclass gModel;  // global reference
-jmethodID gSetAnswers;
-jmethodID gTakeCalls;
 uint32_t gPipeline;
 uint32_t gFilter;
 FILE* gReport;  // the error stream, also when the fuzzer has closed it for everybody else
@@ -112,29 +109,20 @@ void noException(const char* where) {
 }
 
 std::string takeCalls() {
-    JNIEnv* env = desk::env();
-    const auto calls = static_cast<jstring>(env->CallStaticObjectMethod(gModel, gTakeCalls));
-    noException("in the Java model");
-    const char* chars = env->GetStringUTFChars(calls, nullptr);
-    const std::string result = chars;
-    env->ReleaseStringUTFChars(calls, chars);
-    return result;
+    return desk::callStatic<std::string>("tests.FuzzModel", "takeCalls");
 }
 
 // Calls the bridge and compares calls and result.
 template <typename Call>
 void check(const Expected& expected, const Answers& answers, const Call& call) {
-    JNIEnv* env = desk::env();
-    env->PushLocalFrame(8);
-    env->CallStaticVoidMethod(gModel, gSetAnswers, env->NewStringUTF(text(answers).c_str()));
-    noException("in the Java model");
-    const desk::Books before = desk::books();
+    const desk::LocalFrame frame;
+    desk::callStatic("tests.FuzzModel", "answers", text(answers));
+    const desk::ResourceCounts before = desk::resourceCounts();
     const int result = desk::bridge(call);
     noException("left by the bridge");
     compare("calls", expected.calls, takeCalls());
     compare("result", std::to_string(expected.result), std::to_string(result));
-    compare("books", text(before), text(desk::books()));
-    env->PopLocalFrame(nullptr);
+    compare("resource counts", text(before), text(desk::resourceCounts()));
 }
 
 // Bits of an entry's first byte.
@@ -311,16 +299,12 @@ extern "C" const char* __ubsan_default_options() {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     gReport = fdopen(dup(STDERR_FILENO), "w");
-    JNIEnv* env = desk::startVm();
+    desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
     if (!desk::loadLibrary()) {
         abort();
     }
-    env->PushLocalFrame(16);
-    gModel = static_cast<jclass>(env->NewGlobalRef(desk::findClass("desk.FuzzModel")));
-    gSetAnswers = env->GetStaticMethodID(gModel, "answers", "(Ljava/lang/String;)V");
-    gTakeCalls = env->GetStaticMethodID(gModel, "takeCalls", "()Ljava/lang/String;");
-    env->CallStaticVoidMethod(gModel, env->GetStaticMethodID(gModel, "start", "()V"));
-    noException("in the Java model");
+    const desk::LocalFrame frame;
+    desk::callStatic("tests.FuzzModel", "start");
     gPipeline = (new desk::Pipeline())->handle();
     x_native_frontend_require_tuner(gPipeline);
     FLT_EVT_CB_T event = {};
@@ -328,7 +312,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
         abort();
     }
     takeCalls();
-    env->PopLocalFrame(nullptr);
     return 0;
 }
 

@@ -25,7 +25,7 @@ using Answers = std::map<std::string, Answer>;
 
 struct Expected {
     int result = -1;
-    std::string calls;  // a line each, as desk.FuzzModel writes them
+    std::string calls;  // a line each, as tests.FuzzModel writes them
 };
 
 constexpr size_t kSettingsSize = 72;

@@ -1,7 +1,9 @@
-package desk;
+package tests;
 
 import android.media.tv.tuner.frontend.FrontendSettings;
 import android.media.tv.tuner.frontend.FrontendStatus;
+import desk.Device;
+import desk.DeviceModel;
 import java.io.OutputStream;
 import java.io.PrintStream;
 import java.util.Arrays;

@@ -1,4 +1,4 @@
-package desk;
+package tests;
 
 import android.media.tv.tuner.frontend.FrontendSettings;
 
