@@ -21,13 +21,14 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
 
 namespace {
 
 using desk::Call;
+using desk::Event;
 using desk::Failure;
 
 // --- The functions ---
@@ -147,55 +148,44 @@ Function ofFilter(const char* name, const std::function<int(uint32_t)>& call, in
             undoFilter,    success};
 }
 
-int gHeard;  // events that reached the middleware
-
 // A filter's native: -1 when its event did not reach the middleware.
 template <typename... Args>
-Function filterNative(const char* name, const char* event, const char* signature, Args... args) {
-    Function function = ofFilter(name, [=](uint32_t hfilter) {
-        gHeard = 0;
-        desk::event(event, signature, static_cast<jint>(hfilter), args...);
-        return gHeard == 1 ? 0 : -1;
+Function filterNative(Event event, Args... args) {
+    Function function = ofFilter(desk::methodOf(event), [=](uint32_t hfilter) {
+        desk::takeHeard();
+        desk::report(event, hfilter, args...);
+        return desk::takeHeard() == 1 ? 0 : -1;
     });
     function.onlyAttached = true;
     return function;
 }
 
-// A native of the frontend's callback classes; event is one of desk.Events.
-Function frontendNative(const char* name, const std::function<int(jint pipeline)>& event) {
+// A native of the frontend's callback classes.
+template <typename... Args>
+Function frontendNative(Event event, Args... args) {
     Function function = {
-        name, Side::kFrontend, nothing,
-        [event](Stage& stage) { return event(static_cast<jint>(stage.h_pipeline)); }, nothing};
+        desk::methodOf(event), Side::kFrontend, nothing,
+        [=](Stage& stage) { return desk::report(event, stage.h_pipeline, args...); }, nothing};
     function.onlyAttached = true;
     return function;
 }
-Function scanNative(const char* name, int event) {
-    return frontendNative(
-        name, [event](jint pipeline) { return desk::event("scan", "(III)I", event, pipeline, 7); });
-}
-Function listNative(const char* name, int event) {
-    return frontendNative(name, [event](jint pipeline) {
-        const desk::Watch notTheLibrary(false);
-        const jintArray values = desk::env()->NewIntArray(2);
-        const int result = desk::event("scanList", "(II[II)I", event, pipeline, values, 2);
-        desk::env()->DeleteLocalRef(values);
-        return result;
-    });
-}
-
-jclass gReload;
-int gLoaded;
-
-jint JNICALL onLoad(JNIEnv*, jclass) {
-    gLoaded = desk::bridge([] { return JNI_OnLoad(desk::watchedVm(), nullptr); });
-    return gLoaded;
+template <typename Element>
+Function listNative(Event event) {
+    Function function = {desk::methodOf(event), Side::kFrontend, nothing,
+                         [=](Stage& stage) {
+                             const desk::LocalFrame frame;
+                             return desk::report(event, stage.h_pipeline,
+                                                 desk::newArray(std::vector<Element>(2)), 2);
+                         },
+                         nothing};
+    function.onlyAttached = true;
+    return function;
 }
 
-// The library's load entry needs a Java frame above it: from there it finds the classes.
+// The library's load entry needs a Java method above it: from there it finds the classes.
 int load(Stage&) {
-    const jmethodID id = desk::env()->GetStaticMethodID(gReload, "onLoad", "()I");
-    desk::env()->CallStaticIntMethod(gReload, id);
-    return gLoaded;
+    return desk::callFromJava(
+        [] { return desk::bridge([] { return JNI_OnLoad(desk::watchedVm(), nullptr); }); });
 }
 
 std::vector<Function> functions() {
@@ -333,31 +323,23 @@ std::vector<Function> functions() {
          -1,
          {{Call::kGetEnv, nullptr, 0}, {Call::kCallVoidMethod, "release", 0}}},
 
-        filterNative("nativeFilterSectionEvent", "section", "(IIIII)V", 1, 2, 3, 4),
-        filterNative("nativeFilterRestartEvent", "restart", "(II)V", 1),
-        filterNative("nativeFilterStatusChanged", "status", "(II)V", 1),
-        scanNative("notifyScanOnLocked", 0),
-        scanNative("notifyScanOnScanStopped", 1),
-        scanNative("notifyScanOnProgress", 2),
-        listNative("notifyScanOnFrequenciesReport", 3),
-        listNative("notifyScanOnSymbolRates", 4),
-        listNative("notifyScanOnPlpIds", 5),
-        listNative("notifyScanOnGroupIds", 6),
-        listNative("notifyScanOnInputStreamIds", 7),
-        scanNative("notifyScanOnDvbsStandard", 8),
-        scanNative("notifyScanOnDvbtStandard", 9),
-        scanNative("notifyScanOnHierarchy", 10),
-        scanNative("notifyScanOnSignalType", 11),
-        frontendNative("notifyLnbEvent",
-                       [](jint pipeline) { return desk::event("lnb", "(II)I", pipeline, 1); }),
-        frontendNative("onDiseqcMessage",
-                       [](jint pipeline) {
-                           const desk::Watch notTheLibrary(false);
-                           const jbyteArray bytes = desk::env()->NewByteArray(2);
-                           const int result = desk::event("diseqc", "(I[BI)I", pipeline, bytes, 2);
-                           desk::env()->DeleteLocalRef(bytes);
-                           return result;
-                       }),
+        filterNative(Event::kSection, 1, 2, 3, 4),
+        filterNative(Event::kRestart, 1),
+        filterNative(Event::kFilterStatus, 1),
+        frontendNative(Event::kLocked),
+        frontendNative(Event::kStopped),
+        frontendNative(Event::kProgress, 7),
+        listNative<jint>(Event::kFrequencies),
+        listNative<jint>(Event::kSymbolRates),
+        listNative<jint>(Event::kPlpIds),
+        listNative<jint>(Event::kGroupIds),
+        listNative<jint>(Event::kStreamIds),
+        frontendNative(Event::kDvbsStandard, 7),
+        frontendNative(Event::kDvbtStandard, 7),
+        frontendNative(Event::kHierarchy, 7),
+        frontendNative(Event::kSignalType, 7),
+        frontendNative(Event::kLnb, 7),
+        listNative<jbyte>(Event::kDiseqc),
     };
 }
 
@@ -417,7 +399,7 @@ bool runOnThread(bool attached, const std::function<int()>& call,
     return run->changed.wait_for(lock, std::chrono::seconds(120), [&] { return run->ended; });
 }
 
-// --- The sweep ---
+// --- Every fault of one function ---
 
 // Which of the classes that a load looks up is that of the filter's natives.
 constexpr int kFilterCallbackClass = 14;
@@ -477,12 +459,12 @@ int expectedResult(const Function& function, const Fault& fault) {
     if (const Outcome* outcome = outcomeOf(function, fault); outcome != nullptr) {
         return outcome->result;
     }
-    const bool borne =
+    const bool tolerated =
         call == Call::kHandleFree || call == Call::kSemaUnlock || call == Call::kSemaDelete ||
         call == Call::kDetach ||
         // the thread is attached then
         (call == Call::kGetEnv && fault.failure == Failure::kNull && function.side != Side::kLoad);
-    return borne ? function.success : function.failure;
+    return tolerated ? function.success : function.failure;
 }
 
 class FaultsTest : public desk::BridgeTest {
@@ -493,62 +475,31 @@ class FaultsTest : public desk::BridgeTest {
         mPipeline = std::make_unique<desk::Pipeline>();
         mStage.h_pipeline = mPipeline->handle();
         answer();
-        registerCallbacks();
-        gReload = desk::findClass("desk.Reload");
-        const JNINativeMethod native = {const_cast<char*>("onLoad"), const_cast<char*>("()I"),
-                                        reinterpret_cast<void*>(onLoad)};
-        desk::env()->RegisterNatives(gReload, &native, 1);
-        gReload = static_cast<jclass>(desk::env()->NewGlobalRef(gReload));
+        desk::registerCountingCallbacks(mStage.h_pipeline);
     }
 
     void TearDown() override {
-        desk::env()->DeleteGlobalRef(gReload);
         desk_log_set_fatal_handler(nullptr);
         mPipeline.reset();
-        // The books were compared after every fault. What stays is held by the threads whose fatal
+        // The counts were compared after every fault. What stays is held by the threads whose fatal
         // assertion would have ended the process, and the classes that a load keeps.
-        mBooks = desk::books();
+        mCounts = desk::resourceCounts();
         BridgeTest::TearDown();
     }
 
     static void answer() {
-        JNIEnv* env = desk::env();
         for (const char* method : {"onGetVoltage", "onGetTone", "onGetSatellitePosition"}) {
             desk::scriptReturns(method, 5);
         }
         desk::scriptReturns("onRead", 9);
-        const jclass status = desk::findClass("android.media.tv.tuner.frontend.FrontendStatus");
-        desk::scriptAnswer("onGetFrontendStatus",
-                           env->NewObject(status, env->GetMethodID(status, "<init>", "()V")));
+        desk::scriptReturns("onGetFrontendStatus",
+                            desk::newObject("android.media.tv.tuner.frontend.FrontendStatus"));
         for (const char* list : {"getExtendedModulations", "getCodeRates"}) {
-            desk::scriptAnswer(list, env->NewIntArray(2));
+            desk::scriptReturns(list, desk::newArray(std::vector<jint>(2)));
         }
-        const jclass dvbt = desk::findClass("android.media.tv.tuner.frontend.DvbtFrontendSettings");
-        const jvalue zeros[14] = {};
-        desk::scriptAnswer(
-            "onGetFrontendSetting",
-            env->NewObjectA(dvbt, env->GetMethodID(dvbt, "<init>", "(IIIIIIIIZIZIII)V"), zeros));
-    }
-
-    void registerCallbacks() {
-        x_velmora_filter_register_section_callback(
-            [](uint32_t, FLT_EVT_CB_T*, FLT_EVT_DATA_T*, void*) { ++gHeard; });
-        x_velmora_filter_register_filter_status_callback(
-            [](uint32_t, FLT_EVT_CB_T*, int32_t, void*) { ++gHeard; });
-        FE_SCAN_CB_T scan = {};
-        scan.pf_locked_nfy = scan.pf_stopped_nfy = [](unsigned int, void*) { return 0; };
-        scan.pf_progress_nfy = scan.pf_dvbs_standard_nfy = scan.pf_dvbt_standard_nfy =
-            scan.pf_hierarchy_nfy = [](unsigned int, int32_t, void*) { return 0; };
-        scan.pf_freq_report_nfy = scan.pf_symbol_rate_nfy = scan.pf_plp_id_nfy =
-            scan.pf_group_id_nfy = scan.pf_stream_id_nfy =
-                [](unsigned int, const int32_t*, int32_t, void*) { return 0; };
-        x_native_frontend_register_scan_callback(&scan);
-        desk::bridge([&] { requireTuner(mStage); });
-        x_native_frontend_register_lnb_callback(mStage.h_pipeline,
-                                                [](unsigned int, int32_t) { return 0; });
-        x_native_frontend_register_lnb_DiseqcMessage_callback(
-            mStage.h_pipeline, [](unsigned int, const int8_t*, int32_t) { return 0; });
-        desk::bridge([&] { closeTuner(mStage); });
+        desk::scriptReturns("onGetFrontendSetting",
+                            desk::newObject("android.media.tv.tuner.frontend.DvbtFrontendSettings",
+                                            0, 0, 0, 0, 0, 0, 0, 0, false, 0, false, 0, 0, 0));
     }
 
     std::shared_ptr<Attempt> run(const Function& function, bool attached) {
@@ -568,7 +519,7 @@ class FaultsTest : public desk::BridgeTest {
         desk::bridge([&] { function.undo(mStage); });
     }
 
-    void sweep(const Function& function, bool attached) {
+    void tryFaults(const Function& function, bool attached) {
         prepare(function);
         desk::record();
         EXPECT_EQ(function.success, run(function, attached)->result);
@@ -595,7 +546,7 @@ class FaultsTest : public desk::BridgeTest {
     }
 
     void tryFault(const Function& function, bool attached, size_t point, const Fault& fault) {
-        desk::Books expected = desk::books();
+        desk::ResourceCounts expected = desk::resourceCounts();
         prepare(function);
         memset(mStage.output, 0xa5, sizeof(mStage.output));
         desk::recordAndFail(point, fault.failure);
@@ -625,7 +576,7 @@ class FaultsTest : public desk::BridgeTest {
         if (faulty->fatal) {
             return;
         }
-        desk::Books actual = desk::books();
+        desk::ResourceCounts actual = desk::resourceCounts();
         if (function.side == Side::kLoad) {
             actual.globalRefs = expected.globalRefs;  // of classes, kept as long as the process
         } else if (isOfEnvironment(fault.point.call) &&
@@ -658,12 +609,12 @@ class FaultsTest : public desk::BridgeTest {
     std::set<std::string> mReports;  // of missing classes and methods
 };
 
-TEST_F(FaultsTest, EveryFaultOfEveryFunctionIsBorne) {
+TEST_F(FaultsTest, EveryFaultOfEveryFunctionIsTolerated) {
     const std::vector<Function> all = functions();
     for (const Function& function : all) {
-        sweep(function, true);
+        tryFaults(function, true);
         if (!function.onlyAttached) {
-            sweep(function, false);
+            tryFaults(function, false);
         }
     }
     std::cout << "faults tried: " << mFaults << " in " << all.size() << " functions; " << mFatal

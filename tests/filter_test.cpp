@@ -15,12 +15,13 @@
 #include <thread>
 
 #include "mw/basic_services.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 namespace {
 
 using desk::bridge;
 using desk::Call;
+using desk::Event;
 using desk::Failure;
 using Lines = std::vector<std::string>;
 
@@ -107,7 +108,7 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             ")\n"
             "ZytTvInnerFilter#1.onOpenFilter(1, 2, 78187493530, ZytTvInnerFilterCallbackThread#1)",
         desk::takeCalls());
-    EXPECT_EQ(3, desk::books().globalRefs);
+    EXPECT_EQ(3, desk::resourceCounts().globalRefs);
     for (const int result : {0, 5}) {
         for (const char* method : {"onStart", "onStop", "onFlush", "onSetSectionConfig"}) {
             desk::scriptReturns(method, result);
@@ -149,23 +150,17 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
     EXPECT_EQ(-1, deletions[0]) << "deleted in a row";
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
     EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(nullptr));
-    desk::script("throwsException", "ZytTvInnerFilterCallbackThread.<init>");
+    desk::scriptThrows("ZytTvInnerFilterCallbackThread.<init>");
     EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
 }
 
 TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     const uint32_t h = opened();
-    const jbyteArray section = desk::env()->NewByteArray(4096);
     std::vector<jbyte> bytes(4096);
     for (size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<jbyte>(i * 7);
     }
-    desk::env()->SetByteArrayRegion(section, 0, 4096, bytes.data());
-    desk::scriptAnswer("onRead", nullptr);
-    const jclass model = desk::findClass("desk.ScriptedModel");
-    desk::env()->CallStaticVoidMethod(
-        model, desk::env()->GetStaticMethodID(model, "section", "([B)V"), section);
-    ASSERT_FALSE(desk::env()->ExceptionCheck());
+    desk::scriptSection(bytes);
     struct Case {
         int64_t size;
         int result;
@@ -231,11 +226,11 @@ const FailingStep kFailingSteps[] = {
      "mj_sectionarr failed."},
     {"object", [] { desk::failCall(Call::kNewObject, 1, Failure::kNull); }, -1, 0,
      "mObject failed."},
-    {"constructor throws", [] { desk::script("throwsException", "ZytTvInnerFilter.<init>"); }, -1,
-     0, "nativeOpen fail: -1"},
+    {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, -1, 0,
+     "nativeOpen fail: -1"},
     {"refused",
      [] {
-         desk::scriptAnswer("ZytTvInnerFilter.<init>", nullptr);
+         desk::scriptReturns("ZytTvInnerFilter.<init>", nullptr);
          desk::scriptReturns("onOpenFilter", 3);
      },
      -1, 0, "nativeOpen fail: 3"},
@@ -256,7 +251,7 @@ std::string givenBack(const std::vector<desk::Point>& calls) {
 TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
     for (const FailingStep& step : kFailingSteps) {
         SCOPED_TRACE(step.name);
-        const desk::Books before = desk::books();
+        const desk::ResourceCounts before = desk::resourceCounts();
         step.prepare();
         uint32_t h = 7;
         desk::record();
@@ -269,7 +264,7 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
                   givenBack(desk::recorded()));
         EXPECT_EQ(step.handle, h);
         desk::failNothing();
-        EXPECT_EQ(before, desk::books());
+        EXPECT_EQ(before, desk::resourceCounts());
         EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
     }
     uint32_t h = 7;
@@ -289,10 +284,8 @@ const Waiter kWaiters[] = {
     {"close", [](uint32_t h) { return bridge([=] { return x_velmora_filter_close(h); }); }},
     {"event",
      [](uint32_t h) {
-         void* attached = nullptr;
-         desk::vm()->AttachCurrentThread(&attached, nullptr);
-         desk::event("section", "(IIIII)V", static_cast<jint>(h), 1, 2, 3, 4);
-         desk::vm()->DetachCurrentThread();
+         const desk::Attached attached;
+         desk::report(Event::kSection, h, 1, 2, 3, 4);
          return heardNothing() ? -1 : 0;
      }},
 };
@@ -319,14 +312,14 @@ TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
     for (const Waiter& waiter : kWaiters) {
         SCOPED_TRACE(waiter.name);
         gHeard.clear();
-        desk::script("hold", "onOpenFilter");
+        desk::scriptHold("onOpenFilter");
         const uint32_t visible = nextHandle();
         uint32_t h = 7;
         std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
         ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
         int result = 9;
         std::thread waiting = startWaiter(waiter, visible, &result);
-        desk::script("release", "onOpenFilter");
+        desk::scriptRelease("onOpenFilter");
         waiting.join();
         opening.join();
         EXPECT_EQ(visible, h);
@@ -364,7 +357,7 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             }
             SCOPED_TRACE(std::string(step.name) + ", " + waiter.name +
                          (releases ? "" : ", not released"));
-            const desk::Books before = desk::books();
+            const desk::ResourceCounts before = desk::resourceCounts();
             const uint32_t visible = nextHandle();
             gHoldAt = step.line;
             gHeld = false;
@@ -395,9 +388,9 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             EXPECT_EQ(!releases, gUsedDeletedSemaphore);
             EXPECT_EQ(-1, start(visible));
             desk::setLogLevel("");
-            desk_log_set_sink(desk::keepLogLine);
+            desk::keepLog();
             desk::failNothing();
-            EXPECT_EQ(before, desk::books());
+            EXPECT_EQ(before, desk::resourceCounts());
             EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));
         }
     }
@@ -405,13 +398,13 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
 
 TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
     const uint32_t h = opened();
-    desk::script("hold", "onStart");
+    desk::scriptHold("onStart");
     std::thread starting([&] { EXPECT_EQ(0, start(h)); });
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int result = 9;
     std::thread reporting = startWaiter(kWaiters[2], h, &result);
     EXPECT_TRUE(heardNothing());
-    desk::script("release", "onStart");
+    desk::scriptRelease("onStart");
     starting.join();
     reporting.join();
     EXPECT_EQ(0, result);
@@ -421,22 +414,21 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
 TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
     const uint32_t h = opened();
     const std::string handle = std::to_string(h);
-    const jint j = static_cast<jint>(h);
-    desk::event("section", "(IIIII)V", j, 1, -2, 3, 4);
-    desk::event("restart", "(II)V", j, 9);
-    desk::event("status", "(II)V", j, -6);
-    desk::event("section", "(IIIII)V", 0, 1, 2, 3, 4);
-    desk::event("status", "(II)V", 0x7fffff00, 1);
+    desk::report(Event::kSection, h, 1, -2, 3, 4);
+    desk::report(Event::kRestart, h, 9);
+    desk::report(Event::kFilterStatus, h, -6);
+    desk::report(Event::kSection, 0, 1, 2, 3, 4);
+    desk::report(Event::kFilterStatus, 0x7fffff00, 1);
     x_velmora_filter_register_filter_status_callback(nullptr);
     desk::setLogLevel("I");
     desk::takeLog();
-    desk::event("status", "(II)V", j, 1);
+    desk::report(Event::kFilterStatus, h, 1);
     EXPECT_NE(std::string::npos,
               desk::takeLog()[0].find(">  filter status change notify is null."));
     desk::setLogLevel("");
     EXPECT_EQ(0, start(h)) << "the semaphore is free";
     EXPECT_EQ(0, close(h));
-    desk::event("section", "(IIIII)V", j, 1, 2, 3, 4);
+    desk::report(Event::kSection, h, 1, 2, 3, 4);
     EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
                      "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
               gHeard);
@@ -444,13 +436,13 @@ TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
 
 TEST_F(FilterTest, CloseWaitsForTheOperationAndTheSecondCloseFails) {
     const uint32_t h = opened();
-    desk::script("hold", "onStart");
+    desk::scriptHold("onStart");
     std::thread starting([&] { EXPECT_EQ(0, start(h)); });
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int results[2];
     std::thread closing[] = {std::thread([&] { results[0] = close(h); }),
                              std::thread([&] { results[1] = close(h); })};
-    desk::script("release", "onStart");
+    desk::scriptRelease("onStart");
     starting.join();
     closing[0].join();
     closing[1].join();
@@ -510,17 +502,17 @@ const AccessLines kAccessLines[] = {
      "> handle: H, x_filter_lock handle free.", "> handle:  0x0, failed.",
      "> setSectionConfig fail: 5, instance: I.|> hfilter[H] jret 5 !\n"},
     {"com_halvorin_tv_velmora_filter_section_event",
-     [](uint32_t h) { desk::event("section", "(IIIII)V", static_cast<jint>(h), 1, 2, 3, 4); },
+     [](uint32_t h) { desk::report(Event::kSection, h, 1, 2, 3, 4); },
      "> handle: H, x_filter_lock handle free.",
      "> handle: H invalid,drop this callback,normal case.",
      ">  filter section event notify is null."},
     {"com_halvorin_tv_velmora_filter_restart_event",
-     [](uint32_t h) { desk::event("restart", "(II)V", static_cast<jint>(h), 1); },
+     [](uint32_t h) { desk::report(Event::kRestart, h, 1); },
      "> handle: H, x_filter_lock handle free.",
      "> handle: H invalid,drop this callback,normal case.",
      "> filter section event notify is null."},
     {"com_halvorin_tv_velmora_filter_status_change",
-     [](uint32_t h) { desk::event("status", "(II)V", static_cast<jint>(h), 1); },
+     [](uint32_t h) { desk::report(Event::kFilterStatus, h, 1); },
      ">  handle: H, x_filter_lock handle free.",
      ">  handle: H invalid,drop this callback,normal case.",
      ">  filter status change notify is null."},
@@ -637,8 +629,7 @@ TEST_F(FilterTest, ManyThreadsShareTheHandles) {
         });
     }
     for (int round = 0; round < 500; ++round) {
-        desk::event("section", "(IIIII)V", static_cast<jint>(handles[round % 2].load()), 1, 2, 3,
-                    4);
+        desk::report(Event::kSection, handles[round % 2].load(), 1, 2, 3, 4);
     }
     for (std::thread& thread : threads) {
         thread.join();

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "mw/filter.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
 
@@ -116,7 +116,7 @@ TEST_F(FrontendTest, TunerLivesFromRequireToClose) {
             "ZytTvInnerFrontend#1.onSetNativeHandle(" +
                 std::to_string(pipeline.handle()) + ")\nZytTvInnerFrontend#1.onOpenFrontend()",
             desk::takeCalls());
-        EXPECT_EQ(1, desk::books().globalRefs);
+        EXPECT_EQ(1, desk::resourceCounts().globalRefs);
     }
     EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
     EXPECT_EQ(0, x_native_frontend_close_tuner(pipeline.handle()));
@@ -151,7 +151,7 @@ TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
         for (const bool throws : {false, true}) {
             desk::scriptReturns(name, 0);
             if (throws) {
-                desk::script("throwsException", name);
+                desk::scriptThrows(name);
             }
             const int attached = desk::attachCount();
             desk::onFreshThread([&] {
@@ -159,7 +159,7 @@ TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
                           operation.call(pipeline.handle()));
             });
             EXPECT_EQ(attached + 1, desk::attachCount());
-            EXPECT_EQ(0, desk::books().attachments);
+            EXPECT_EQ(0, desk::resourceCounts().attachments);
         }
     }
 }
@@ -196,8 +196,8 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
          "E JNativeInnerFrontend, handle_get_obj fail, pipeline handle: 0x"},
         {"collected", [](Pipeline& pipeline) { pipeline.collect(); },
          "E JNativeInnerFrontend, pipeline maybe already release."},
-        {"constructor throws",
-         [](Pipeline&) { desk::script("throwsException", "ZytTvInnerFrontend.<init>"); }, kObject},
+        {"constructor throws", [](Pipeline&) { desk::scriptThrows("ZytTvInnerFrontend.<init>"); },
+         kObject},
         {"no object", [](Pipeline&) { desk::failCall(Call::kNewObject, 1, Failure::kNull); },
          kObject},
         {"no global reference",
@@ -222,7 +222,7 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
             EXPECT_EQ(operation.passesResult ? operation.failure : 0, result) << operation.name;
         }
         EXPECT_EQ("", desk::takeCalls());
-        desk::scriptAnswer("ZytTvInnerFrontend.<init>", nullptr);
+        desk::scriptReturns("ZytTvInnerFrontend.<init>", nullptr);
     }
 }
 
@@ -248,11 +248,11 @@ TEST_F(FrontendTest, WithoutAVirtualMachineEveryOperationFails) {
 
 TEST_F(FrontendTest, ExceptionsWhileOpeningLeaveThePeerBound) {
     const Pipeline pipeline;
-    desk::script("throwsException", "onSetNativeHandle");
-    desk::script("throwsException", "onOpenFrontend");
-    desk::script("throwsException", "onCloseFrontend");
+    desk::scriptThrows("onSetNativeHandle");
+    desk::scriptThrows("onOpenFrontend");
+    desk::scriptThrows("onCloseFrontend");
     const Tuner tuner(pipeline);
-    EXPECT_EQ(1, desk::books().globalRefs);
+    EXPECT_EQ(1, desk::resourceCounts().globalRefs);
     EXPECT_EQ(0, bridge([&] { return x_native_frontend_cancel_tuning(pipeline.handle()); }));
 }
 
@@ -271,7 +271,7 @@ TEST_F(FrontendTest, SecondRequireKeepsTheFirstObject) {
 TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     const Pipeline pipeline;
     bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
-    desk::script("hold", "onTune");
+    desk::scriptHold("onTune");
     std::thread tuning([&] {
         EXPECT_EQ(0, bridge([&] {
                       MW_FESETTING_T settings = atscRequest();
@@ -286,7 +286,7 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     // A new tuner of the pipeline is another object.
     bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
     EXPECT_NE(std::string::npos, desk::takeCalls().find("#2.onOpenFrontend()"));
-    desk::script("release", "onTune");
+    desk::scriptRelease("onTune");
     tuning.join();
     EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
     bridge([&] { return x_native_frontend_close_tuner(pipeline.handle()); });

@@ -1,5 +1,7 @@
-package desk;
+package tests;
 
+import desk.Device;
+import desk.DeviceModel;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.IdentityHashMap;
@@ -42,23 +44,27 @@ public final class ScriptedModel implements DeviceModel {
         Device.model = INSTANCE;
     }
 
-    /** answer: the result, or a Throwable to throw; null for none. */
-    public static void answer(String method, Object answer) {
+    /** value: null for no result. */
+    public static void returns(String method, Object value) {
         synchronized (INSTANCE) {
-            INSTANCE.mAnswers.put(method, answer);
+            INSTANCE.mAnswers.put(method, value);
         }
     }
 
-    public static void returns(String method, int value) {
-        answer(method, value);
+    public static void returns(String method, boolean value) {
+        returns(method, (Object) value);
     }
 
-    public static void returnsTrue(String method) {
-        answer(method, true);
+    public static void returns(String method, int value) {
+        returns(method, (Object) value);
+    }
+
+    public static void returns(String method, long value) {
+        returns(method, (Object) value);
     }
 
     public static void throwsException(String method) {
-        answer(method, new IllegalStateException("scripted: " + method));
+        returns(method, new IllegalStateException("scripted: " + method));
     }
 
     /** What onRead puts into its buffer. */

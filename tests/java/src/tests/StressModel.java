@@ -1,10 +1,12 @@
-package desk;
+package tests;
 
 import android.media.tv.tuner.frontend.DtmbFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
 import android.media.tv.tuner.frontend.FrontendStatus;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
+import desk.Device;
+import desk.DeviceModel;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.atomic.AtomicInteger;
