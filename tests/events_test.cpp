@@ -42,7 +42,7 @@ int onList(unsigned int pipeline, const int32_t* values, int32_t count, void* pv
         rest += " " + std::to_string(values[i]);
     }
     heard(desk::methodOf(event), pipeline, rest, pv_tag);
-    EXPECT_EQ(-1, desk::releaseMode()) << "released before the callback returned";
+    EXPECT_EQ(0, desk::takeReleases().aborted) << "released before the callback returned";
     const_cast<int32_t*>(values)[0] = -1;  // must not reach Java
     return 77;
 }
@@ -57,7 +57,7 @@ int onDiseqc(unsigned int pipeline, const int8_t* message, int32_t length) {
     for (int32_t i = 0; i < length; ++i) {
         rest += " " + std::to_string(message[i]);
     }
-    EXPECT_EQ(-1, desk::releaseMode()) << "released before the callback returned";
+    EXPECT_EQ(0, desk::takeReleases().aborted) << "released before the callback returned";
     heard("diseqc", pipeline, rest, nullptr);
     return 77;
 }
@@ -90,7 +90,7 @@ class EventsTest : public desk::BridgeTest {
     void SetUp() override {
         BridgeTest::SetUp();
         gHeard.clear();
-        desk::releaseMode();
+        desk::takeReleases();
         desk::setLogLevel("E");
     }
     void TearDown() override {
@@ -139,9 +139,9 @@ TEST_F(EventsTest, ScanEventsReachTheirCallback) {
                                                                   : " -42";
         EXPECT_EQ(Lines{std::string(desk::methodOf(event.event)) + " 153" + rest + " tag"}, gHeard);
         if (event.array != nullptr) {
-            EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+            EXPECT_EQ(1, desk::takeReleases().aborted);
             EXPECT_EQ(0, report(event, values, 9)) << "longer than the array";
-            EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+            EXPECT_EQ(1, desk::takeReleases().aborted);
             EXPECT_EQ(std::string(desk::methodOf(event.event)) + " 153 10 20 30 tag",
                       gHeard.back());
         }
@@ -194,7 +194,7 @@ TEST_F(EventsTest, BadListsAreRefused) {
         EXPECT_EQ(-1, report(event, values, -1));
         EXPECT_EQ(-1, report(event, empty, 3));
         for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-            desk::failCall(Call::kGetIntArrayElements, 1, failure);
+            desk::failCall(Call::GetIntArrayElements, 1, failure);
             EXPECT_EQ(-1, report(event, values, 3));
         }
         EXPECT_EQ(Lines(6, std::string("E ") + kPrefix + event.function + ", " + event.array +
@@ -227,7 +227,7 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
     EXPECT_EQ(0, lnb(-7));
     for (const jint length : {4, 2, 5, 0}) {
         EXPECT_EQ(0, diseqc(message, length));
-        EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+        EXPECT_EQ(1, desk::takeReleases().aborted);
     }
     EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
                      "diseqc 153 -32 16 56 1", "diseqc 153"}),
@@ -235,7 +235,7 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
     EXPECT_EQ(-1, diseqc(nullptr, 4));
     EXPECT_EQ(-1, diseqc(message, -1));
     EXPECT_EQ(-1, diseqc(desk::newArray(std::vector<jbyte>()), 1));
-    desk::failCall(Call::kGetByteArrayElements, 1, Failure::kThrows);
+    desk::failCall(Call::GetByteArrayElements, 1, Failure::kThrows);
     EXPECT_EQ(-1, diseqc(message, 4));
     EXPECT_EQ(Lines(4, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
               desk::takeLog());

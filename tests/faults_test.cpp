@@ -21,8 +21,6 @@
 #include "mw/frontend.h"
 #include "tests/bridge_test.h"
 
-extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
-
 namespace {
 
 using desk::Call;
@@ -63,21 +61,7 @@ struct Function {
     bool onlyAttached = false;  // called by Java
 };
 
-// A Java method of a filter whose exception the filter side neither tests nor clears: it is pending
-// while the function goes on and when it returns, and the result is that of a method that returned
-// 0.
-const std::pair<const char*, const char*> kNeglected[] = {
-    {"x_velmora_filter_open", "setNativeHandle"},
-    {"x_velmora_filter_open", "onOpenFilter"},
-    {"x_velmora_filter_close", "onCloseFilter"},
-    {"x_velmora_filter_start", "onStart"},
-    {"x_velmora_filter_stop", "onStop"},
-    {"x_velmora_filter_flush", "onFlush"},
-    {"x_velmora_filter_read", "onRead"},
-    {"x_velmora_filter_setSectionConfig", "onSetSectionConfig"},
-};
-
-const std::vector<Outcome> kAlways0 = {{Call::kCount, nullptr, 0}};
+const std::vector<Outcome> kAlways0 = {{Call(-1), nullptr, 0}};
 
 void nothing(Stage&) {}
 
@@ -219,12 +203,12 @@ std::vector<Function> functions() {
          closeTuner,
          0,
          -1,
-         {{Call::kCallBooleanMethod, nullptr, 0},
-          {Call::kCallIntMethod, nullptr, 0},
-          {Call::kCallLongMethod, nullptr, 0},
-          {Call::kCallObjectMethod, "getExtendedModulations", 0},
-          {Call::kCallObjectMethod, "getCodeRates", 0},
-          {Call::kGetIntArrayElements, nullptr, 0}}},
+         {{Call::CallBooleanMethodA, nullptr, 0},
+          {Call::CallIntMethodA, nullptr, 0},
+          {Call::CallLongMethodA, nullptr, 0},
+          {Call::CallObjectMethodA, "getExtendedModulations", 0},
+          {Call::CallObjectMethodA, "getCodeRates", 0},
+          {Call::GetIntArrayElements, nullptr, 0}}},
         {"x_native_frontend_get_frontend_setting", Side::kFrontend, requireTuner,
          [](Stage& stage) {
              MW_FESETTING_T settings = {};
@@ -259,8 +243,8 @@ std::vector<Function> functions() {
          undoFilter,
          0,
          -1,
-         {{Call::kSemaCreate, nullptr, desk::kServiceError},
-          {Call::kHandleGetTypeObj, nullptr, 0, 3}},  // no such callback thread
+         {{Call::x_sema_create, nullptr, desk::kServiceError},
+          {Call::handle_get_type_obj, nullptr, 0, 3}},  // no such callback thread
          2},
         {"x_velmora_filter_close",
          Side::kFilter,
@@ -270,9 +254,9 @@ std::vector<Function> functions() {
          0,
          -1,
          // the destructor's environment
-         {{Call::kGetEnv, nullptr, 0, 2},
-          {Call::kAttach, nullptr, 0, 2},
-          {Call::kDetach, nullptr, 0, 2}},
+         {{Call::GetEnv, nullptr, 0, 2},
+          {Call::AttachCurrentThread, nullptr, 0, 2},
+          {Call::DetachCurrentThread, nullptr, 0, 2}},
          2},
         ofFilter("x_velmora_filter_start", x_velmora_filter_start),
         ofFilter("x_velmora_filter_stop", x_velmora_filter_stop),
@@ -295,7 +279,7 @@ std::vector<Function> functions() {
          deleteThread,
          0,
          -1,
-         {{Call::kGetEnv, nullptr, 0}}},
+         {{Call::GetEnv, nullptr, 0}}},
         {"x_velmora_filter_delete_callback_thread",
          Side::kFilter,
          createThread,
@@ -303,7 +287,7 @@ std::vector<Function> functions() {
          deleteThread,
          0,
          -1,
-         {{Call::kGetEnv, nullptr, 0}, {Call::kCallVoidMethod, "release", 0}}},
+         {{Call::GetEnv, nullptr, 0}, {Call::CallVoidMethodA, "release", 0}}},
 
         filterNative(Event::kSection, 1, 2, 3, 4),
         filterNative(Event::kRestart, 1),
@@ -390,18 +374,19 @@ struct Fault {
     Failure failure;
 };
 std::ostream& operator<<(std::ostream& out, const Fault& fault) {
-    return out << desk::name(fault.point.call) << " " << fault.point.method << " #" << fault.nth
+    return out << desk::name(fault.point.call) << " " << fault.point.name << " #" << fault.nth
                << " " << desk::name(fault.failure);
 }
 
 bool isOfEnvironment(Call call) {
-    return call == Call::kGetEnv || call == Call::kAttach || call == Call::kDetach;
+    return call == Call::GetEnv || call == Call::AttachCurrentThread ||
+           call == Call::DetachCurrentThread;
 }
 
 const Outcome* outcomeOf(const Function& function, const Fault& fault) {
     for (const Outcome& outcome : function.outcomes) {
-        if ((outcome.call == Call::kCount || outcome.call == fault.point.call) &&
-            (outcome.method == nullptr || outcome.method == fault.point.method) &&
+        if ((outcome.call == Call(-1) || outcome.call == fault.point.call) &&
+            (outcome.method == nullptr || outcome.method == fault.point.name) &&
             (outcome.nth == 0 || outcome.nth == fault.nth)) {
             return &outcome;
         }
@@ -409,14 +394,8 @@ const Outcome* outcomeOf(const Function& function, const Fault& fault) {
     return nullptr;
 }
 
-bool isNeglected(const Function& function, const Fault& fault) {
-    for (const auto& [name, method] : kNeglected) {
-        if (name == function.name && method == fault.point.method &&
-            fault.failure == Failure::kThrows) {
-            return true;
-        }
-    }
-    return false;
+bool isNeglected(const Fault& fault) {
+    return desk::isNeglected(fault.point.name) && fault.failure == Failure::kThrows;
 }
 
 // Whether the fault must end the process.
@@ -424,12 +403,12 @@ bool isFatal(const Function& function, const Fault& fault) {
     const Call call = fault.point.call;
     if (function.side == Side::kLoad) {
         // The first class of each table of natives only makes the load fail.
-        return call == Call::kGetMethodID || call == Call::kNewGlobalRef ||
-               (call == Call::kFindClass && fault.nth != 1 && fault.nth != 2 &&
+        return call == Call::GetMethodID || call == Call::NewGlobalRef ||
+               (call == Call::FindClass && fault.nth != 1 && fault.nth != 2 &&
                 fault.nth != kFilterCallbackClass);
     }
     return function.side == Side::kFilter && isOfEnvironment(call) &&
-           !(call == Call::kGetEnv && fault.failure == Failure::kNull) &&
+           !(call == Call::GetEnv && fault.failure == Failure::kNull) &&
            outcomeOf(function, fault) == nullptr;
 }
 
@@ -439,10 +418,10 @@ int expectedResult(const Function& function, const Fault& fault) {
         return outcome->result;
     }
     const bool tolerated =
-        call == Call::kHandleFree || call == Call::kSemaUnlock || call == Call::kSemaDelete ||
-        call == Call::kDetach ||
+        call == Call::handle_free || call == Call::x_sema_unlock || call == Call::x_sema_delete ||
+        call == Call::DetachCurrentThread ||
         // the thread is attached then
-        (call == Call::kGetEnv && fault.failure == Failure::kNull && function.side != Side::kLoad);
+        (call == Call::GetEnv && fault.failure == Failure::kNull && function.side != Side::kLoad);
     return tolerated ? function.success : function.failure;
 }
 
@@ -557,7 +536,7 @@ class FaultsTest : public desk::BridgeTest {
 
     void checkReturned(const Function& function, const Fault& fault, const Attempt& faulty,
                        const std::vector<std::string>& breaches) {
-        if (isNeglected(function, fault)) {
+        if (isNeglected(fault)) {
             EXPECT_TRUE(faulty.result == function.success || faulty.result == function.failure);
         } else {
             EXPECT_EQ(expectedResult(function, fault), faulty.result);

@@ -106,7 +106,7 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             ")\n"
             "ZytTvInnerFilter#1.onOpenFilter(1, 2, 78187493530, ZytTvInnerFilterCallbackThread#1)",
         desk::takeCalls());
-    EXPECT_EQ(3, desk::resourceCounts().globalRefs);
+    EXPECT_EQ(mCounts.globalRefs + 3, desk::resourceCounts().globalRefs);
     for (const int result : {0, 5}) {
         for (const char* method : {"onStart", "onStop", "onFlush", "onSetSectionConfig"}) {
             desk::scriptReturns(method, result);
@@ -218,11 +218,11 @@ const FailingStep kFailingSteps[] = {
     {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0, nullptr},
     {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0, ", failed."},
     {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0, ", fail: 3."},
-    {"array", [] { desk::failCall(Call::kNewByteArray, 1, Failure::kNull); }, -1, 0,
+    {"array", [] { desk::failCall(Call::NewByteArray, 1, Failure::kNull); }, -1, 0,
      "mj_sectionarr failed."},
-    {"array reference", [] { desk::failCall(Call::kNewGlobalRef, 1, Failure::kNull); }, -1, 0,
+    {"array reference", [] { desk::failCall(Call::NewGlobalRef, 1, Failure::kNull); }, -1, 0,
      "mj_sectionarr failed."},
-    {"object", [] { desk::failCall(Call::kNewObject, 1, Failure::kNull); }, -1, 0,
+    {"object", [] { desk::failCall(Call::NewObjectA, 1, Failure::kNull); }, -1, 0,
      "mObject failed."},
     {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, -1, 0,
      "nativeOpen fail: -1"},

@@ -140,7 +140,7 @@ TEST_F(StatusTest, ListsOfUpToNineAreCopied) {
         }
         mRecord.fill(0xa5);
         const Record untouched = mRecord;
-        desk::failCall(Call::kGetIntArrayElements, 1, Failure::kThrows);
+        desk::failCall(Call::GetIntArrayElements, 1, Failure::kThrows);
         EXPECT_EQ(0, query({kind.type}));
         desk::scriptReturns(kind.getter, nullptr);
         EXPECT_EQ(0, query({kind.type}));

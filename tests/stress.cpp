@@ -540,7 +540,7 @@ Options parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     const Options options = parse(argc, argv);
     desk::startWatchedVm({desk::kSmallHeap});
-    check(desk::loadWatchedLibrary(), "load");
+    check(desk::loadWatchedLibrary() == JNI_VERSION_1_4, "load");
     desk::callStatic("tests.StressModel", "install");
 
     const desk::ResourceCounts before = desk::resourceCounts();
