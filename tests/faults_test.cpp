@@ -76,6 +76,7 @@ struct Function {
     int keptWithoutEnv = 0;     // global references, when a peer's destructor has no environment
     bool calledByJava = false;  // and so attached
     jint releaseMode = 0;       // of array elements
+    std::string logged = {};    // a part of its lines, with the log open
 
     Function within(Step before, Step after) {
         prepare = std::move(before);
@@ -94,6 +95,10 @@ struct Function {
     }
     Function keeps(int globalRefs) {
         keptWithoutEnv = globalRefs;
+        return *this;
+    }
+    Function logs(const std::string& text) {
+        logged = text;
         return *this;
     }
     Function fromJava(jint mode = 0) {
@@ -230,12 +235,15 @@ std::vector<Function> functions() {
         tune("ISDBS", MW_FE_TYPE_ISDBS),
         tune("ISDBT", MW_FE_TYPE_ISDBT),
         tune("DTMB", MW_FE_TYPE_DTMB),
-        ofTuner("cancel_tuning", x_native_frontend_cancel_tuning),
-        ofTuner("cancel_scanning", x_native_frontend_cancel_scanning),
+        ofTuner("cancel_tuning", x_native_frontend_cancel_tuning).logs("D cancelTuning, here..."),
+        ofTuner("cancel_scanning", x_native_frontend_cancel_scanning)
+            .logs("D cancelScanning, ret_val: 0"),
         ofTuner("set_lna_enabled",
-                [](unsigned int h) { return x_native_frontend_set_lna_enabled(h, 1); }),
+                [](unsigned int h) { return x_native_frontend_set_lna_enabled(h, 1); })
+            .logs("D setLnaEnabled, enable: 1"),
         ofTuner("get_frontend_info",
-                [](unsigned int h) { return x_native_frontend_get_frontend_info(h, nullptr); }),
+                [](unsigned int h) { return x_native_frontend_get_frontend_info(h, nullptr); })
+            .logs("D getFrontendInfo, here..."),
         Function{"x_native_frontend_get_frontend_status", Side::kFrontend, queryStatus}
             .within(requireTuner, closeTuner)
             .gives(0, Call::CallBooleanMethodA)
@@ -251,11 +259,12 @@ std::vector<Function> functions() {
                 }),
         ofTuner("set_ontune_listener", x_native_frontend_set_ontune_listener),
         ofTuner("clear_ontune_listener", x_native_frontend_clear_ontune_listener),
-        ofTuner("require_lnb", x_native_frontend_require_lnb),
+        ofTuner("require_lnb", x_native_frontend_require_lnb).logs("D requiredLnb, ret_val:0."),
         ofTuner("lnb_set_voltage",
-                [](unsigned int h) { return x_native_frontend_lnb_set_voltage(h, 1); }),
-        ofTuner("lnb_set_tone",
-                [](unsigned int h) { return x_native_frontend_lnb_set_tone(h, 1); }),
+                [](unsigned int h) { return x_native_frontend_lnb_set_voltage(h, 1); })
+            .logs("D lnbSetVoltage, voltage:1."),
+        ofTuner("lnb_set_tone", [](unsigned int h) { return x_native_frontend_lnb_set_tone(h, 1); })
+            .logs("D lnbSetTone, tone:1."),
         ofTuner("lnb_set_SatellitePosition",
                 [](unsigned int h) { return x_native_frontend_lnb_set_SatellitePosition(h, 1); }),
         ofTuner("lnb_get_voltage", x_native_frontend_lnb_get_voltage).gives(kJavaValue, 0),
@@ -276,36 +285,41 @@ std::vector<Function> functions() {
                 },
                 undoFilter)
             .gives(desk::kServiceError, Call::x_sema_create)
+            .logs("nativeOpen filter pipeline_instance: 0x")
             .gives(0, Call::handle_get_type_obj, "", 3)  // no such callback thread
             .keeps(2),
         // The second environment is the destructor's.
         ofFilter("x_velmora_filter_close", x_velmora_filter_close)
+            .logs("nativeClose filter object 0x")
             .gives(0, Call::GetEnv, "", 2)
             .gives(0, Call::AttachCurrentThread, "", 2)
             .gives(0, Call::DetachCurrentThread, "", 2)
             .keeps(2),
-        ofFilter("x_velmora_filter_start", x_velmora_filter_start),
-        ofFilter("x_velmora_filter_stop", x_velmora_filter_stop),
-        ofFilter("x_velmora_filter_flush", x_velmora_filter_flush),
+        ofFilter("x_velmora_filter_start", x_velmora_filter_start).logs("jret 0 !"),
+        ofFilter("x_velmora_filter_stop", x_velmora_filter_stop).logs("jret 0 !"),
+        ofFilter("x_velmora_filter_flush", x_velmora_filter_flush).logs("jret 0 !"),
         Function{"x_velmora_filter_read", Side::kFilter,
                  [](Stage& stage) {
                      return x_velmora_filter_read(stage.hfilter,
                                                   reinterpret_cast<int8_t*>(stage.output), 0, 100);
                  }}
             .within(prepareFilter, undoFilter)
-            .gives(kBytesRead, -1),
+            .gives(kBytesRead, -1)
+            .logs("jret 0x9 !"),
         ofFilter("x_velmora_filter_setSectionConfig",
                  [](uint32_t h) {
                      return x_velmora_filter_setSectionConfig(h, 1, 1, 0, 1, pattern, pattern,
                                                               pattern);
-                 }),
+                 })
+            .logs("jret 0 !"),
         Function{"x_velmora_filter_create_callback_thread", Side::kFilter, createThread}
             .within([](Stage& stage) { stage.hthread = 0; }, deleteThread)
             .gives(0, Call::GetEnv),
         Function{"x_velmora_filter_delete_callback_thread", Side::kFilter, deleteThread}
             .within(createThread, deleteThread)
             .gives(0, Call::GetEnv)
-            .gives(0, Call::CallVoidMethodA, "release"),
+            .gives(0, Call::CallVoidMethodA, "release")
+            .logs("handle free type: 5121"),
 
         filterNative(Event::kSection, 1, 2, 3, 4),
         filterNative(Event::kRestart, 1),
@@ -462,7 +476,6 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
         if (mMayKeep) {
             mCounts = desk::resourceCounts();
         }
-        ++gFunctions;
         BridgeTest::TearDown();
     }
 
@@ -571,13 +584,28 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
     const Function mFunction = GetParam();
     std::unique_ptr<desk::Pipeline> mPipeline;
     Stage mStage;
-    bool mMayKeep = false;
+    // Whether counts may differ at the end: a load keeps classes.
+    bool mMayKeep = mFunction.side == Side::kLoad;
 };
 int FaultsTest::gFaults;
 int FaultsTest::gFatal;
 size_t FaultsTest::gFunctions;
 
+TEST_P(FaultsTest, LogsWithTheLogOpen) {
+    prepare();
+    desk::setLogLevel("V");
+    EXPECT_EQ(mFunction.success, run(true)->result);
+    desk::setLogLevel("");
+    undo();
+    std::string log;
+    for (const std::string& line : desk::takeLog()) {
+        log += line + "\n";
+    }
+    EXPECT_NE(std::string::npos, log.find(mFunction.logged)) << log;
+}
+
 TEST_P(FaultsTest, EveryFaultIsTolerated) {
+    ++gFunctions;
     tryFaults(true);
     if (!mFunction.calledByJava) {
         tryFaults(false);

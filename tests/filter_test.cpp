@@ -4,10 +4,13 @@
 
 #include <desk/basic_faults.h>
 #include <desk/log_sink.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -55,8 +58,8 @@ class FilterTest : public desk::BridgeTest {
     void SetUp() override {
         BridgeTest::SetUp();
         gHeard.clear();
-        x_velmora_filter_register_section_callback(onSection);
-        x_velmora_filter_register_filter_status_callback(onStatus);
+        EXPECT_EQ(0, x_velmora_filter_register_section_callback(onSection));
+        EXPECT_EQ(0, x_velmora_filter_register_filter_status_callback(onStatus));
         mPipeline = std::make_unique<desk::Pipeline>();
     }
     void TearDown() override {
@@ -81,6 +84,16 @@ class FilterTest : public desk::BridgeTest {
         return hfilter;
     }
 
+    static uint32_t createdThread() {
+        uint32_t hthread = 0;
+        EXPECT_EQ(0, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+        return hthread;
+    }
+
+    static int deleteThread(uint32_t hthread) {
+        return bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+    }
+
     static int close(uint32_t hfilter) {
         return bridge([&] { return x_velmora_filter_close(hfilter); });
     }
@@ -90,12 +103,11 @@ class FilterTest : public desk::BridgeTest {
     }
 
     std::unique_ptr<desk::Pipeline> mPipeline;
-    uint8_t mPattern[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+    uint8_t mPattern[18] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18};
 };
 
-TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
-    uint32_t hthread = 0;
-    ASSERT_EQ(0, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+TEST_F(FilterTest, OpenGivesJavaItsArgumentsAndCloseEndsIt) {
+    const uint32_t hthread = createdThread();
     uint32_t h = 0;
     ASSERT_EQ(0, open(&h, hthread));
     EXPECT_EQ(
@@ -107,6 +119,13 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             "ZytTvInnerFilter#1.onOpenFilter(1, 2, 78187493530, ZytTvInnerFilterCallbackThread#1)",
         desk::takeCalls());
     EXPECT_EQ(mCounts.globalRefs + 3, desk::resourceCounts().globalRefs);
+    EXPECT_EQ(0, close(h));
+    EXPECT_EQ("ZytTvInnerFilter#1.onCloseFilter()", desk::takeCalls());
+    EXPECT_EQ(0, deleteThread(hthread));
+}
+
+TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
+    const uint32_t h = opened();
     for (const int result : {0, 5}) {
         for (const char* method : {"onStart", "onStop", "onFlush", "onSetSectionConfig"}) {
             desk::scriptReturns(method, result);
@@ -117,39 +136,84 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             EXPECT_EQ(result, x_velmora_filter_stop(h));
             EXPECT_EQ(result, x_velmora_filter_flush(h));
             EXPECT_EQ(result, x_velmora_filter_setSectionConfig(h, -9, 1, 0, 1, mPattern,
-                                                                mPattern + 0, mPattern));
+                                                                mPattern + 1, mPattern + 2));
         });
         EXPECT_EQ(
             "ZytTvInnerFilter#1.onStart()\nZytTvInnerFilter#1.onStop()\n"
             "ZytTvInnerFilter#1.onFlush()\nZytTvInnerFilter#1.onSetSectionConfig(-9, true, "
             "false, true, byte[16]0102030405060708090a0b0c0d0e0f10, "
-            "byte[16]0102030405060708090a0b0c0d0e0f10, "
-            "byte[16]0102030405060708090a0b0c0d0e0f10)",
+            "byte[16]02030405060708090a0b0c0d0e0f1011, "
+            "byte[16]030405060708090a0b0c0d0e0f101112)",
             desk::takeCalls());
     }
     EXPECT_EQ(0, close(h));
-    EXPECT_EQ("ZytTvInnerFilter#1.onCloseFilter()", desk::takeCalls());
+}
+
+TEST_F(FilterTest, HandlesOfNoFilterAreRefused) {
+    const uint32_t hthread = createdThread();
+    const uint32_t h = opened();
+    EXPECT_EQ(0, close(h));
     desk::setLogLevel("I");
     EXPECT_EQ(-1, close(h));
     EXPECT_EQ(-1, start(h));
     EXPECT_EQ(-1, start(hthread)) << "a handle of another type";
-    EXPECT_EQ(-1,
-              bridge([&] { return x_velmora_filter_delete_callback_thread(mPipeline->handle()); }));
-    desk::setLogLevel("");
-    int deletions[2] = {};
-    const auto deleteThread = [&](int i) {
-        deletions[i] = bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
-    };
-    std::thread other(deleteThread, 1);
-    deleteThread(0);
-    other.join();
-    EXPECT_EQ(-1, deletions[0] + deletions[1]) << "one of two deletes at once";
-    deleteThread(0);
-    EXPECT_EQ(-1, deletions[0]) << "deleted in a row";
+    EXPECT_EQ(0, deleteThread(hthread));
+}
+
+TEST_F(FilterTest, CallbackThreadIsReleasedOnceByItsDelete) {
+    const uint32_t hthread = createdThread();
+    EXPECT_EQ(-1, deleteThread(mPipeline->handle())) << "a handle of another type";
+    desk::takeCalls();
+    EXPECT_EQ(0, deleteThread(hthread));
+    EXPECT_EQ(-1, deleteThread(hthread));
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
+}
+
+TEST_F(FilterTest, CallbackThreadThatCannotBeMadeIsRefused) {
     EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(nullptr));
     desk::scriptThrows("ZytTvInnerFilterCallbackThread.<init>");
+    uint32_t hthread = 0;
     EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+}
+
+// Whether a thread of this process waits for something.
+bool sleeps(pid_t thread) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    const size_t name = text.rfind(") ");
+    return name != std::string::npos && text[name + 2] == 'S';
+}
+
+// The second delete begins while the first is inside handle_free. The first goes on when the second
+// waits because it is kept out, or has looked the handle up as well.
+TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
+    static uint32_t hthread;
+    static std::thread second;
+    static std::atomic<pid_t> secondId;
+    static int secondResult;
+    hthread = createdThread();
+    desk::takeCalls();
+    desk_set_service_hook([](desk_service_t service) -> int32_t {
+        if (service == DESK_HANDLE_FREE) {
+            desk_set_service_hook(nullptr);
+            const unsigned long lookups = desk_calls(DESK_HANDLE_GET_TYPE_OBJ);
+            second = std::thread([] {
+                secondId = static_cast<pid_t>(syscall(SYS_gettid));
+                secondResult = deleteThread(hthread);
+            });
+            while (secondId == 0 ||
+                   (!sleeps(secondId) && desk_calls(DESK_HANDLE_GET_TYPE_OBJ) == lookups)) {
+                std::this_thread::yield();
+            }
+        }
+        return 0;
+    });
+    const int firstResult = deleteThread(hthread);
+    second.join();
+    desk::watchServices();
+    EXPECT_EQ(-1, firstResult + secondResult);
+    EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
 }
 
 TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
@@ -250,6 +314,18 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
     FLT_EVT_CB_T evt = {};
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, nullptr, &evt, nullptr));
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, &h, nullptr, nullptr));
+}
+
+TEST_F(FilterTest, OpenOfAHandleThatIsNoPipelineFails) {
+    const uint32_t hthread = createdThread();
+    desk::takeCalls();
+    uint32_t h = 7;
+    FLT_EVT_CB_T evt = {};
+    EXPECT_EQ(-1,
+              bridge([&] { return x_velmora_filter_open(hthread, 1, 2, 3, &h, &evt, nullptr); }));
+    EXPECT_EQ(0u, h);
+    EXPECT_EQ("", desk::takeCalls());
+    EXPECT_EQ(0, deleteThread(hthread));
 }
 
 // Who may wait for a filter that is being opened; each returns 0 when the filter served it, else

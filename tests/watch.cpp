@@ -412,9 +412,13 @@ JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
     gRealTable = env->functions;
     fillTable(std::make_index_sequence<kEntries>());
     tolerateComplaints(toleratesComplaint);
-    desk_set_service_hook(serviceHook);
+    watchServices();
     keepLog();
     return env;
+}
+
+void watchServices() {
+    desk_set_service_hook(serviceHook);
 }
 
 jint loadWatchedLibrary() {
@@ -434,20 +438,20 @@ bool ResourceCounts::operator==(const ResourceCounts& other) const {
     return globalRefs == other.globalRefs && localRefs == other.localRefs &&
            elements == other.elements && attachments == other.attachments &&
            handles == other.handles && semaphores == other.semaphores && blocks == other.blocks &&
-           peers == other.peers;
+           peers == other.peers && badFrees == other.badFrees;
 }
 
 std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts) {
     return out << "global " << counts.globalRefs << ", local " << counts.localRefs << ", elements "
                << counts.elements << ", attachments " << counts.attachments << ", handles "
                << counts.handles << ", semaphores " << counts.semaphores << ", blocks "
-               << counts.blocks << ", peers " << counts.peers;
+               << counts.blocks << ", peers " << counts.peers << ", bad frees " << counts.badFrees;
 }
 
 ResourceCounts resourceCounts() {
     return {gGlobalRefs,        gLocalRefs,          gElements,
             gAttachments,       desk_live_handles(), desk_live_semaphores(),
-            desk_live_blocks(), desk_refbase_live()};
+            desk_live_blocks(), desk_refbase_live(), desk_bad_frees()};
 }
 
 int attachCount() {

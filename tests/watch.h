@@ -104,6 +104,7 @@ bool isNeglected(const std::string& javaMethod);
 
 // Starts the virtual machine so that threads can be watched, and keeps the log.
 JNIEnv* startWatchedVm(const std::vector<std::string>& options);
+void watchServices();  // is done then; again for who had a service hook of his own
 // A virtual machine pointer in front of the real one.
 JavaVM* watchedVm();
 // Calls the library's load entry with that pointer, watched, below a Java method; returns its result.
@@ -119,6 +120,7 @@ struct ResourceCounts {
     unsigned semaphores = 0;
     unsigned blocks = 0;
     int peers = 0;
+    unsigned badFrees = 0;  // so far, see desk_bad_frees
     bool operator==(const ResourceCounts& other) const;
 };
 std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts);
