@@ -1,5 +1,7 @@
 // Scan and LNB events: from Java to the callbacks that the middleware registered.
 
+#include <memory>
+
 #include "mw/frontend.h"
 #include "tests/bridge_test.h"
 
@@ -147,11 +149,19 @@ TEST_F(EventsTest, ScanEventsReachTheirCallback) {
         }
     }
     EXPECT_EQ(Lines(), desk::takeLog());
+}
+
+TEST_F(EventsTest, SignalTypeIsOnlyLogged) {
     desk::setLogLevel("I");
     EXPECT_EQ(0, desk::report(Event::kSignalType, kPipeline, 5));
     EXPECT_EQ(Lines{std::string("I ") + kPrefix + "signal_type, pipeline: 0x99, signal_type: 5"},
               desk::takeLog());
-    report(kEvents[3], list(), 3);
+}
+
+TEST_F(EventsTest, FrequenciesAreLoggedWithTheFirst) {
+    registerAll();
+    desk::setLogLevel("I");
+    desk::report(Event::kFrequencies, kPipeline, list(), 3);
     const Lines log = desk::takeLog();
     ASSERT_EQ(2u, log.size());
     EXPECT_EQ(std::string("I ") + kPrefix + "on_freq_reported, pipeline: 0x99, len = 3", log[0]);
@@ -204,46 +214,76 @@ TEST_F(EventsTest, BadListsAreRefused) {
     EXPECT_EQ(Lines(), gHeard);
 }
 
-TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
-    const desk::Pipeline pipeline;
-    const uint32_t h = pipeline.handle();
-    desk::bridge([&] { return x_native_frontend_require_tuner(h); });
-    const jbyteArray message = desk::newArray(std::vector<jbyte>{-32, 16, 56, 1});
-    const auto lnb = [](jint type) { return desk::report(Event::kLnb, kPipeline, type); };
-    const auto diseqc = [](jbyteArray array, jint length) {
+// With a registered tuner, by which the LNB callbacks are registered and cleared.
+class LnbEventsTest : public EventsTest {
+  protected:
+    void SetUp() override {
+        EventsTest::SetUp();
+        mPipeline = std::make_unique<desk::Pipeline>();
+        mHandle = mPipeline->handle();
+        desk::bridge([&] { return x_native_frontend_require_tuner(mHandle); });
+        EXPECT_EQ(0, x_native_frontend_register_lnb_callback(mHandle, onLnb));
+        EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(mHandle, onDiseqc));
+    }
+    void TearDown() override {
+        clear();
+        desk::bridge([&] { return x_native_frontend_close_tuner(mHandle); });
+        mPipeline.reset();
+        EventsTest::TearDown();
+    }
+
+    void clear() {
+        EXPECT_EQ(0, x_native_frontend_register_lnb_callback(mHandle, nullptr));
+        EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(mHandle, nullptr));
+    }
+    static jint lnb(jint type) { return desk::report(Event::kLnb, kPipeline, type); }
+    static jint diseqc(jbyteArray array, jint length) {
         return desk::report(Event::kDiseqc, kPipeline, array, length);
-    };
+    }
+    static jbyteArray message() { return desk::newArray(std::vector<jbyte>{-32, 16, 56, 1}); }
+
+    std::unique_ptr<desk::Pipeline> mPipeline;
+    uint32_t mHandle = 0;
+};
+
+TEST_F(LnbEventsTest, EveryPipelineIsServed) {
+    EXPECT_EQ(0, lnb(-7));
+    for (const jint length : {4, 2, 5, 0}) {
+        EXPECT_EQ(0, diseqc(message(), length));
+        EXPECT_EQ(1, desk::takeReleases().aborted);
+    }
+    EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
+                     "diseqc 153 -32 16 56 1", "diseqc 153"}),
+              gHeard);
+}
+
+TEST_F(LnbEventsTest, EventsWithoutCallbackAreRefused) {
+    clear();
     EXPECT_EQ(-1, lnb(1));
     EXPECT_EQ(-1, diseqc(nullptr, 4));
     EXPECT_EQ(
         (Lines{"E com_halvorin_tv_velmora_lnb_event_notify, lnb notify is null.",
                "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, gLnbOnDiseqcMessageFct is null."}),
         desk::takeLog());
+}
 
-    EXPECT_EQ(0, x_native_frontend_register_lnb_callback(h, onLnb));
-    EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(h, onDiseqc));
-    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(h + 1000, nullptr));
-    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(h + 1000, nullptr));
-    EXPECT_EQ(0, lnb(-7));
-    for (const jint length : {4, 2, 5, 0}) {
-        EXPECT_EQ(0, diseqc(message, length));
-        EXPECT_EQ(1, desk::takeReleases().aborted);
-    }
-    EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
-                     "diseqc 153 -32 16 56 1", "diseqc 153"}),
-              gHeard);
+TEST_F(LnbEventsTest, RegistrationOfNoTunerChangesNothing) {
+    const uint32_t none = mHandle + 1000;
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(none, nullptr));
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(none, nullptr));
+    EXPECT_EQ(0, lnb(1));
+    EXPECT_EQ(0, diseqc(message(), 1));
+}
+
+TEST_F(LnbEventsTest, BadMessagesAreRefused) {
     EXPECT_EQ(-1, diseqc(nullptr, 4));
-    EXPECT_EQ(-1, diseqc(message, -1));
+    EXPECT_EQ(-1, diseqc(message(), -1));
     EXPECT_EQ(-1, diseqc(desk::newArray(std::vector<jbyte>()), 1));
     desk::failCall(Call::GetByteArrayElements, 1, Failure::kThrows);
-    EXPECT_EQ(-1, diseqc(message, 4));
+    EXPECT_EQ(-1, diseqc(message(), 4));
     EXPECT_EQ(Lines(4, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
               desk::takeLog());
-    EXPECT_EQ(5u, gHeard.size());
-    x_native_frontend_register_lnb_callback(h, nullptr);
-    x_native_frontend_register_lnb_DiseqcMessage_callback(h, nullptr);
-    EXPECT_EQ(-1, lnb(1));
-    desk::bridge([&] { return x_native_frontend_close_tuner(h); });
+    EXPECT_EQ(Lines(), gHeard);
 }
 
 }  // namespace

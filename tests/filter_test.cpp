@@ -24,7 +24,11 @@ using desk::bridge;
 using desk::Call;
 using desk::Event;
 using desk::Failure;
+using desk::kServiceError;
 using Lines = std::vector<std::string>;
+
+constexpr uint32_t kNoHandle = 0x7fffff00;
+constexpr uint32_t kUnwritten = 7;  // what a handle holds before the call
 
 Lines gHeard;
 std::mutex gHeardLock;
@@ -273,12 +277,13 @@ struct FailingStep {
     const char* name;
     void (*prepare)();
     int result;
-    uint32_t handle;   // afterwards: 7 when it must not be written
+    uint32_t handle;   // afterwards: kUnwritten when it must not be written
     const char* line;  // logged with the handle visible; null: the handle never is
 };
 const FailingStep kFailingSteps[] = {
-    {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, 17); }, 17, 7, nullptr},
-    {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, 7, nullptr},
+    {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, kServiceError); }, kServiceError,
+     kUnwritten, nullptr},
+    {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, kUnwritten, nullptr},
     {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0, nullptr},
     {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0, ", failed."},
     {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0, ", fail: 3."},
@@ -303,14 +308,14 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
         SCOPED_TRACE(step.name);
         const desk::ResourceCounts before = desk::resourceCounts();
         step.prepare();
-        uint32_t h = 7;
+        uint32_t h = kUnwritten;
         EXPECT_EQ(step.result, open(&h));
         EXPECT_EQ(step.handle, h);
         desk::failNothing();
         EXPECT_EQ(before, desk::resourceCounts());
         EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
     }
-    uint32_t h = 7;
+    uint32_t h = kUnwritten;
     FLT_EVT_CB_T evt = {};
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, nullptr, &evt, nullptr));
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, &h, nullptr, nullptr));
@@ -319,7 +324,7 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
 TEST_F(FilterTest, OpenOfAHandleThatIsNoPipelineFails) {
     const uint32_t hthread = createdThread();
     desk::takeCalls();
-    uint32_t h = 7;
+    uint32_t h = kUnwritten;
     FLT_EVT_CB_T evt = {};
     EXPECT_EQ(-1,
               bridge([&] { return x_velmora_filter_open(hthread, 1, 2, 3, &h, &evt, nullptr); }));
@@ -345,6 +350,8 @@ const Waiter kWaiters[] = {
      }},
 };
 
+const Waiter& kEventWaiter = kWaiters[2];
+
 // The handle that an open is about to issue.
 uint32_t nextHandle() {
     uint32_t probe = 0;
@@ -369,7 +376,7 @@ TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
         gHeard.clear();
         desk::scriptHold("onOpenFilter");
         const uint32_t visible = nextHandle();
-        uint32_t h = 7;
+        uint32_t h = kUnwritten;
         std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
         ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
         int result = 9;
@@ -417,7 +424,7 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             desk_log_set_sink(holdAtLine);
             desk::setLogLevel("I");
             step.prepare();
-            uint32_t h = 7;
+            uint32_t h = kUnwritten;
             std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
             {
                 std::unique_lock<std::mutex> lock(gHoldLock);
@@ -451,7 +458,7 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
     std::thread starting([&] { EXPECT_EQ(0, start(h)); });
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int result = 9;
-    std::thread reporting = startWaiter(kWaiters[2], h, &result);
+    std::thread reporting = startWaiter(kEventWaiter, h, &result);
     EXPECT_TRUE(heardNothing());
     desk::scriptRelease("onStart");
     starting.join();
@@ -462,25 +469,38 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
 
 TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
     const uint32_t h = opened();
-    const std::string handle = std::to_string(h);
     desk::report(Event::kSection, h, 1, -2, 3, 4);
     desk::report(Event::kRestart, h, 9);
     desk::report(Event::kFilterStatus, h, -6);
-    desk::report(Event::kSection, 0, 1, 2, 3, 4);
-    desk::report(Event::kFilterStatus, 0x7fffff00, 1);
+    const std::string handle = std::to_string(h);
+    EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
+                     "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
+              gHeard);
+    EXPECT_EQ(0, start(h)) << "the semaphore is free";
+    EXPECT_EQ(0, close(h));
+}
+
+TEST_F(FilterTest, EventsOfNoFilterAreDropped) {
+    const uint32_t closed = opened();
+    EXPECT_EQ(0, close(closed));
+    for (const uint32_t h : {0u, kNoHandle, closed}) {
+        desk::report(Event::kSection, h, 1, 2, 3, 4);
+        desk::report(Event::kRestart, h, 1);
+        desk::report(Event::kFilterStatus, h, 1);
+    }
+    EXPECT_TRUE(heardNothing());
+}
+
+TEST_F(FilterTest, EventWithoutCallbackIsLoggedAndFreesTheFilter) {
+    const uint32_t h = opened();
     x_velmora_filter_register_filter_status_callback(nullptr);
     desk::setLogLevel("I");
-    desk::takeLog();
     desk::report(Event::kFilterStatus, h, 1);
     EXPECT_NE(std::string::npos,
               desk::takeLog()[0].find(">  filter status change notify is null."));
     desk::setLogLevel("");
     EXPECT_EQ(0, start(h)) << "the semaphore is free";
     EXPECT_EQ(0, close(h));
-    desk::report(Event::kSection, h, 1, 2, 3, 4);
-    EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
-                     "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
-              gHeard);
 }
 
 TEST_F(FilterTest, CloseWaitsForTheOperationAndTheSecondCloseFails) {

@@ -19,6 +19,8 @@ using desk::Failure;
 using desk::Pipeline;
 using Lines = std::vector<std::string>;
 
+constexpr unsigned int kNotRegistered = 0x7fffff00;
+
 // A tuner that is required and closed through the library, watched.
 class Tuner {
   public:
@@ -166,12 +168,12 @@ TEST_F(FrontendTest, OperationsFailWithoutPipeline) {
     desk::setLogLevel("D");
     for (const Operation& operation : kOperations) {
         SCOPED_TRACE(operation.name);
-        EXPECT_EQ(operation.failure, operation.call(0x7fffff00)) << "not registered";
+        EXPECT_EQ(operation.failure, operation.call(kNotRegistered)) << "not registered";
         EXPECT_EQ(Lines(), desk::takeLog());
     }
-    EXPECT_EQ(-1, x_native_frontend_get_frontend_info(0x7fffff00, nullptr));
-    EXPECT_EQ(-1, x_native_frontend_set_ontune_listener(0x7fffff00));
-    EXPECT_EQ(-1, x_native_frontend_clear_ontune_listener(0x7fffff00));
+    EXPECT_EQ(-1, x_native_frontend_get_frontend_info(kNotRegistered, nullptr));
+    EXPECT_EQ(-1, x_native_frontend_set_ontune_listener(kNotRegistered));
+    EXPECT_EQ(-1, x_native_frontend_clear_ontune_listener(kNotRegistered));
 
     const Tuner tuner(pipeline);
     EXPECT_EQ(0, x_native_frontend_get_frontend_info(pipeline.handle(), nullptr));
