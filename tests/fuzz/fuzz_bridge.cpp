@@ -300,7 +300,7 @@ extern "C" const char* __ubsan_default_options() {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     gReport = fdopen(dup(STDERR_FILENO), "w");
     desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-    if (!desk::loadLibrary()) {
+    if (desk::loadWatchedLibrary() != JNI_VERSION_1_4) {
         abort();
     }
     const desk::LocalFrame frame;
