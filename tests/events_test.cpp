@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <memory>
 #include <thread>
 
 #include "mw/frontend.h"
@@ -46,7 +47,7 @@ int onList(unsigned int pipeline, const int32_t* values, int32_t count, void* pv
         rest += " " + std::to_string(values[i]);
     }
     heard(desk::methodOf(event), pipeline, rest, pv_tag);
-    EXPECT_EQ(-1, desk::releaseMode()) << "released before the callback returned";
+    EXPECT_EQ(0, desk::takeReleases().aborted) << "released before the callback returned";
     const_cast<int32_t*>(values)[0] = -1;  // must not reach Java
     return 77;
 }
@@ -61,7 +62,7 @@ int onDiseqc(unsigned int pipeline, const int8_t* message, int32_t length) {
     for (int32_t i = 0; i < length; ++i) {
         rest += " " + std::to_string(message[i]);
     }
-    EXPECT_EQ(-1, desk::releaseMode()) << "released before the callback returned";
+    EXPECT_EQ(0, desk::takeReleases().aborted) << "released before the callback returned";
     heard("diseqc", pipeline, rest, nullptr);
     return 77;
 }
@@ -94,7 +95,7 @@ class EventsTest : public desk::BridgeTest {
     void SetUp() override {
         BridgeTest::SetUp();
         gHeard.clear();
-        desk::releaseMode();
+        desk::takeReleases();
         desk::setLogLevel("E");
     }
     void TearDown() override {
@@ -143,19 +144,27 @@ TEST_F(EventsTest, ScanEventsReachTheirCallback) {
                                                                   : " -42";
         EXPECT_EQ(Lines{std::string(desk::methodOf(event.event)) + " 153" + rest + " tag"}, gHeard);
         if (event.array != nullptr) {
-            EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+            EXPECT_EQ(1, desk::takeReleases().aborted);
             EXPECT_EQ(0, report(event, values, 9)) << "longer than the array";
-            EXPECT_EQ(JNI_ABORT, desk::releaseMode());
+            EXPECT_EQ(1, desk::takeReleases().aborted);
             EXPECT_EQ(std::string(desk::methodOf(event.event)) + " 153 10 20 30 tag",
                       gHeard.back());
         }
     }
     EXPECT_EQ(Lines(), desk::takeLog());
+}
+
+TEST_F(EventsTest, SignalTypeIsOnlyLogged) {
     desk::setLogLevel("I");
     EXPECT_EQ(0, desk::report(Event::kSignalType, kPipeline, 5));
     EXPECT_EQ(Lines{std::string("I ") + kPrefix + "signal_type, pipeline: 0x99, signal_type: 5"},
               desk::takeLog());
-    report(kEvents[3], list(), 3);
+}
+
+TEST_F(EventsTest, FrequenciesAreLoggedWithTheFirst) {
+    registerAll();
+    desk::setLogLevel("I");
+    desk::report(Event::kFrequencies, kPipeline, list(), 3);
     const Lines log = desk::takeLog();
     ASSERT_EQ(2u, log.size());
     EXPECT_EQ(std::string("I ") + kPrefix + "on_freq_reported, pipeline: 0x99, len = 3", log[0]);
@@ -231,7 +240,7 @@ TEST_F(EventsTest, BadListsAreRefused) {
         EXPECT_EQ(-1, report(event, values, -1));
         EXPECT_EQ(-1, report(event, empty, 3));
         for (const Failure failure : {Failure::kNull, Failure::kThrows}) {
-            desk::failCall(Call::kGetIntArrayElements, 1, failure);
+            desk::failCall(Call::GetIntArrayElements, 1, failure);
             EXPECT_EQ(-1, report(event, values, 3));
         }
         EXPECT_EQ(Lines(6, std::string("E ") + kPrefix + event.function + ", " + event.array +
@@ -241,43 +250,80 @@ TEST_F(EventsTest, BadListsAreRefused) {
     EXPECT_EQ(Lines(), gHeard);
 }
 
-TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
-    const desk::Pipeline pipeline;
-    const uint32_t h = pipeline.handle();
-    desk::bridge([&] { return x_native_frontend_require_tuner(h); });
-    const jbyteArray message = desk::newArray(std::vector<jbyte>{-32, 16, 56, 1});
-    const auto lnb = [](jint type) { return desk::report(Event::kLnb, kPipeline, type); };
-    const auto diseqc = [](jbyteArray array, jint length) {
+// With a registered tuner, by which the LNB callbacks are registered and cleared.
+class LnbEventsTest : public EventsTest {
+  protected:
+    void SetUp() override {
+        EventsTest::SetUp();
+        mPipeline = std::make_unique<desk::Pipeline>();
+        mHandle = mPipeline->handle();
+        desk::bridge([&] { return x_native_frontend_require_tuner(mHandle); });
+        EXPECT_EQ(0, x_native_frontend_register_lnb_callback(mHandle, onLnb));
+        EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(mHandle, onDiseqc));
+    }
+    void TearDown() override {
+        clear();
+        desk::bridge([&] { return x_native_frontend_close_tuner(mHandle); });
+        mPipeline.reset();
+        EventsTest::TearDown();
+    }
+
+    void clear() {
+        EXPECT_EQ(0, x_native_frontend_register_lnb_callback(mHandle, nullptr));
+        EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(mHandle, nullptr));
+    }
+    static jint lnb(jint type) { return desk::report(Event::kLnb, kPipeline, type); }
+    static jint diseqc(jbyteArray array, jint length) {
         return desk::report(Event::kDiseqc, kPipeline, array, length);
-    };
+    }
+    static jbyteArray message() { return desk::newArray(std::vector<jbyte>{-32, 16, 56, 1}); }
+
+    std::unique_ptr<desk::Pipeline> mPipeline;
+    uint32_t mHandle = 0;
+};
+
+TEST_F(LnbEventsTest, EveryPipelineIsServed) {
+    EXPECT_EQ(0, lnb(-7));
+    for (const jint length : {4, 2, 5, 0}) {
+        EXPECT_EQ(0, diseqc(message(), length));
+        EXPECT_EQ(1, desk::takeReleases().aborted);
+    }
+    EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
+                     "diseqc 153 -32 16 56 1", "diseqc 153"}),
+              gHeard);
+}
+
+TEST_F(LnbEventsTest, EventsWithoutCallbackAreRefused) {
+    clear();
     EXPECT_EQ(-1, lnb(1));
     EXPECT_EQ(-1, diseqc(nullptr, 4));
     EXPECT_EQ(
         (Lines{"E com_halvorin_tv_velmora_lnb_event_notify, lnb notify is null.",
                "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, gLnbOnDiseqcMessageFct is null."}),
         desk::takeLog());
+}
 
-    EXPECT_EQ(0, x_native_frontend_register_lnb_callback(h, onLnb));
-    EXPECT_EQ(0, x_native_frontend_register_lnb_DiseqcMessage_callback(h, onDiseqc));
-    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(h + 1000, nullptr));
-    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(h + 1000, nullptr));
-    EXPECT_EQ(0, lnb(-7));
-    for (const jint length : {4, 2, 5, 0}) {
-        EXPECT_EQ(0, diseqc(message, length));
-        EXPECT_EQ(JNI_ABORT, desk::releaseMode());
-    }
-    EXPECT_EQ((Lines{"lnb 153 -7", "diseqc 153 -32 16 56 1", "diseqc 153 -32 16",
-                     "diseqc 153 -32 16 56 1", "diseqc 153"}),
-              gHeard);
+TEST_F(LnbEventsTest, RegistrationOfNoTunerChangesNothing) {
+    const uint32_t none = mHandle + 1000;
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(none, nullptr));
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(none, nullptr));
+    EXPECT_EQ(0, lnb(1));
+    EXPECT_EQ(0, diseqc(message(), 1));
+}
+
+TEST_F(LnbEventsTest, BadMessagesAreRefused) {
     EXPECT_EQ(-1, diseqc(nullptr, 4));
-    EXPECT_EQ(-1, diseqc(message, -1));
+    EXPECT_EQ(-1, diseqc(message(), -1));
     EXPECT_EQ(-1, diseqc(desk::newArray(std::vector<jbyte>()), 1));
     EXPECT_EQ(Lines(3, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."),
               desk::takeLog());
-    // The callback is told before the bytes are taken, also when they cannot be had.
+    EXPECT_EQ(Lines(), gHeard);
+}
+
+TEST_F(LnbEventsTest, CallbackIsLoggedBeforeTheBytesAreTaken) {
     desk::setLogLevel("I");
-    desk::failCall(Call::kGetByteArrayElements, 1, Failure::kThrows);
-    EXPECT_EQ(-1, diseqc(message, 4));
+    desk::failCall(Call::GetByteArrayElements, 1, Failure::kThrows);
+    EXPECT_EQ(-1, diseqc(message(), 4));
     char callback[128];
     snprintf(callback, sizeof(callback),
              "I com_halvorin_tv_velmora_lnb_onDiseqcMessage, callback: %p, handle: 0x99",
@@ -286,12 +332,7 @@ TEST_F(EventsTest, LnbEventsServeEveryPipelineAndTheLatestRegistration) {
         (Lines{"I com_halvorin_tv_velmora_lnb_onDiseqcMessage, pipeline: 0x99, msgLength: 4",
                callback, "E com_halvorin_tv_velmora_lnb_onDiseqcMessage, message Array is null."}),
         desk::takeLog());
-    desk::setLogLevel("E");
-    EXPECT_EQ(5u, gHeard.size());
-    x_native_frontend_register_lnb_callback(h, nullptr);
-    x_native_frontend_register_lnb_DiseqcMessage_callback(h, nullptr);
-    EXPECT_EQ(-1, lnb(1));
-    desk::bridge([&] { return x_native_frontend_close_tuner(h); });
+    EXPECT_EQ(Lines(), gHeard);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/host.h"
+#include "tests/watch.h"
 
 namespace {
 
@@ -30,6 +30,7 @@ uint32_t newPipeline() {
 uint32_t openFilter(uint32_t pipeline) {
     FLT_EVT_CB_T event = {};
     uint32_t filter = 0;
+    const desk::Watch watch;
     x_velmora_filter_open(pipeline, 1, 2, 4096, &filter, &event, nullptr);
     return filter;
 }
@@ -53,6 +54,7 @@ void useTuner(uint32_t pipeline) {
     settings.e_type = MW_FE_TYPE_ATSC;
     FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
     FE_STATUS_T status = {};
+    const desk::Watch watch;
     for (;;) {
         x_native_frontend_require_tuner(pipeline);
         x_native_frontend_tune(pipeline, &settings);
@@ -64,6 +66,7 @@ void useTuner(uint32_t pipeline) {
 void useFilter(uint32_t pipeline) {
     int8_t buffer[16];
     uint8_t pattern[FLT_PATTERN_SIZE] = {};
+    const desk::Watch watch;
     for (;;) {
         const uint32_t filter = openFilter(pipeline);
         x_velmora_filter_setSectionConfig(filter, 1, 0, 1, 0, pattern, pattern, pattern);
@@ -124,9 +127,8 @@ extern "C" void reportEnd() {
 // Returns main's result, or does not return. In the ways "busy_..." middleware threads work
 // meanwhile.
 extern "C" int endProcess(const char* way) {
-    desk::startVm({desk::kSmallHeap, desk::kCheckJni});
-    desk::keepLog();
-    if (!desk::loadLibrary()) {
+    desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
+    if (desk::loadWatchedLibrary() != JNI_VERSION_1_4) {
         return kFailed;
     }
     desk::resetModel();

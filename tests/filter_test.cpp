@@ -4,12 +4,15 @@
 
 #include <desk/basic_faults.h>
 #include <desk/log_sink.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cinttypes>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -23,7 +26,11 @@ using desk::bridge;
 using desk::Call;
 using desk::Event;
 using desk::Failure;
+using desk::kServiceError;
 using Lines = std::vector<std::string>;
+
+constexpr uint32_t kNoHandle = 0x7fffff00;
+constexpr uint32_t kUnwritten = 7;  // what a handle holds before the call
 
 Lines gHeard;
 std::mutex gHeardLock;
@@ -57,8 +64,8 @@ class FilterTest : public desk::BridgeTest {
     void SetUp() override {
         BridgeTest::SetUp();
         gHeard.clear();
-        x_velmora_filter_register_section_callback(onSection);
-        x_velmora_filter_register_filter_status_callback(onStatus);
+        EXPECT_EQ(0, x_velmora_filter_register_section_callback(onSection));
+        EXPECT_EQ(0, x_velmora_filter_register_filter_status_callback(onStatus));
         mPipeline = std::make_unique<desk::Pipeline>();
     }
     void TearDown() override {
@@ -83,6 +90,16 @@ class FilterTest : public desk::BridgeTest {
         return hfilter;
     }
 
+    static uint32_t createdThread() {
+        uint32_t hthread = 0;
+        EXPECT_EQ(0, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+        return hthread;
+    }
+
+    static int deleteThread(uint32_t hthread) {
+        return bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+    }
+
     static int close(uint32_t hfilter) {
         return bridge([&] { return x_velmora_filter_close(hfilter); });
     }
@@ -92,12 +109,11 @@ class FilterTest : public desk::BridgeTest {
     }
 
     std::unique_ptr<desk::Pipeline> mPipeline;
-    uint8_t mPattern[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+    uint8_t mPattern[18] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18};
 };
 
-TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
-    uint32_t hthread = 0;
-    ASSERT_EQ(0, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+TEST_F(FilterTest, OpenGivesJavaItsArgumentsAndCloseEndsIt) {
+    const uint32_t hthread = createdThread();
     uint32_t h = 0;
     ASSERT_EQ(0, open(&h, hthread));
     EXPECT_EQ(
@@ -108,7 +124,14 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             ")\n"
             "ZytTvInnerFilter#1.onOpenFilter(1, 2, 78187493530, ZytTvInnerFilterCallbackThread#1)",
         desk::takeCalls());
-    EXPECT_EQ(3, desk::resourceCounts().globalRefs);
+    EXPECT_EQ(mCounts.globalRefs + 3, desk::resourceCounts().globalRefs);
+    EXPECT_EQ(0, close(h));
+    EXPECT_EQ("ZytTvInnerFilter#1.onCloseFilter()", desk::takeCalls());
+    EXPECT_EQ(0, deleteThread(hthread));
+}
+
+TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
+    const uint32_t h = opened();
     for (const int result : {0, 5}) {
         for (const char* method : {"onStart", "onStop", "onFlush", "onSetSectionConfig"}) {
             desk::scriptReturns(method, result);
@@ -119,39 +142,84 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             EXPECT_EQ(result, x_velmora_filter_stop(h));
             EXPECT_EQ(result, x_velmora_filter_flush(h));
             EXPECT_EQ(result, x_velmora_filter_setSectionConfig(h, -9, 1, 0, 1, mPattern,
-                                                                mPattern + 0, mPattern));
+                                                                mPattern + 1, mPattern + 2));
         });
         EXPECT_EQ(
             "ZytTvInnerFilter#1.onStart()\nZytTvInnerFilter#1.onStop()\n"
             "ZytTvInnerFilter#1.onFlush()\nZytTvInnerFilter#1.onSetSectionConfig(-9, true, "
             "false, true, byte[16]0102030405060708090a0b0c0d0e0f10, "
-            "byte[16]0102030405060708090a0b0c0d0e0f10, "
-            "byte[16]0102030405060708090a0b0c0d0e0f10)",
+            "byte[16]02030405060708090a0b0c0d0e0f1011, "
+            "byte[16]030405060708090a0b0c0d0e0f101112)",
             desk::takeCalls());
     }
     EXPECT_EQ(0, close(h));
-    EXPECT_EQ("ZytTvInnerFilter#1.onCloseFilter()", desk::takeCalls());
+}
+
+TEST_F(FilterTest, HandlesOfNoFilterAreRefused) {
+    const uint32_t hthread = createdThread();
+    const uint32_t h = opened();
+    EXPECT_EQ(0, close(h));
     desk::setLogLevel("I");
     EXPECT_EQ(-1, close(h));
     EXPECT_EQ(-1, start(h));
     EXPECT_EQ(-1, start(hthread)) << "a handle of another type";
-    EXPECT_EQ(-1,
-              bridge([&] { return x_velmora_filter_delete_callback_thread(mPipeline->handle()); }));
-    desk::setLogLevel("");
-    int deletions[2] = {};
-    const auto deleteThread = [&](int i) {
-        deletions[i] = bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
-    };
-    std::thread other(deleteThread, 1);
-    deleteThread(0);
-    other.join();
-    EXPECT_EQ(-1, deletions[0] + deletions[1]) << "one of two deletes at once";
-    deleteThread(0);
-    EXPECT_EQ(-1, deletions[0]) << "deleted in a row";
+    EXPECT_EQ(0, deleteThread(hthread));
+}
+
+TEST_F(FilterTest, CallbackThreadIsReleasedOnceByItsDelete) {
+    const uint32_t hthread = createdThread();
+    EXPECT_EQ(-1, deleteThread(mPipeline->handle())) << "a handle of another type";
+    desk::takeCalls();
+    EXPECT_EQ(0, deleteThread(hthread));
+    EXPECT_EQ(-1, deleteThread(hthread));
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
+}
+
+TEST_F(FilterTest, CallbackThreadThatCannotBeMadeIsRefused) {
     EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(nullptr));
     desk::scriptThrows("ZytTvInnerFilterCallbackThread.<init>");
+    uint32_t hthread = 0;
     EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+}
+
+// Whether a thread of this process waits for something.
+bool sleeps(pid_t thread) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    const size_t name = text.rfind(") ");
+    return name != std::string::npos && text[name + 2] == 'S';
+}
+
+// The second delete begins while the first is inside handle_free. The first goes on when the second
+// waits because it is kept out, or has looked the handle up as well.
+TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
+    static uint32_t hthread;
+    static std::thread second;
+    static std::atomic<pid_t> secondId;
+    static int secondResult;
+    hthread = createdThread();
+    desk::takeCalls();
+    desk_set_service_hook([](desk_service_t service) -> int32_t {
+        if (service == DESK_HANDLE_FREE) {
+            desk_set_service_hook(nullptr);
+            const unsigned long lookups = desk_calls(DESK_HANDLE_GET_TYPE_OBJ);
+            second = std::thread([] {
+                secondId = static_cast<pid_t>(syscall(SYS_gettid));
+                secondResult = deleteThread(hthread);
+            });
+            while (secondId == 0 ||
+                   (!sleeps(secondId) && desk_calls(DESK_HANDLE_GET_TYPE_OBJ) == lookups)) {
+                std::this_thread::yield();
+            }
+        }
+        return 0;
+    });
+    const int firstResult = deleteThread(hthread);
+    second.join();
+    desk::watchServices();
+    EXPECT_EQ(-1, firstResult + secondResult);
+    EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
 }
 
 TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
@@ -211,20 +279,25 @@ struct FailingStep {
     const char* name;
     void (*prepare)();
     int result;
-    uint32_t handle;   // afterwards: 7 when it must not be written
+    uint32_t handle;   // afterwards: kUnwritten when it must not be written
     const char* line;  // logged with the handle visible; null: the handle never is
+    // The services that it then calls to give back what it has, in order.
+    const char* givenBack = "handle_free x_mem_free x_sema_unlock x_sema_delete";
 };
 const FailingStep kFailingSteps[] = {
-    {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, 17); }, 17, 7, nullptr},
-    {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, 7, nullptr},
-    {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0, nullptr},
+    {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, kServiceError); }, kServiceError,
+     kUnwritten, nullptr, ""},
+    {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, -1, kUnwritten, nullptr,
+     "x_sema_unlock x_sema_delete"},
+    {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, -1, 0, nullptr,
+     "x_mem_free x_sema_unlock x_sema_delete"},
     {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, -1, 0, ", failed."},
     {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, -1, 0, ", fail: 3."},
-    {"array", [] { desk::failCall(Call::kNewByteArray, 1, Failure::kNull); }, -1, 0,
+    {"array", [] { desk::failCall(Call::NewByteArray, 1, Failure::kNull); }, -1, 0,
      "mj_sectionarr failed."},
-    {"array reference", [] { desk::failCall(Call::kNewGlobalRef, 1, Failure::kNull); }, -1, 0,
+    {"array reference", [] { desk::failCall(Call::NewGlobalRef, 1, Failure::kNull); }, -1, 0,
      "mj_sectionarr failed."},
-    {"object", [] { desk::failCall(Call::kNewObject, 1, Failure::kNull); }, -1, 0,
+    {"object", [] { desk::failCall(Call::NewObjectA, 1, Failure::kNull); }, -1, 0,
      "mObject failed."},
     {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, -1, 0,
      "nativeOpen fail: -1"},
@@ -236,12 +309,11 @@ const FailingStep kFailingSteps[] = {
      -1, 0, "nativeOpen fail: 3"},
 };
 
-// The services that a failing open calls to give back what it has, in order.
 std::string givenBack(const std::vector<desk::Point>& calls) {
     std::string names;
     for (const desk::Point& point : calls) {
-        if (point.call >= Call::kHandleFree && point.call != Call::kSemaCreate &&
-            point.call != Call::kMemAlloc) {
+        if (point.call == Call::handle_free || point.call == Call::x_mem_free ||
+            point.call == Call::x_sema_unlock || point.call == Call::x_sema_delete) {
             names += std::string(names.empty() ? "" : " ") + desk::name(point.call);
         }
     }
@@ -253,24 +325,31 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
         SCOPED_TRACE(step.name);
         const desk::ResourceCounts before = desk::resourceCounts();
         step.prepare();
-        uint32_t h = 7;
+        uint32_t h = kUnwritten;
         desk::record();
         EXPECT_EQ(step.result, open(&h));
-        const std::string name = step.name;
-        EXPECT_EQ(name == "semaphore" ? ""
-                  : name == "record"  ? "x_sema_unlock x_sema_delete"
-                  : name == "handle"  ? "x_mem_free x_sema_unlock x_sema_delete"
-                                      : "handle_free x_mem_free x_sema_unlock x_sema_delete",
-                  givenBack(desk::recorded()));
+        EXPECT_EQ(step.givenBack, givenBack(desk::recorded()));
         EXPECT_EQ(step.handle, h);
         desk::failNothing();
         EXPECT_EQ(before, desk::resourceCounts());
         EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
     }
-    uint32_t h = 7;
+    uint32_t h = kUnwritten;
     FLT_EVT_CB_T evt = {};
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, nullptr, &evt, nullptr));
     EXPECT_EQ(-1, x_velmora_filter_open(mPipeline->handle(), 0, 0, 0, &h, nullptr, nullptr));
+}
+
+TEST_F(FilterTest, OpenOfAHandleThatIsNoPipelineFails) {
+    const uint32_t hthread = createdThread();
+    desk::takeCalls();
+    uint32_t h = kUnwritten;
+    FLT_EVT_CB_T evt = {};
+    EXPECT_EQ(-1,
+              bridge([&] { return x_velmora_filter_open(hthread, 1, 2, 3, &h, &evt, nullptr); }));
+    EXPECT_EQ(0u, h);
+    EXPECT_EQ("", desk::takeCalls());
+    EXPECT_EQ(0, deleteThread(hthread));
 }
 
 // Who may wait for a filter that is being opened; each returns 0 when the filter served it, else
@@ -289,6 +368,8 @@ const Waiter kWaiters[] = {
          return heardNothing() ? -1 : 0;
      }},
 };
+
+const Waiter& kEventWaiter = kWaiters[2];
 
 // The handle that an open is about to issue.
 uint32_t nextHandle() {
@@ -314,7 +395,7 @@ TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
         gHeard.clear();
         desk::scriptHold("onOpenFilter");
         const uint32_t visible = nextHandle();
-        uint32_t h = 7;
+        uint32_t h = kUnwritten;
         std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
         ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
         int result = 9;
@@ -347,16 +428,17 @@ void holdAtLine(int, const char*, const char* text) {
 
 // An open that fails with its handle visible lets who waits for it fail too, and frees nothing
 // twice; also when the semaphore cannot be released and only its deletion wakes the waiter.
-TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
+class FailedOpenTest : public FilterTest, public testing::WithParamInterface<bool> {};
+INSTANTIATE_TEST_SUITE_P(SemaphoreIsReleased, FailedOpenTest, testing::Bool());
+
+TEST_P(FailedOpenTest, WaitersFail) {
+    const bool released = GetParam();
     for (const FailingStep& step : kFailingSteps) {
-        for (int i = 0; i < 6; ++i) {
-            const Waiter& waiter = kWaiters[i / 2];
-            const bool releases = i % 2 == 0;
+        for (const Waiter& waiter : kWaiters) {
             if (step.line == nullptr) {
                 continue;
             }
-            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name +
-                         (releases ? "" : ", not released"));
+            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
             const desk::ResourceCounts before = desk::resourceCounts();
             const uint32_t visible = nextHandle();
             gHoldAt = step.line;
@@ -365,10 +447,10 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             desk_log_set_sink(holdAtLine);
             desk::setLogLevel("I");
             step.prepare();
-            if (!releases) {
+            if (!released) {
                 desk_fail_call(DESK_SEMA_UNLOCK, 1, DESK_KEEP_TAKEN);
             }
-            uint32_t h = 7;
+            uint32_t h = kUnwritten;
             std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
             {
                 std::unique_lock<std::mutex> lock(gHoldLock);
@@ -385,7 +467,7 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             opening.join();
             EXPECT_EQ(-1, result);
             EXPECT_EQ(0u, h);
-            EXPECT_EQ(!releases, gUsedDeletedSemaphore);
+            EXPECT_EQ(!released, gUsedDeletedSemaphore);
             EXPECT_EQ(-1, start(visible));
             desk::setLogLevel("");
             desk::keepLog();
@@ -402,7 +484,7 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
     std::thread starting([&] { EXPECT_EQ(0, start(h)); });
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int result = 9;
-    std::thread reporting = startWaiter(kWaiters[2], h, &result);
+    std::thread reporting = startWaiter(kEventWaiter, h, &result);
     EXPECT_TRUE(heardNothing());
     desk::scriptRelease("onStart");
     starting.join();
@@ -413,25 +495,38 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
 
 TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
     const uint32_t h = opened();
-    const std::string handle = std::to_string(h);
     desk::report(Event::kSection, h, 1, -2, 3, 4);
     desk::report(Event::kRestart, h, 9);
     desk::report(Event::kFilterStatus, h, -6);
-    desk::report(Event::kSection, 0, 1, 2, 3, 4);
-    desk::report(Event::kFilterStatus, 0x7fffff00, 1);
+    const std::string handle = std::to_string(h);
+    EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
+                     "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
+              gHeard);
+    EXPECT_EQ(0, start(h)) << "the semaphore is free";
+    EXPECT_EQ(0, close(h));
+}
+
+TEST_F(FilterTest, EventsOfNoFilterAreDropped) {
+    const uint32_t closed = opened();
+    EXPECT_EQ(0, close(closed));
+    for (const uint32_t h : {0u, kNoHandle, closed}) {
+        desk::report(Event::kSection, h, 1, 2, 3, 4);
+        desk::report(Event::kRestart, h, 1);
+        desk::report(Event::kFilterStatus, h, 1);
+    }
+    EXPECT_TRUE(heardNothing());
+}
+
+TEST_F(FilterTest, EventWithoutCallbackIsLoggedAndFreesTheFilter) {
+    const uint32_t h = opened();
     x_velmora_filter_register_filter_status_callback(nullptr);
     desk::setLogLevel("I");
-    desk::takeLog();
     desk::report(Event::kFilterStatus, h, 1);
     EXPECT_NE(std::string::npos,
               desk::takeLog()[0].find(">  filter status change notify is null."));
     desk::setLogLevel("");
     EXPECT_EQ(0, start(h)) << "the semaphore is free";
     EXPECT_EQ(0, close(h));
-    desk::report(Event::kSection, h, 1, 2, 3, 4);
-    EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
-                     "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
-              gHeard);
 }
 
 TEST_F(FilterTest, CloseWaitsForTheOperationAndTheSecondCloseFails) {

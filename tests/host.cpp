@@ -4,12 +4,13 @@
 #include <desk/log_sink.h>
 #include <dlfcn.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include "mw/basic_services.h"
 #include "mw/filter.h"
@@ -26,8 +27,14 @@ JavaVM* gVm;
 JNINativeInterface_ gJni;
 jobject gLoader;       // global reference
 jmethodID gLoadClass;  // of the loader
-std::mutex gClassLock;
-std::map<std::string, jclass> gClasses;  // global references
+
+// Never destroyed: threads may still call at the end of the process.
+std::mutex& gClassLock = *new std::mutex();
+std::map<std::string, jclass>& gClasses =
+    *new std::map<std::string, jclass>();  // global references
+std::mutex& gLock = *new std::mutex();     // of what follows; no JNI call is made with it held
+std::vector<std::string>& gLog = *new std::vector<std::string>();
+std::vector<std::string>& gComplaints = *new std::vector<std::string>();
 
 struct EventTraits {
     const char* className;
@@ -46,8 +53,12 @@ EventTraits gEvents[] = {
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
 thread_local int tHeard;
-std::mutex gLogLock;
-std::vector<std::string> gLog;
+
+bool (*gTolerates)() = [] { return false; };
+enum class Complaint { kNone, kKept, kTolerated };
+thread_local Complaint tComplaint;  // which the virtual machine is printing on this thread
+thread_local size_t tComplaintIndex;
+thread_local bool tInLine;
 
 [[noreturn]] void give(const char* what) {
     fprintf(stderr, "set-up of the virtual machine failed: %s\n", what);
@@ -93,8 +104,51 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
 }
 
 void keepLogLine(int prio, const char* /* tag */, const char* text) {
-    const std::lock_guard<std::mutex> lock(gLogLock);
+    const std::lock_guard<std::mutex> lock(gLock);
     gLog.push_back(std::string(1, "??VDIWEF"[prio]) + " " + text);
+}
+
+bool startsWith(const char* text, const char* start) {
+    return strncmp(text, start, strlen(start)) == 0;
+}
+
+// A piece of what the virtual machine prints on this thread. A complaint is one line and a stack: of
+// Java methods, or of native frames whose lines come piece by piece, the first one character long.
+void takePrinted(FILE* stream, const char* text) {
+    if (startsWith(text, "WARNING in native method") || startsWith(text, "WARNING: JNI") ||
+        startsWith(text, "FATAL ERROR")) {
+        tComplaint = gTolerates() ? Complaint::kTolerated : Complaint::kKept;
+        const std::lock_guard<std::mutex> lock(gLock);
+        tComplaintIndex = gComplaints.size();
+        if (tComplaint == Complaint::kKept) {
+            gComplaints.emplace_back();
+        }
+    } else if (!tInLine && *text != '\t' && !startsWith(text, "Native frames") &&
+               strlen(text) != 1) {
+        tComplaint = Complaint::kNone;
+    }
+    tInLine = text[strlen(text) - 1] != '\n';
+    if (tComplaint == Complaint::kKept) {
+        const std::lock_guard<std::mutex> lock(gLock);
+        if (tComplaintIndex < gComplaints.size()) {
+            gComplaints[tComplaintIndex] += text;
+        }
+    }
+    if (tComplaint != Complaint::kTolerated) {
+        fputs(text, stream);
+        fflush(stream);
+    }
+}
+
+// The virtual machine calls this for everything that it prints.
+jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
+    char* text = nullptr;
+    const int length = vasprintf(&text, format, args);
+    if (length > 0) {
+        takePrinted(stream, text);
+    }
+    free(text);
+    return length;
 }
 
 template <typename... Args>
@@ -112,7 +166,8 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
     }
     const auto create =
         reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
-    std::vector<JavaVMOption> given;
+    char print[] = "vfprintf";
+    std::vector<JavaVMOption> given = {{print, reinterpret_cast<void*>(vmPrints)}};
     for (const std::string& option : options) {
         given.push_back({const_cast<char*>(option.c_str()), nullptr});
     }
@@ -169,6 +224,15 @@ void stopVm() {
     }
 }
 
+std::vector<std::string> takeComplaints() {
+    const std::lock_guard<std::mutex> lock(gLock);
+    return std::exchange(gComplaints, {});
+}
+
+void tolerateComplaints(bool (*tolerates)()) {
+    gTolerates = tolerates;
+}
+
 JavaVM* vm() {
     return gVm;
 }
@@ -201,6 +265,7 @@ jint callFromJava(const std::function<jint()>& work) {
     const jclass clazz = findClass("tests.FromJava");
     gJni.CallStaticVoidMethodA(env(), clazz, gJni.GetStaticMethodID(env(), clazz, "run", "()V"),
                                nullptr);
+    gJni.ExceptionCheck(env());  // -Xcheck:jni wants to see that it is asked
     return tFromJavaResult;
 }
 
@@ -418,10 +483,8 @@ void keepLog() {
 }
 
 std::vector<std::string> takeLog() {
-    const std::lock_guard<std::mutex> lock(gLogLock);
-    std::vector<std::string> lines;
-    lines.swap(gLog);
-    return lines;
+    const std::lock_guard<std::mutex> lock(gLock);
+    return std::exchange(gLog, {});
 }
 
 }  // namespace desk

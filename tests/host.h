@@ -27,6 +27,10 @@ constexpr char kSmallHeap[] = "-Xmx128m";
 JNIEnv* startVm(const std::vector<std::string>& options, const char* jar = nullptr);
 // Destroys it, if there is one, on the thread that started it. What is left then has leaked.
 void stopVm();
+// What the virtual machine complained of since the last time, with Java's stack. Each complaint is
+// printed too, unless tolerates returns true on the thread that it is about.
+std::vector<std::string> takeComplaints();
+void tolerateComplaints(bool (*tolerates)());
 JavaVM* vm();
 JNIEnv* env();  // of the calling thread, which must be attached
 

@@ -11,10 +11,7 @@
 #include "log/halvorin_log.h"
 #include "tests/bridge_test.h"
 
-extern "C" {
-jint JNI_OnLoad(JavaVM* vm, void* reserved);
-extern JavaVM* g_velmora_javaVM;
-}
+extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
@@ -56,8 +53,8 @@ TEST(LoadTest, LoadsOnceEverythingIsFound) {
 
 TEST(LoadTest, FailsWhenThereIsNoEnvironment) {
     IN_A_PROCESS([] {
-        desk::failCall(Call::kGetEnv, 1, desk::Failure::kNull);
-        EXPECT_EQ(-1, desk::bridge([] { return JNI_OnLoad(desk::watchedVm(), nullptr); }));
+        desk::failCall(Call::GetEnv, 1, desk::Failure::kNull);
+        EXPECT_EQ(-1, desk::loadWatchedLibrary());
         EXPECT_EQ(Lines{"E ERROR: GetEnv failed"}, desk::takeLog());
         EXPECT_EQ(nullptr, g_velmora_javaVM);
     });
@@ -75,11 +72,11 @@ void refused(const Refusal& refusal) {
     const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
     for (const bool missing : {true, false}) {
         if (missing) {
-            desk::failLookup(Call::kFindClass, package + refusal.missingClass);
+            desk::failLookup(Call::FindClass, package + refusal.missingClass);
         } else {
-            desk::failLookup(Call::kRegisterNatives, refusal.firstNative);
+            desk::failLookup(Call::RegisterNatives, refusal.firstNative);
         }
-        EXPECT_FALSE(desk::loadLibrary());
+        EXPECT_EQ(-1, desk::loadWatchedLibrary());
         desk::failNothing();
         EXPECT_EQ(nullptr, g_velmora_javaVM);
         Lines expected = {
@@ -136,16 +133,16 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
         "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp: "
         "FATAL Error at :[0-9]+";
     const Missing cases[] = {
-        {Call::kFindClass, services + "ZytTvInnerFrontend", kFrontend},
-        {Call::kFindClass, tuner + "AtscFrontendSettings", kFrontend},
-        {Call::kFindClass, tuner + "FrontendStatus", kFrontend},
-        {Call::kFindClass, services + "ZytTvInnerFilter", kFilter},
-        {Call::kFindClass, services + "ZytTvInnerFilterCallbackThread", kFilter},
-        {Call::kGetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
-        {Call::kGetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
-        {Call::kGetMethodID, "getCodeRates", "!\\(gFrontendFields.getCodeRatesID != __null\\)"},
-        {Call::kGetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
-        {Call::kGetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
+        {Call::FindClass, services + "ZytTvInnerFrontend", kFrontend},
+        {Call::FindClass, tuner + "AtscFrontendSettings", kFrontend},
+        {Call::FindClass, tuner + "FrontendStatus", kFrontend},
+        {Call::FindClass, services + "ZytTvInnerFilter", kFilter},
+        {Call::FindClass, services + "ZytTvInnerFilterCallbackThread", kFilter},
+        {Call::GetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
+        {Call::GetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
+        {Call::GetMethodID, "getCodeRates", "!\\(gFrontendFields.getCodeRatesID != __null\\)"},
+        {Call::GetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
+        {Call::GetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
     };
     for (const Missing& missing : cases) {
         SCOPED_TRACE(missing.name);
@@ -155,7 +152,7 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
                 desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
                 signal(SIGABRT, SIG_DFL);
                 desk::failLookup(missing.lookup, missing.name);
-                desk::loadLibrary();
+                desk::loadWatchedLibrary();
                 _exit(0);
             },
             testing::KilledBySignal(SIGABRT), missing.report);

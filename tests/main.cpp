@@ -8,11 +8,11 @@
 namespace desk {
 
 void BridgeTest::SetUp() {
-    static const bool loaded = [] {
+    static const jint loaded = [] {
         startWatchedVm({kSmallHeap, kCheckJni});
         return loadWatchedLibrary();
     }();
-    ASSERT_TRUE(loaded);
+    ASSERT_EQ(JNI_VERSION_1_4, loaded);
     mFrame.emplace();
     resetModel();
     setLogLevel("");
@@ -24,6 +24,7 @@ void BridgeTest::TearDown() {
     failNothing();
     EXPECT_FALSE(env()->ExceptionCheck());
     EXPECT_EQ(mCounts, resourceCounts());
+    EXPECT_EQ(std::vector<std::string>(), takeComplaints());
     mFrame.reset();
 }
 
@@ -41,5 +42,5 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const int result = RUN_ALL_TESTS();
     desk::stopVm();
-    return result;
+    return result != 0 || !desk::takeComplaints().empty() ? 1 : 0;
 }

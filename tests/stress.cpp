@@ -38,6 +38,7 @@ constexpr int kMiddlewareThreads = 3;
 constexpr int kJavaThreads = 2;
 constexpr int kSharedFilters = 4;
 constexpr int kSharedPipelines = 2;
+constexpr uint32_t kNoHandle = 0x7fffff00;
 constexpr int kStallSeconds = 120;
 
 [[noreturn]] __attribute__((format(printf, 1, 2))) void fault(const char* format, ...) {
@@ -465,12 +466,12 @@ void javaThread(const Pipelines& pipelines, int index, unsigned seed) {
         tReport = {++gClock, 0, {}, false, &random};
         if (random() % 2 == 0) {
             const uint32_t latest = gSharedFilters[random() % kSharedFilters];
-            const uint32_t handles[] = {latest, latest, latest, latest - 1, 0, 0x7fffff00};
+            const uint32_t handles[] = {latest, latest, latest, latest - 1, 0, kNoHandle};
             tReport.handle = handles[random() % std::size(handles)];
             reportFilterEvent(tReport.handle, random);
         } else {
             tReport.handle = random() % 4 == 0
-                                 ? 0x7fffff00
+                                 ? kNoHandle
                                  : pipelines.shared[random() % kSharedPipelines]->handle();
             reportFrontendEvent(tReport.handle, random);
         }
@@ -540,7 +541,7 @@ Options parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     const Options options = parse(argc, argv);
     desk::startWatchedVm({desk::kSmallHeap});
-    check(desk::loadWatchedLibrary(), "load");
+    check(desk::loadWatchedLibrary() == JNI_VERSION_1_4, "load");
     desk::callStatic("tests.StressModel", "install");
 
     const desk::ResourceCounts before = desk::resourceCounts();

@@ -2,158 +2,153 @@
 
 #include <desk/basic_faults.h>
 #include <desk/refbase_count.h>
-#include <jvmti.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <ostream>
 #include <tuple>
+#include <utility>
 
-extern "C" JavaVM* g_velmora_javaVM;
+extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
 
 namespace desk {
 
 namespace {
 
-using Ways = std::vector<Failure>;
+constexpr unsigned bit(Failure failure) {
+    return 1u << static_cast<unsigned>(failure);
+}
+constexpr unsigned kNever = 0;
+constexpr unsigned kFails = bit(Failure::kNull);
+constexpr unsigned kThrows = bit(Failure::kThrows);
+constexpr unsigned kFailsOrThrows = kFails | kThrows;
+constexpr unsigned kFailsOrIsEmpty = kFails | bit(Failure::kEmpty);
+constexpr unsigned kFailsOrKeeps = kFails | bit(Failure::kKeeps);
 
-// What a call that succeeds adds to the resource counts, by the reference or elements that it makes or takes.
+constexpr unsigned kWhilePending = 1;  // JNI allows it with a Java exception pending
+constexpr unsigned kEntersJava = 2;
+
+// What a call that succeeds adds to the resource counts.
 struct Effect {
     int globalRefs;
     int localRefs;
     int elements;
 };
+constexpr Effect kNoEffect = {};
+constexpr Effect kMakesGlobalRef = {1, 0, 0};
+constexpr Effect kDeletesGlobalRef = {-1, 0, 0};
+constexpr Effect kMakesLocalRef = {0, 1, 0};
+constexpr Effect kDeletesLocalRef = {0, -1, 0};
+constexpr Effect kTakesElements = {0, 0, 1};
+constexpr Effect kReleasesElements = {0, 0, -1};
 
 struct CallTraits {
     const char* name;
-    Ways ways;
-    bool allowedWhilePending;  // JNI allows it with a Java exception pending
-    bool entersJava;
+    unsigned ways;
+    unsigned properties;
     Effect effect;
 };
-
-const Ways kNever = {};
-const Ways kFails = {Failure::kNull};
-const Ways kThrowsOnly = {Failure::kThrows};
-const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
-const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
-const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
-
-const CallTraits kTraits[] = {
-    {"FindClass", kFailsOrThrows, false, true, {0, 1, 0}},
-    {"GetMethodID", kFailsOrThrows, false, true, {}},
-    {"RegisterNatives", kFailsOrThrows, false, false, {}},
-    {"NewGlobalRef", kFailsOrThrows, false, false, {1, 0, 0}},
-    {"DeleteGlobalRef", kNever, true, false, {-1, 0, 0}},
-    {"NewLocalRef", kFailsOrThrows, false, false, {0, 1, 0}},
-    {"DeleteLocalRef", kNever, true, false, {0, -1, 0}},
-    {"IsSameObject", kNever, false, false, {}},
-    {"NewObjectA", kFailsOrThrows, false, true, {0, 1, 0}},
-    {"CallVoidMethodA", kThrowsOnly, false, true, {}},
-    {"CallBooleanMethodA", kThrowsOnly, false, true, {}},
-    {"CallIntMethodA", kThrowsOnly, false, true, {}},
-    {"CallLongMethodA", kThrowsOnly, false, true, {}},
-    {"CallObjectMethodA", kFailsOrThrows, false, true, {0, 1, 0}},
-    {"NewByteArray", kFailsOrThrows, false, false, {0, 1, 0}},
-    {"NewIntArray", kFailsOrThrows, false, false, {0, 1, 0}},
-    {"GetArrayLength", kNever, false, false, {}},
-    {"SetByteArrayRegion", kNever, false, false, {}},  // the library sets whole arrays
-    {"SetIntArrayRegion", kNever, false, false, {}},
-    {"GetByteArrayElements", kFailsOrThrows, false, false, {0, 0, 1}},
-    {"GetIntArrayElements", kFailsOrThrows, false, false, {0, 0, 1}},
-    {"ReleaseByteArrayElements", kNever, true, false, {0, 0, -1}},
-    {"ReleaseIntArrayElements", kNever, true, false, {0, 0, -1}},
-    {"ExceptionCheck", kNever, true, false, {}},
-    {"ExceptionDescribe", kNever, true, true, {}},
-    {"ExceptionClear", kNever, true, false, {}},
-    {"GetEnv", kFailsOrIsEmpty, true, false, {}},
-    {"AttachCurrentThread", kFailsOrIsEmpty, true, false, {}},
-    {"DetachCurrentThread", kFails, false, false, {}},
-    {"handle_alloc", kFails, true, false, {}},
-    {"handle_get_type_obj", kFailsOrIsEmpty, true, false, {}},
-    {"handle_get_obj", kFailsOrIsEmpty, true, false, {}},
-    {"handle_free", kFails, true, false, {}},
-    {"x_sema_create", kFails, true, false, {}},
-    {"x_sema_lock", kFails, true, false, {}},
-    {"x_sema_unlock", kFailsOrKeeps, true, false, {}},
-    {"x_sema_delete", kFails, true, false, {}},
-    {"x_mem_alloc", kFails, true, false, {}},
-    {"x_mem_free", kNever, true, false, {}},
+constexpr CallTraits kTraits[] = {
+#define DESK_JNI_TRAITS(name, ways, properties, effect) {#name, ways, properties, effect},
+#define DESK_OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoEffect},
+    DESK_CALLS(DESK_JNI_TRAITS, DESK_OTHER_TRAITS)
+#undef DESK_JNI_TRAITS
+#undef DESK_OTHER_TRAITS
 };
-constexpr size_t kCalls = static_cast<size_t>(Call::kCount);
-static_assert(std::size(kTraits) == kCalls);
 
-const CallTraits& traits(Call call) {
+constexpr const CallTraits& traits(Call call) {
     return kTraits[static_cast<size_t>(call)];
 }
 
-jniNativeInterface gReal;
+const JNINativeInterface_* gRealTable;
+JNINativeInterface_ gWatchedTable;
 thread_local bool tWatching;
+thread_local jmethodID tLastMethod;  // the Java method that the library called last
 std::atomic<int> gGlobalRefs;
 std::atomic<int> gLocalRefs;
 std::atomic<int> gElements;
 std::atomic<int> gAttachments;
 std::atomic<int> gAttachCount;
-std::atomic<int> gReleaseMode{-1};
+std::atomic<int> gCopiedBack;
+std::atomic<int> gAborted;
+std::atomic<int> gOtherReleases;
 
 struct Fault {
     std::atomic<int> callsUntilFault;  // 0: none; below: every call fails
     std::atomic<Failure> failure;
     std::string name;  // of the class or method; empty: by count
 };
-Fault gFaults[kCalls];
 
 constexpr size_t kNone = SIZE_MAX;
-struct Recording {
-    std::atomic<bool> on;
-    std::mutex lock;
+
+// Never destroyed: threads may still call at the end of the process.
+struct State {
+    Fault faults[std::size(kTraits)];
+    std::atomic<bool> recording{false};
+    std::mutex lock;  // of what follows
     std::vector<Point> points;
     std::vector<std::string> breaches;
     size_t failAt = kNone;
     Failure failure;
     std::map<jmethodID, std::string> methods;
-} gRecording;
+};
+State& gState = *new State();
+
+void watchEnv(JNIEnv* env, bool watching) {
+    env->functions = watching ? &gWatchedTable : gRealTable;
+}
+
+void setWatching(bool watching) {
+    if (tWatching != watching) {
+        tWatching = watching;
+        void* env = nullptr;
+        if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
+            watchEnv(static_cast<JNIEnv*>(env), watching);
+        }
+    }
+}
 
 void throwException(JNIEnv* env) {
-    gReal.ThrowNew(env, gReal.FindClass(env, "java/lang/IllegalStateException"), "made to fail");
+    const Watch watch(false);
+    env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "made to fail");
+}
+
+std::string methodName(jmethodID id) {
+    const auto method = gState.methods.find(id);
+    return method != gState.methods.end() ? method->second : std::string();
 }
 
 // Notes a call, and says how it is to fail, if it is.
-std::optional<Failure> noteCall(Call call, JNIEnv* env, jmethodID id) {
-    const std::lock_guard<std::mutex> lock(gRecording.lock);
-    const auto method = gRecording.methods.find(id);
-    gRecording.points.push_back(
-        {call, method != gRecording.methods.end() ? method->second : std::string()});
-    if (env != nullptr && !traits(call).allowedWhilePending && gReal.ExceptionCheck(env)) {
-        gRecording.breaches.push_back(std::string(traits(call).name) + " " +
-                                      gRecording.points.back().method);
+std::optional<Failure> noteCall(Call call, JNIEnv* env, const char* lookup, jmethodID method) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.points.push_back({call, lookup != nullptr ? lookup : methodName(method)});
+    if (env != nullptr && (traits(call).properties & kWhilePending) == 0 &&
+        gRealTable->ExceptionCheck(env)) {
+        gState.breaches.push_back(std::string(name(call)) + " " + gState.points.back().name);
     }
-    return gRecording.points.size() - 1 == gRecording.failAt ? std::optional(gRecording.failure)
-                                                             : std::nullopt;
+    return gState.points.size() - 1 == gState.failAt ? std::optional(gState.failure) : std::nullopt;
 }
 
 // How this call is to fail; a Java exception is then pending if that is how.
 std::optional<Failure> intercept(Call call, JNIEnv* env, const char* lookup = nullptr,
                                  jmethodID method = nullptr) {
-    Fault& fault = gFaults[static_cast<size_t>(call)];
+    if (!tWatching) {
+        return std::nullopt;
+    }
+    Fault& fault = gState.faults[static_cast<size_t>(call)];
     std::optional<Failure> result;
-    if (lookup != nullptr && !fault.name.empty()) {
-        if (fault.name == lookup) {
-            result = fault.failure;
-        }
-    } else if (tWatching) {
-        if (gRecording.on) {
-            result = noteCall(call, env, method);
-        }
-        if (fault.callsUntilFault < 0 ||
-            (fault.callsUntilFault > 0 && --fault.callsUntilFault == 0)) {
-            result = fault.failure;
-        }
+    if (gState.recording) {
+        result = noteCall(call, env, lookup, method);
+    }
+    if ((lookup != nullptr && fault.name == lookup) || fault.callsUntilFault < 0 ||
+        (fault.callsUntilFault > 0 && --fault.callsUntilFault == 0)) {
+        result = fault.failure;
     }
     if (result == Failure::kThrows) {
         throwException(env);
@@ -163,57 +158,62 @@ std::optional<Failure> intercept(Call call, JNIEnv* env, const char* lookup = nu
 
 // --- The function table ---
 
-void account(Call call, const void* object) {
-    if (!tWatching || object == nullptr) {
-        return;
-    }
+void account(Call call) {
     const Effect& effect = traits(call).effect;
     gGlobalRefs += effect.globalRefs;
     gLocalRefs += effect.localRefs;
     gElements += effect.elements;
 }
 
-// Of a call's arguments: the name that is looked up or registered, the Java method that is called.
-const char* lookupIn(const char* name) {
+// Only without JNI_COMMIT do the elements end.
+void accountRelease(Call call, jint mode) {
+    ++(mode == 0 ? gCopiedBack : mode == JNI_ABORT ? gAborted : gOtherReleases);
+    if (mode == 0 || mode == JNI_ABORT) {
+        account(call);
+    }
+}
+
+// The first argument that is what is asked for, or null: the name that is looked up or registered,
+// the Java method that is called.
+const char* find(const char* name, const char*) {
     return name;
 }
-const char* lookupIn(const JNINativeMethod* methods) {
+const char* find(const JNINativeMethod* methods, const char*) {
     return methods->name;
 }
-template <typename Other>
-const char* lookupIn(Other) {
+jmethodID find(jmethodID id, jmethodID) {
+    return id;
+}
+template <typename Other, typename Wanted>
+Wanted find(Other, Wanted) {
     return nullptr;
 }
-template <typename... Args>
-const char* lookupOf(Args... args) {
-    const char* result = nullptr;
-    ((result = result != nullptr ? result : lookupIn(args)), ...);
+template <typename Wanted, typename... Args>
+Wanted firstOf(Args... args) {
+    Wanted result = nullptr;
+    ((result = result != nullptr ? result : find(args, Wanted())), ...);
     return result;
 }
 
-jmethodID methodIn(jmethodID id) {
-    return id;
-}
-template <typename Other>
-jmethodID methodIn(Other) {
-    return nullptr;
-}
-template <typename... Args>
-jmethodID methodOf(Args... args) {
-    jmethodID result = nullptr;
-    ((result = result != nullptr ? result : methodIn(args)), ...);
-    return result;
-}
+// Notes at its end that the library has called a Java method. What the virtual machine complains of
+// before is about the method called last.
+struct NoteMethod {
+    jmethodID method;
+    ~NoteMethod() { tLastMethod = method != nullptr ? method : tLastMethod; }
+};
 
 template <auto member, Call call>
 struct Hook;
 
 template <typename Result, typename... Args,
-          Result (JNICALL* jniNativeInterface::*member)(JNIEnv*, Args...), Call call>
+          Result (JNICALL* JNINativeInterface_::*member)(JNIEnv*, Args...), Call call>
 struct Hook<member, call> {
     static Result JNICALL run(JNIEnv* env, Args... args) {
-        if (intercept(call, env, lookupOf(args...), methodOf(args...))) {
-            if constexpr (call == Call::kRegisterNatives) {
+        const char* lookup = firstOf<const char*>(args...);
+        const jmethodID method = firstOf<jmethodID>(args...);
+        const NoteMethod noteMethod = {method};
+        if (intercept(call, env, lookup, method)) {
+            if constexpr (call == Call::RegisterNatives) {
                 return JNI_ERR;
             } else {
                 return Result();
@@ -221,36 +221,53 @@ struct Hook<member, call> {
         }
         if constexpr (std::is_void_v<Result>) {
             callReal(env, args...);
-            account(call, std::get<0>(std::tuple(args..., nullptr)));
-            if constexpr (call == Call::kReleaseByteArrayElements ||
-                          call == Call::kReleaseIntArrayElements) {
-                if (tWatching) {
-                    gReleaseMode = std::get<sizeof...(Args) - 1>(std::tuple(args...));
-                }
+            if constexpr (traits(call).effect.elements != 0) {
+                accountRelease(call, std::get<sizeof...(Args) - 1>(std::tuple(args...)));
+            } else if (std::get<0>(std::tuple(args..., nullptr)) != nullptr) {
+                account(call);
             }
         } else {
             const Result result = callReal(env, args...);
             if constexpr (std::is_pointer_v<Result>) {
-                account(call, result);
+                if (result != nullptr) {
+                    account(call);
+                }
             }
-            if constexpr (call == Call::kGetMethodID) {
-                const std::lock_guard<std::mutex> lock(gRecording.lock);
-                gRecording.methods[result] = lookupOf(args...);
+            if constexpr (call == Call::GetMethodID) {
+                const std::lock_guard<std::mutex> lock(gState.lock);
+                gState.methods[result] = lookup;
             }
             return result;
         }
     }
 
-    static Result callReal(JNIEnv* env, Args... args) {
+    static Result JNICALL callReal(JNIEnv* env, Args... args) {
         // What Java does in there is not the library's.
-        const Watch watch(tWatching && !traits(call).entersJava);
-        return (gReal.*member)(env, args...);
+        const Watch watch((traits(call).properties & kEntersJava) == 0);
+        return (gRealTable->*member)(env, args...);
     }
 };
 
-template <auto member, Call call>
-void hook(jniNativeInterface* table) {
-    table->*member = Hook<member, call>::run;
+// Stands for every function that is not in the list.
+template <size_t index>
+void* notWatched() {
+    fprintf(stderr, "the library calls entry %zu of the JNI function table, which is not watched\n",
+            index);
+    abort();
+}
+
+constexpr size_t kEntries = sizeof(JNINativeInterface_) / sizeof(void*);
+
+template <size_t... index>
+void fillTable(std::index_sequence<index...>) {
+    void* const functions[] = {reinterpret_cast<void*>(notWatched<index>)...};
+    static_assert(sizeof(functions) == sizeof(gWatchedTable));
+    memcpy(&gWatchedTable, functions, sizeof(functions));
+#define DESK_HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
+#define DESK_NO_HOOK(...)
+    DESK_CALLS(DESK_HOOK, DESK_NO_HOOK)
+#undef DESK_HOOK
+#undef DESK_NO_HOOK
 }
 
 // --- The invocation interface ---
@@ -258,7 +275,7 @@ void hook(jniNativeInterface* table) {
 thread_local bool tAttachedBefore;
 
 jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
-    const std::optional<Failure> failure = intercept(Call::kGetEnv, nullptr);
+    const std::optional<Failure> failure = intercept(Call::GetEnv, nullptr);
     if (failure) {
         *env = nullptr;
         return failure == Failure::kEmpty ? JNI_OK : JNI_EDETACHED;
@@ -267,7 +284,7 @@ jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
 }
 
 jint JNICALL attachHook(JavaVM*, void** env, void* args) {
-    const std::optional<Failure> failure = intercept(Call::kAttach, nullptr);
+    const std::optional<Failure> failure = intercept(Call::AttachCurrentThread, nullptr);
     if (failure) {
         *env = nullptr;
         return failure == Failure::kEmpty ? JNI_OK : JNI_ERR;
@@ -276,6 +293,7 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
     tAttachedBefore = vm()->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
     const jint result = vm()->AttachCurrentThread(env, args);
     if (result == JNI_OK) {
+        watchEnv(static_cast<JNIEnv*>(*env), tWatching);
         ++gAttachments;
         ++gAttachCount;
     }
@@ -284,22 +302,34 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
 
 jint JNICALL detachHook(JavaVM*) {
     void* env = nullptr;
-    vm()->GetEnv(&env, JNI_VERSION_1_4);
-    const std::optional<Failure> failure = intercept(Call::kDetach, static_cast<JNIEnv*>(env));
+    const bool attached = vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK;
+    const std::optional<Failure> failure =
+        intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
     --gAttachments;
     // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
-    const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
+    if (tAttachedBefore) {
+        return failure ? JNI_ERR : JNI_OK;
+    }
+    if (attached) {
+        watchEnv(static_cast<JNIEnv*>(env), false);
+    }
+    const jint result = vm()->DetachCurrentThread();
     return failure ? JNI_ERR : result;
 }
 
 int32_t serviceHook(desk_service_t service) {
     const auto call =
-        static_cast<Call>(static_cast<int>(Call::kHandleAlloc) + static_cast<int>(service));
+        static_cast<Call>(static_cast<int>(Call::handle_alloc) + static_cast<int>(service));
     const std::optional<Failure> failure = intercept(call, nullptr);
     return !failure                     ? 0
            : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
            : failure == Failure::kKeeps ? DESK_KEEP_TAKEN
                                         : kServiceError;
+}
+
+bool toleratesComplaint() {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    return isNeglected(methodName(tLastMethod));
 }
 
 }  // namespace
@@ -315,12 +345,19 @@ const char* name(Failure failure) {
                                          : "gives nothing";
 }
 
-const std::vector<Failure>& waysToFail(Call call) {
-    return traits(call).ways;
+std::vector<Failure> waysToFail(Call call) {
+    std::vector<Failure> ways;
+    for (const Failure failure :
+         {Failure::kNull, Failure::kThrows, Failure::kEmpty, Failure::kKeeps}) {
+        if ((traits(call).ways & bit(failure)) != 0) {
+            ways.push_back(failure);
+        }
+    }
+    return ways;
 }
 
 void failCall(Call call, int nth, Failure failure) {
-    Fault& fault = gFaults[static_cast<size_t>(call)];
+    Fault& fault = gState.faults[static_cast<size_t>(call)];
     fault.failure = failure;
     fault.callsUntilFault = nth;
 }
@@ -330,13 +367,13 @@ void failEvery(Call call, Failure failure) {
 }
 
 void failLookup(Call call, const std::string& name) {
-    Fault& fault = gFaults[static_cast<size_t>(call)];
+    Fault& fault = gState.faults[static_cast<size_t>(call)];
     fault.failure = Failure::kNull;
     fault.name = name;
 }
 
 void failNothing() {
-    for (Fault& fault : gFaults) {
+    for (Fault& fault : gState.faults) {
         fault.callsUntilFault = 0;
         fault.name.clear();
     }
@@ -348,74 +385,50 @@ void record() {
 }
 
 void recordAndFail(size_t point, Failure failure) {
-    const std::lock_guard<std::mutex> lock(gRecording.lock);
-    gRecording.points.clear();
-    gRecording.failAt = point;
-    gRecording.failure = failure;
-    gRecording.on = true;
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.points.clear();
+    gState.failAt = point;
+    gState.failure = failure;
+    gState.recording = true;
 }
 
 std::vector<Point> recorded() {
-    const std::lock_guard<std::mutex> lock(gRecording.lock);
-    gRecording.on = false;
-    return std::move(gRecording.points);
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.recording = false;
+    return std::move(gState.points);
 }
 
 std::vector<std::string> takeBreaches() {
-    const std::lock_guard<std::mutex> lock(gRecording.lock);
-    std::vector<std::string> result;
-    result.swap(gRecording.breaches);
-    return result;
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    return std::exchange(gState.breaches, {});
+}
+
+bool isNeglected(const std::string& javaMethod) {
+    for (const char* method : {"setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
+                               "onStop", "onFlush", "onRead", "onSetSectionConfig"}) {
+        if (javaMethod == method) {
+            return true;
+        }
+    }
+    return false;
 }
 
 JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
     JNIEnv* env = startVm(options);
-    void* tool = nullptr;
-    jniNativeInterface* table = nullptr;
-    if (vm()->GetEnv(&tool, JVMTI_VERSION_1_2) != JNI_OK ||
-        static_cast<jvmtiEnv*>(tool)->GetJNIFunctionTable(&table) != JVMTI_ERROR_NONE) {
-        fprintf(stderr, "test set-up failed: JVMTI\n");
-        abort();
-    }
-    gReal = *table;
-    using Table = jniNativeInterface;
-    hook<&Table::FindClass, Call::kFindClass>(table);
-    hook<&Table::GetMethodID, Call::kGetMethodID>(table);
-    hook<&Table::RegisterNatives, Call::kRegisterNatives>(table);
-    hook<&Table::NewGlobalRef, Call::kNewGlobalRef>(table);
-    hook<&Table::DeleteGlobalRef, Call::kDeleteGlobalRef>(table);
-    hook<&Table::NewLocalRef, Call::kNewLocalRef>(table);
-    hook<&Table::DeleteLocalRef, Call::kDeleteLocalRef>(table);
-    hook<&Table::IsSameObject, Call::kIsSameObject>(table);
-    hook<&Table::NewObjectA, Call::kNewObject>(table);
-    hook<&Table::CallVoidMethodA, Call::kCallVoidMethod>(table);
-    hook<&Table::CallBooleanMethodA, Call::kCallBooleanMethod>(table);
-    hook<&Table::CallIntMethodA, Call::kCallIntMethod>(table);
-    hook<&Table::CallLongMethodA, Call::kCallLongMethod>(table);
-    hook<&Table::CallObjectMethodA, Call::kCallObjectMethod>(table);
-    hook<&Table::NewByteArray, Call::kNewByteArray>(table);
-    hook<&Table::NewIntArray, Call::kNewIntArray>(table);
-    hook<&Table::GetArrayLength, Call::kGetArrayLength>(table);
-    hook<&Table::SetByteArrayRegion, Call::kSetByteArrayRegion>(table);
-    hook<&Table::SetIntArrayRegion, Call::kSetIntArrayRegion>(table);
-    hook<&Table::GetByteArrayElements, Call::kGetByteArrayElements>(table);
-    hook<&Table::GetIntArrayElements, Call::kGetIntArrayElements>(table);
-    hook<&Table::ReleaseByteArrayElements, Call::kReleaseByteArrayElements>(table);
-    hook<&Table::ReleaseIntArrayElements, Call::kReleaseIntArrayElements>(table);
-    hook<&Table::ExceptionCheck, Call::kExceptionCheck>(table);
-    hook<&Table::ExceptionDescribe, Call::kExceptionDescribe>(table);
-    hook<&Table::ExceptionClear, Call::kExceptionClear>(table);
-    static_cast<jvmtiEnv*>(tool)->SetJNIFunctionTable(table);
-    static_cast<jvmtiEnv*>(tool)->Deallocate(reinterpret_cast<unsigned char*>(table));
-    desk_set_service_hook(serviceHook);
+    gRealTable = env->functions;
+    fillTable(std::make_index_sequence<kEntries>());
+    tolerateComplaints(toleratesComplaint);
+    watchServices();
     keepLog();
     return env;
 }
 
-bool loadWatchedLibrary() {
-    const bool loaded = loadLibrary();
-    g_velmora_javaVM = watchedVm();
-    return loaded;
+void watchServices() {
+    desk_set_service_hook(serviceHook);
+}
+
+jint loadWatchedLibrary() {
+    return callFromJava([] { return bridge([] { return JNI_OnLoad(watchedVm(), nullptr); }); });
 }
 
 JavaVM* watchedVm() {
@@ -431,34 +444,35 @@ bool ResourceCounts::operator==(const ResourceCounts& other) const {
     return globalRefs == other.globalRefs && localRefs == other.localRefs &&
            elements == other.elements && attachments == other.attachments &&
            handles == other.handles && semaphores == other.semaphores && blocks == other.blocks &&
-           peers == other.peers;
+           peers == other.peers && badFrees == other.badFrees;
 }
 
 std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts) {
     return out << "global " << counts.globalRefs << ", local " << counts.localRefs << ", elements "
                << counts.elements << ", attachments " << counts.attachments << ", handles "
                << counts.handles << ", semaphores " << counts.semaphores << ", blocks "
-               << counts.blocks << ", peers " << counts.peers;
+               << counts.blocks << ", peers " << counts.peers << ", bad frees " << counts.badFrees;
 }
 
 ResourceCounts resourceCounts() {
     return {gGlobalRefs,        gLocalRefs,          gElements,
             gAttachments,       desk_live_handles(), desk_live_semaphores(),
-            desk_live_blocks(), desk_refbase_live()};
+            desk_live_blocks(), desk_refbase_live(), desk_bad_frees()};
 }
 
 int attachCount() {
     return gAttachCount;
 }
-int releaseMode() {
-    return gReleaseMode.exchange(-1);
+
+Releases takeReleases() {
+    return {gCopiedBack.exchange(0), gAborted.exchange(0), gOtherReleases.exchange(0)};
 }
 
 Watch::Watch(bool watching) : mBefore(tWatching) {
-    tWatching = watching;
+    setWatching(watching);
 }
 Watch::~Watch() {
-    tWatching = mBefore;
+    setWatching(mBefore);
 }
 
 }  // namespace desk

@@ -1,5 +1,6 @@
 // What the library asks of the virtual machine and of the middleware's services, watched call by
-// call: counted, and made to fail on demand.
+// call: counted, and made to fail on demand. A watched thread sees a function table of its own, with
+// the JNI functions below; a call of any other ends the process, so that none goes unwatched.
 
 #ifndef TESTS_WATCH_H
 #define TESTS_WATCH_H
@@ -14,48 +15,55 @@
 
 namespace desk {
 
-// Every call that the library makes: of a JNI function, of the invocation interface, of a service.
+// Every call that the library makes: JNI functions with their ways to fail, properties and effect on
+// the resource counts; then the invocation interface and, in the order of desk_service_t, the
+// services. IsSameObject and the array regions never fail: the library sets whole arrays.
+#define DESK_CALLS(JNI, OTHER)                                              \
+    JNI(FindClass, kFailsOrThrows, kEntersJava, kMakesLocalRef)             \
+    JNI(GetMethodID, kFailsOrThrows, kEntersJava, kNoEffect)                \
+    JNI(RegisterNatives, kFailsOrThrows, 0, kNoEffect)                      \
+    JNI(NewGlobalRef, kFailsOrThrows, 0, kMakesGlobalRef)                   \
+    JNI(DeleteGlobalRef, kNever, kWhilePending, kDeletesGlobalRef)          \
+    JNI(NewLocalRef, kFailsOrThrows, 0, kMakesLocalRef)                     \
+    JNI(DeleteLocalRef, kNever, kWhilePending, kDeletesLocalRef)            \
+    JNI(IsSameObject, kNever, 0, kNoEffect)                                 \
+    JNI(NewObjectA, kFailsOrThrows, kEntersJava, kMakesLocalRef)            \
+    JNI(CallVoidMethodA, kThrows, kEntersJava, kNoEffect)                   \
+    JNI(CallBooleanMethodA, kThrows, kEntersJava, kNoEffect)                \
+    JNI(CallIntMethodA, kThrows, kEntersJava, kNoEffect)                    \
+    JNI(CallLongMethodA, kThrows, kEntersJava, kNoEffect)                   \
+    JNI(CallObjectMethodA, kFailsOrThrows, kEntersJava, kMakesLocalRef)     \
+    JNI(NewByteArray, kFailsOrThrows, 0, kMakesLocalRef)                    \
+    JNI(NewIntArray, kFailsOrThrows, 0, kMakesLocalRef)                     \
+    JNI(GetArrayLength, kNever, 0, kNoEffect)                               \
+    JNI(SetByteArrayRegion, kNever, 0, kNoEffect)                           \
+    JNI(SetIntArrayRegion, kNever, 0, kNoEffect)                            \
+    JNI(GetByteArrayElements, kFailsOrThrows, 0, kTakesElements)            \
+    JNI(GetIntArrayElements, kFailsOrThrows, 0, kTakesElements)             \
+    JNI(ReleaseByteArrayElements, kNever, kWhilePending, kReleasesElements) \
+    JNI(ReleaseIntArrayElements, kNever, kWhilePending, kReleasesElements)  \
+    JNI(ExceptionCheck, kNever, kWhilePending, kNoEffect)                   \
+    JNI(ExceptionDescribe, kNever, kWhilePending | kEntersJava, kNoEffect)  \
+    JNI(ExceptionClear, kNever, kWhilePending, kNoEffect)                   \
+    OTHER(GetEnv, kFailsOrIsEmpty, kWhilePending)                           \
+    OTHER(AttachCurrentThread, kFailsOrIsEmpty, kWhilePending)              \
+    OTHER(DetachCurrentThread, kFails, 0)                                   \
+    OTHER(handle_alloc, kFails, kWhilePending)                              \
+    OTHER(handle_get_type_obj, kFailsOrIsEmpty, kWhilePending)              \
+    OTHER(handle_get_obj, kFailsOrIsEmpty, kWhilePending)                   \
+    OTHER(handle_free, kFails, kWhilePending)                               \
+    OTHER(x_sema_create, kFails, kWhilePending)                             \
+    OTHER(x_sema_lock, kFails, kWhilePending)                               \
+    OTHER(x_sema_unlock, kFailsOrKeeps, kWhilePending)                      \
+    OTHER(x_sema_delete, kFails, kWhilePending)                             \
+    OTHER(x_mem_alloc, kFails, kWhilePending)                               \
+    OTHER(x_mem_free, kNever, kWhilePending)
+
+// Each is named as the function is.
 enum class Call {
-    kFindClass,
-    kGetMethodID,
-    kRegisterNatives,
-    kNewGlobalRef,
-    kDeleteGlobalRef,
-    kNewLocalRef,
-    kDeleteLocalRef,
-    kIsSameObject,
-    kNewObject,
-    kCallVoidMethod,
-    kCallBooleanMethod,
-    kCallIntMethod,
-    kCallLongMethod,
-    kCallObjectMethod,
-    kNewByteArray,
-    kNewIntArray,
-    kGetArrayLength,
-    kSetByteArrayRegion,
-    kSetIntArrayRegion,
-    kGetByteArrayElements,
-    kGetIntArrayElements,
-    kReleaseByteArrayElements,
-    kReleaseIntArrayElements,
-    kExceptionCheck,
-    kExceptionDescribe,
-    kExceptionClear,
-    kGetEnv,
-    kAttach,
-    kDetach,
-    kHandleAlloc,  // from here on in the order of desk_service_t
-    kHandleGetTypeObj,
-    kHandleGetObj,
-    kHandleFree,
-    kSemaCreate,
-    kSemaLock,
-    kSemaUnlock,
-    kSemaDelete,
-    kMemAlloc,
-    kMemFree,
-    kCount
+#define DESK_CALL_NAME(name, ...) name,
+    DESK_CALLS(DESK_CALL_NAME, DESK_CALL_NAME)
+#undef DESK_CALL_NAME
 };
 const char* name(Call call);
 
@@ -69,7 +77,7 @@ enum class Failure {
 };
 const char* name(Failure failure);
 // The ways in which a call can fail; none for one that cannot.
-const std::vector<Failure>& waysToFail(Call call);
+std::vector<Failure> waysToFail(Call call);
 constexpr int kServiceError = -17;  // what a failing service returns
 
 // The nth watched call from now on (1: the next) fails, once.
@@ -84,19 +92,25 @@ void failNothing();
 // are noted, and one of the calls can be made to fail. For one watched thread at a time.
 struct Point {
     Call call;
-    std::string method;  // of a call into Java
+    std::string name;  // of the Java method that is called, or of the class that is looked up
 };
 void record();
 void recordAndFail(size_t point, Failure failure);  // the point'th call, from 0
 std::vector<Point> recorded();                      // ends the recording
 std::vector<std::string> takeBreaches();
 
-// Starts the virtual machine with watched functions in its function table, and keeps the log.
+// The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
+// exception is pending while the function goes on and when it returns. What the virtual machine
+// complains of after such a call is tolerated.
+bool isNeglected(const std::string& javaMethod);
+
+// Starts the virtual machine so that threads can be watched, and keeps the log.
 JNIEnv* startWatchedVm(const std::vector<std::string>& options);
-// Loads the library and lets it have the pointer below. False as of loadLibrary.
-bool loadWatchedLibrary();
+void watchServices();  // is done then; again for who had a service hook of his own
 // A virtual machine pointer in front of the real one.
 JavaVM* watchedVm();
+// Calls the library's load entry with that pointer, watched, below a Java method; returns its result.
+jint loadWatchedLibrary();
 
 // What the library holds, counted only inside Watch scopes on their threads.
 struct ResourceCounts {
@@ -108,12 +122,20 @@ struct ResourceCounts {
     unsigned semaphores = 0;
     unsigned blocks = 0;
     int peers = 0;
+    unsigned badFrees = 0;  // so far, see desk_bad_frees
     bool operator==(const ResourceCounts& other) const;
 };
 std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts);
 ResourceCounts resourceCounts();
 int attachCount();  // attachments made since the start
-int releaseMode();  // of the Release...ArrayElements since the last call, or -1
+
+// Array elements released since the last time, by mode.
+struct Releases {
+    int copiedBack = 0;  // 0
+    int aborted = 0;     // JNI_ABORT
+    int other = 0;       // the elements stay held
+};
+Releases takeReleases();
 
 class Watch {
   public:

@@ -114,6 +114,7 @@ Table<SemaphorePointer>& semaphores() {
 }
 
 std::atomic<unsigned> gLiveBlocks;
+std::atomic<unsigned> gBadFrees;
 
 }  // namespace
 
@@ -145,6 +146,9 @@ unsigned desk_live_semaphores(void) {
 }
 unsigned desk_live_blocks(void) {
     return gLiveBlocks;
+}
+unsigned desk_bad_frees(void) {
+    return gBadFrees;
 }
 
 int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
@@ -192,10 +196,12 @@ int32_t handle_free(uint32_t handle, uint8_t ui1_flag) {
     const int32_t code = fault(DESK_HANDLE_FREE);
     Handle entry;
     if (!handles().take(handle, &entry)) {
+        ++gBadFrees;
         return kFailed;
     }
-    if (entry.free != nullptr) {
-        entry.free(handle, entry.type, entry.object, entry.tag, ui1_flag);
+    if (entry.free != nullptr &&
+        entry.free(handle, entry.type, entry.object, entry.tag, ui1_flag) != 1) {
+        ++gBadFrees;
     }
     return code;
 }

@@ -1,4 +1,4 @@
-// Desk only: the books of the basic services, and calls that fail on demand.
+// Desk only: the resource counts of the basic services, and calls that fail on demand.
 #ifndef DESK_BASIC_FAULTS_H
 #define DESK_BASIC_FAULTS_H
 
@@ -48,6 +48,9 @@ unsigned long desk_calls(desk_service_t service);
 unsigned desk_live_handles(void);
 unsigned desk_live_semaphores(void);
 unsigned desk_live_blocks(void);
+
+/* Calls of handle_free so far for what is no live handle, or whose callback did not return 1. */
+unsigned desk_bad_frees(void);
 
 #ifdef __cplusplus
 }
