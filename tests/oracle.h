@@ -30,25 +30,20 @@ void put(Bytes* bytes, size_t offset, T value) {
     memcpy(&bytes->at(offset), &value, sizeof(value));
 }
 
-// Arbitrary bytes, in order; zeros when they are used up.
-class Source {
-  public:
-    explicit Source(Bytes bytes) : mBytes(std::move(bytes)) {}
-
+// Arbitrary bytes, taken in order; zeros when they are used up.
+struct Source {
     Bytes take(size_t count) {
-        mBytes.resize(std::max(mBytes.size(), mNext + count));
-        mNext += count;
-        return Bytes(mBytes.data() + mNext - count, mBytes.data() + mNext);
+        bytes.resize(std::max(bytes.size(), next + count));
+        next += count;
+        return Bytes(bytes.data() + next - count, bytes.data() + next);
     }
-
     template <typename T>
     T take() {
         return at<T>(take(sizeof(T)), 0);
     }
 
-  private:
-    Bytes mBytes;
-    size_t mNext = 0;
+    Bytes bytes;
+    size_t next = 0;
 };
 
 enum class Type { kVoid, kBoolean, kInt, kLong, kList, kObject };
@@ -101,7 +96,7 @@ constexpr int32_t kDtmb = 10;
 
 // Bytes in which no two fields of a record are alike. onRead fills its array with them.
 Bytes pattern(size_t size);
-// As many bytes as a read may write.
+// As many bytes as a read may write, and at least one.
 Bytes readBuffer(int64_t size);
 // A case made from arbitrary bytes.
 Case caseFrom(Source source);

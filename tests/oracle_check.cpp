@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <sstream>
 
 #include "mw/filter.h"
@@ -46,10 +45,14 @@ std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
             return std::to_string(argument.i);
         case 'J':
             return std::to_string(argument.j);
-        case 'L':
-            return argument.l == nullptr ? "null" : nameOf(env->GetObjectClass(argument.l));
         default:
             break;
+    }
+    if (argument.l == nullptr) {
+        return "null";
+    }
+    if (*type == 'L') {
+        return nameOf(env->GetObjectClass(argument.l));
     }
     if (env->GetArrayLength(static_cast<jarray>(argument.l)) == kMaxRead) {
         return "[4096 bytes]";
@@ -72,7 +75,7 @@ void noteCall(JNIEnv* env, jmethodID method, const jvalue* arguments) {
     gTool->GetMethodName(method, &name, &signature, nullptr);
     std::string line = nameOf(clazz) + "." + name + "(";
     const char* type = signature + 1;
-    for (const char* comma = ""; *type != ')'; comma = ",") {
+    for (const char* comma = ""; *type != ')'; comma = ", ") {
         line += comma + textOf(env, type, *arguments++);
         type += *type == 'L' ? strcspn(type, ";") + 1 : *type == '[' ? 2 : 1;
     }
@@ -116,20 +119,6 @@ void silenceJava() {
 }
 
 // --- A case ---
-
-// A block of exactly these bytes, so that the sanitizers see an access beyond it.
-class Block {
-  public:
-    explicit Block(const Bytes& bytes) : mSize(bytes.size()), mData(new uint8_t[mSize]) {
-        std::copy(bytes.begin(), bytes.end(), mData.get());
-    }
-    uint8_t* data() const { return mData.get(); }
-    Bytes bytes() const { return Bytes(data(), data() + mSize); }
-
-  private:
-    size_t mSize;
-    std::unique_ptr<uint8_t[]> mData;
-};
 
 // The object that Java answers a frontend's question with. The readback asks the object for its
 // type, and expects its class to have the getters of that type.
@@ -211,11 +200,12 @@ Checker::~Checker() {
 
 Outcome Checker::check(Case call) {
     const desk::LocalFrame frame;
-    const Block codeRate(call.codeRate.value_or(Bytes()));
+    // Copies of exactly these bytes, so that the sanitizers see an access beyond them.
+    Bytes codeRate = call.codeRate.value_or(Bytes());
     if (call.entry <= Entry::kScan && at<int32_t>(call.record, kTypeOffset) == kDvbs) {
         put(&call.record, kCodeRateOffset, call.codeRate ? codeRate.data() : nullptr);
     }
-    const Block record(call.record);
+    Bytes record = call.record;
     std::vector<int32_t> kinds = call.kinds;
     const Expected expected = expect(&call);
     script(call);
@@ -235,11 +225,11 @@ Outcome Checker::check(Case call) {
         desk::env()->ExceptionClear();
         trace.push_back(kExceptionLeft);
     }
-    if (codeRate.bytes() != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
+    if (codeRate != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
         trace.push_back("what may only be read was written");
     }
     return {textOf(expected.result, expected.trace, expected.record, before),
-            textOf(result, trace, record.bytes(), after)};
+            textOf(result, trace, record, after)};
 }
 
 int Checker::run(const Case& call, uint8_t* record, int32_t* kinds) {

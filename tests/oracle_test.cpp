@@ -124,18 +124,6 @@ TEST_F(OracleTest, IsdbtTakesItsAreaFromTheFrontend) {
     }
 }
 
-TEST_F(OracleTest, ResultsOfJavaAreReturned) {
-    for (const int32_t result : {INT_MIN, -1, 0, 1, INT_MAX}) {
-        for (Case call :
-             {settingsCase(Entry::kTune, kDvbt), settingsCase(Entry::kScan, kDvbt), configCase()}) {
-            for (const char* method : {"onTune", "onScan", "onSetSectionConfig"}) {
-                call.answers[method].value = result;
-            }
-            check(call);
-        }
-    }
-}
-
 TEST_F(OracleTest, ReadbackWritesOnlyTheFieldsOfItsType) {
     for (const int32_t type : kTypes) {
         check(readbackCase(type));
@@ -182,7 +170,7 @@ TEST_F(OracleTest, SectionConfigHandsOnEachFlagAsABoolean) {
 
 TEST_F(OracleTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     for (const int64_t size : {INT64_MIN, INT64_C(-1), INT64_C(0), INT64_C(1), INT64_C(100),
-                               kMaxRead, kMaxRead + 1, INT64_MAX}) {
+                               kMaxRead - 1, kMaxRead, kMaxRead + 1, INT64_MAX}) {
         for (const int32_t given :
              {INT_MIN, -1, 0, 1, 2, 99, 100, 101, 4095, 4096, 4097, INT_MAX}) {
             check(readCase(size, given));
@@ -217,25 +205,16 @@ TEST_F(OracleTest, UnknownHandlesAndNullsAreRefused) {
     }
 }
 
-TEST_F(OracleTest, LogLevelAdmitsItsLinesAndThoseAbove) {
-    for (Case call : {settingsCase(Entry::kTune, kDvbs), settingsCase(Entry::kTune, 0)}) {
-        for (const char level : {'D', 'I', 'W', 'E', '-'}) {
-            call.logLevel = level;
-            check(call);
-        }
-    }
-}
-
 // ORACLE_SEED in the environment gives other cases. Later ones would only repeat what failed.
 TEST_F(OracleTest, RandomCases) {
     const char* given = getenv("ORACLE_SEED");
     const unsigned long seed = given != nullptr ? strtoul(given, nullptr, 0) : 1;
     std::cout << "ORACLE_SEED=" << seed << "\n";
     std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
-    for (int i = 0; i < 4000 && !HasFailure(); ++i) {
+    for (int i = 0; i < 2000 && !HasFailure(); ++i) {
         Bytes bytes(512);
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
-        check(caseFrom(Source(bytes)));
+        check(caseFrom({bytes}));
     }
 }
 
