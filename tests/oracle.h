@@ -104,7 +104,7 @@ Case caseFrom(Source source);
 struct Expected {
     int result = -1;
     Bytes record;  // afterwards
-    // In their order, calls of Java as "Class.method(1,2)", with the class that declares the method,
+    // In their order, calls of Java as "Class.method(1, 2)", with the class that declares it,
     // and lines of the log as "D text": the frontend's, for the filter's show addresses.
     std::vector<std::string> trace;
 };

@@ -96,15 +96,14 @@ struct Noting<member> {
     }
 };
 
+// In the function table that a watched thread sees.
 template <auto... members>
 void note() {
-    jniNativeInterface* table = nullptr;
     desk::vm()->GetEnv(reinterpret_cast<void**>(&gTool), JVMTI_VERSION_1_2);
-    gTool->GetJNIFunctionTable(&table);
+    const desk::Watch watch;
+    auto* table = const_cast<jniNativeInterface*>(desk::env()->functions);
     gBelow = *table;
     ((table->*members = Noting<members>::call), ...);
-    gTool->SetJNIFunctionTable(table);
-    gTool->Deallocate(reinterpret_cast<unsigned char*>(table));
 }
 
 // What the exceptions print is more than anybody reads.
@@ -187,15 +186,17 @@ Checker::Checker() {
         silenceJava();
     }
     desk_log_set_sink(noteLine);
+    const desk::Watch watch;
     FLT_EVT_CB_T event = {};
     x_native_frontend_require_tuner(mPipeline.handle());
     x_velmora_filter_open(mPipeline.handle(), 1, 2, kMaxRead, &mFilter, &event, nullptr);
 }
 
 Checker::~Checker() {
+    desk::keepLog();
+    const desk::Watch watch;
     x_velmora_filter_close(mFilter);
     x_native_frontend_close_tuner(mPipeline.handle());
-    desk::keepLog();
 }
 
 Outcome Checker::check(Case call) {
