@@ -27,8 +27,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const oracle::Source source(oracle::Bytes(data, data + size));
-    const oracle::Outcome outcome = gChecker->check(oracle::caseFrom(source));
+    const oracle::Bytes bytes(data, data + size);
+    const oracle::Outcome outcome = gChecker->check(oracle::caseFrom({bytes}));
     if (outcome.expected != outcome.actual) {
         fprintf(gReport, "expected:\n%s\n\nactual:\n%s\n", outcome.expected.c_str(),
                 outcome.actual.c_str());
