@@ -705,30 +705,4 @@ TEST_F(FilterTest, ReferencesAreCountedByHand) {
     }
 }
 
-// Threads open, use and close filters while events for the same handles arrive, live ones and
-// closed ones.
-TEST_F(FilterTest, ManyThreadsShareTheHandles) {
-    std::atomic<uint32_t> handles[2] = {};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i) {
-        threads.emplace_back([&, i] {
-            for (int round = 0; round < 60; ++round) {
-                uint32_t h = 0;
-                EXPECT_EQ(0, open(&h));
-                handles[i] = h;
-                start(h);
-                close(handles[1 - i]);
-                start(h);
-                close(h);
-            }
-        });
-    }
-    for (int round = 0; round < 500; ++round) {
-        desk::report(Event::kSection, handles[round % 2].load(), 1, 2, 3, 4);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 }  // namespace

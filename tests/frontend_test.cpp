@@ -294,26 +294,6 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     bridge([&] { return x_native_frontend_close_tuner(pipeline.handle()); });
 }
 
-TEST_F(FrontendTest, ManyThreadsShareTheRegistry) {
-    const Pipeline pipelines[2];
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            const desk::Watch watch;
-            for (int round = 0; round < 50; ++round) {
-                const uint32_t handle = pipelines[(i + round) % 2].handle();
-                x_native_frontend_require_tuner(handle);
-                const int result = x_native_frontend_cancel_tuning(handle);
-                EXPECT_TRUE(result == 0 || result == -1);
-                x_native_frontend_close_tuner(handle);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 TEST_F(FrontendTest, BadDiseqcMessagesAreRefused) {
     const Pipeline pipeline;
     const Tuner tuner(pipeline);
