@@ -3,7 +3,6 @@
 #include "mw/filter.h"
 
 #include <desk/basic_faults.h>
-#include <desk/log_sink.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -321,7 +320,7 @@ const char* gHoldAt;
 bool gHeld;
 bool gUsedDeletedSemaphore;
 
-void holdAtLine(int, const char*, const char* text) {
+void holdAtLine(const __android_logger_data*, const char* text) {
     std::unique_lock<std::mutex> lock(gHoldLock);
     gUsedDeletedSemaphore |= strstr(text, "fail! return i4_rc") != nullptr;
     if (gHoldAt != nullptr && strstr(text, gHoldAt) != nullptr) {
@@ -345,7 +344,7 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             gHoldAt = step.line;
             gHeld = false;
             gUsedDeletedSemaphore = false;
-            desk_log_set_sink(holdAtLine);
+            __android_log_set_logger(holdAtLine);
             desk::setLogLevel("I");
             step.prepare();
             uint32_t h = 7;
@@ -368,7 +367,7 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             EXPECT_FALSE(gUsedDeletedSemaphore);
             EXPECT_EQ(-1, start(visible));
             desk::setLogLevel("");
-            desk_log_set_sink(desk::keepLogLine);
+            __android_log_set_logger(desk::keepLogLine);
             desk::failNothing();
             EXPECT_EQ(before, desk::books());
             EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));

@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstring>
 
 #include "log/halvorin_log.h"
@@ -14,6 +15,16 @@
 extern "C" {
 jint JNI_OnLoad(JavaVM* vm, void* reserved);
 extern JavaVM* g_velmora_javaVM;
+}
+
+// The platform's own does not tell the condition when there is a format, as here.
+void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
+    fprintf(stderr, "F/%s %s: ", tag, cond);
+    va_list args;
+    va_start(args, fmt);
+    vfprintf(stderr, fmt, args);
+    va_end(args);
+    abort();
 }
 
 namespace {

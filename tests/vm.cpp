@@ -1,7 +1,6 @@
 #include "tests/vm.h"
 
 #include <cutils/properties.h>
-#include <desk/log_sink.h>
 #include <dlfcn.h>
 
 #include <cstdarg>
@@ -107,7 +106,8 @@ JNIEnv* startVm(bool checkJni) {
     gScriptedModel = static_cast<jclass>(env->NewGlobalRef(findClass("desk.ScriptedModel")));
     gEvents = static_cast<jclass>(env->NewGlobalRef(findClass("desk.Events")));
     watchFunctionTable(gVm);
-    desk_log_set_sink(keepLogLine);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    __android_log_set_logger(keepLogLine);
     return env;
 }
 
@@ -223,9 +223,9 @@ void Pipeline::collect() {
     }
 }
 
-void keepLogLine(int prio, const char* /* tag */, const char* text) {
+void keepLogLine(const __android_logger_data* data, const char* text) {
     const std::lock_guard<std::mutex> lock(gLogLock);
-    gLog.push_back(std::string(1, "??VDIWEF"[prio]) + " " + text);
+    gLog.push_back(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
 }
 
 std::vector<std::string> takeLog() {

@@ -3,6 +3,7 @@
 #ifndef TESTS_VM_H
 #define TESTS_VM_H
 
+#include <android/log.h>
 #include <gtest/gtest.h>
 #include <jni.h>
 
@@ -64,7 +65,8 @@ class Pipeline {
 
 // Log lines since the last call, "E message", in order.
 std::vector<std::string> takeLog();
-void keepLogLine(int prio, const char* tag, const char* text);  // the sink that keeps them
+// The logger that keeps them.
+void keepLogLine(const __android_logger_data* data, const char* text);
 void setLogLevel(const char* level);
 
 // A loaded library with a scripted device behind it; every test leaves the books as it found them.

@@ -1,7 +1,6 @@
 #include "tests/watch.h"
 
 #include <desk/basic_faults.h>
-#include <desk/refbase_count.h>
 #include <jvmti.h>
 
 #include <atomic>
@@ -13,6 +12,8 @@
 #include <optional>
 #include <ostream>
 #include <tuple>
+
+#include "tests/refbase_count.h"
 
 namespace desk {
 
@@ -429,7 +430,7 @@ std::ostream& operator<<(std::ostream& out, const Books& books) {
 Books books() {
     return {gGlobalRefs,        gLocalRefs,          gElements,
             gAttachments,       desk_live_handles(), desk_live_semaphores(),
-            desk_live_blocks(), desk_refbase_live()};
+            desk_live_blocks(), desk::liveRefBases()};
 }
 
 int attachCount() {
