@@ -161,7 +161,7 @@ void expect(const char* what, int result, int expected, bool shared) {
 void readSection(uint32_t handle, bool shared, std::mt19937& random) {
     int8_t buffer[4097];
     const int64_t size = static_cast<int64_t>(random() % 5000);
-    const int64_t position = random();
+    const auto position = static_cast<int64_t>(random());
     const int available = static_cast<int>(position % 4200) - 50;
     const int64_t most = size > FLT_MAX_READ_SIZE ? FLT_MAX_READ_SIZE : size;
     const int expected = available >= 1 && available <= most ? available : -1;
