@@ -170,7 +170,7 @@ TEST(RefBaseTest, TellsItsObjectOfTheFirstAndTheLastReference) {
         android::sp<Told> pointer(a);
         android::sp<Told> copy(pointer);
         android::sp<Told> moved(std::move(copy));
-        EXPECT_EQ(nullptr, copy.get());
+        EXPECT_EQ(nullptr, copy.get());  // NOLINT(bugprone-use-after-move): what is tested
         EXPECT_EQ(2, a->getStrongCount());
         a->mHolder = &pointer;
         moved.clear();
@@ -184,7 +184,7 @@ TEST(RefBaseTest, TellsItsObjectOfTheFirstAndTheLastReference) {
         b.clear();
         story.clear();
         pointer = std::move(c);
-        EXPECT_EQ(nullptr, c.get());
+        EXPECT_EQ(nullptr, c.get());  // NOLINT(bugprone-use-after-move): what is tested
         EXPECT_EQ("b last 0 held\nb destroyed 0 held\n", story);
         story.clear();
     }
@@ -246,9 +246,9 @@ TEST(LogTest, LinesGoToStandardError) {
 
 TEST(LogTest, AFatalAssertionSaysItsMessageAndAborts) {
     EXPECT_EXIT(__android_log_assert("!(x)", "TAG", "%s: at :%d", "path", 7),
-                testing::KilledBySignal(SIGABRT), "^path: at :7\n.*TAG.*path: at :7\n$");
+                testing::KilledBySignal(SIGABRT), "^path: at :7\n.*TAG.*path: at :7\n");
     EXPECT_EXIT(__android_log_assert("!(x)", "TAG", nullptr), testing::KilledBySignal(SIGABRT),
-                "TAG.*Assertion failed: !\\(x\\)\n$");
+                "TAG.*Assertion failed: !\\(x\\)\n");
 }
 
 using JniFunctions = std::remove_const_t<std::remove_pointer_t<decltype(JNIEnv::functions)>>;
