@@ -366,7 +366,7 @@ thread_local Attempt* tAttempt;
 
 }  // namespace
 
-// In place of the platform's, which keeps a lock while it aborts.
+// In place of the platform's, which would end the process.
 void __android_log_assert(const char*, const char*, const char*, ...) {
     if (tAttempt != nullptr) {
         tAttempt->end(true);
