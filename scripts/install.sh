@@ -1,7 +1,8 @@
-# Sourced by the other scripts: installs Debian packages that are missing.
+# Sourced by the other scripts: installs Debian packages that are missing. When it cannot, missing names them.
 
 install_packages() {
-    local missing=() package
+    local package
+    missing=()
     for package in "$@"; do
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
             missing+=("$package")
@@ -32,6 +33,9 @@ install_packages() {
 build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev libudev-dev
     dtv-scan-tables)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
+platform_packages=(clang android-liblog-dev android-libutils-dev android-libcutils-dev
+    android-libnativehelper-dev)
+device_packages=(clang lld llvm qemu-user)
 bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld)
-lint_packages=(clang-format clang-tidy)
+lint_packages=(clang-format clang-tidy libbenchmark-dev)
 fuzz_packages=(clang libclang-rt-14-dev)

@@ -1,8 +1,6 @@
 // The end of the process with tuners registered and filters open, in each way that a process with a
 // virtual machine can end; exit_main.cpp is the program. A way ends with a status of its own.
 
-#include <desk/refbase_count.h>
-
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +10,7 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
+#include "tests/refbase_count.h"
 #include "tests/watch.h"
 
 namespace {
@@ -107,7 +106,7 @@ bool refusesWithoutVm(uint32_t pipeline) {
 
 // Runs when the library's static objects are gone.
 extern "C" void reportEnd() {
-    printf("peers left: %d\n", desk_refbase_live());
+    printf("peers left: %d\n", desk::liveRefBases());
     void* env = nullptr;
     if (desk::vm()->GetEnv(&env, JNI_VERSION_1_4) != JNI_OK &&
         desk::vm()->AttachCurrentThread(&env, nullptr) != JNI_OK) {

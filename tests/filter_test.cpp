@@ -2,8 +2,8 @@
 
 #include "mw/filter.h"
 
+#include <android/log.h>
 #include <desk/basic_faults.h>
-#include <desk/log_sink.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -416,7 +416,7 @@ const char* gHoldAt;
 bool gHeld;
 bool gUsedDeletedSemaphore;
 
-void holdAtLine(int, const char*, const char* text) {
+void holdAtLine(const __android_logger_data*, const char* text) {
     std::unique_lock<std::mutex> lock(gHoldLock);
     gUsedDeletedSemaphore |= strstr(text, "fail! return i4_rc") != nullptr;
     if (gHoldAt != nullptr && strstr(text, gHoldAt) != nullptr) {
@@ -444,7 +444,7 @@ TEST_P(FailedOpenTest, WaitersFail) {
             gHoldAt = step.line;
             gHeld = false;
             gUsedDeletedSemaphore = false;
-            desk_log_set_sink(holdAtLine);
+            __android_log_set_logger(holdAtLine);
             desk::setLogLevel("I");
             step.prepare();
             if (!released) {

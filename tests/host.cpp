@@ -1,7 +1,7 @@
 #include "tests/host.h"
 
+#include <android/log.h>
 #include <cutils/properties.h>
-#include <desk/log_sink.h>
 #include <dlfcn.h>
 
 #include <cstdarg>
@@ -103,9 +103,9 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
 }
 
-void keepLogLine(int prio, const char* /* tag */, const char* text) {
+void keepLogLine(const __android_logger_data* data, const char* text) {
     const std::lock_guard<std::mutex> lock(gLock);
-    gLog.push_back(std::string(1, "??VDIWEF"[prio]) + " " + text);
+    gLog.push_back(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
 }
 
 bool startsWith(const char* text, const char* start) {
@@ -479,7 +479,8 @@ void setLogLevel(const char* level) {
 }
 
 void keepLog() {
-    desk_log_set_sink(keepLogLine);
+    __android_log_set_logger(keepLogLine);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);  // the platform drops lines below INFO
 }
 
 std::vector<std::string> takeLog() {

@@ -6,12 +6,23 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstring>
 
 #include "log/halvorin_log.h"
 #include "tests/bridge_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
+
+// The platform's own does not tell the condition when there is a format, as here.
+void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
+    fprintf(stderr, "F/%s %s: ", tag, cond);
+    va_list args;
+    va_start(args, fmt);
+    vfprintf(stderr, fmt, args);
+    va_end(args);
+    abort();
+}
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "tests/oracle_check.h"
 
-#include <desk/log_sink.h>
+#include <android/log.h>
 #include <jvmti.h>
 
 #include <algorithm>
@@ -21,9 +21,9 @@ std::vector<std::string>* gTrace;  // null: nobody listens
 jniNativeInterface gBelow;         // what the library's calls are passed on to
 jvmtiEnv* gTool;
 
-void noteLine(int prio, const char* tag, const char* text) {
-    if (gTrace != nullptr && strcmp(tag, "ZYT_MW") == 0) {
-        gTrace->push_back(std::string(1, "??VDIWEF"[prio]) + " " + text);
+void noteLine(const __android_logger_data* data, const char* text) {
+    if (gTrace != nullptr && strcmp(data->tag, "ZYT_MW") == 0) {
+        gTrace->push_back(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
     }
 }
 
@@ -185,7 +185,7 @@ Checker::Checker() {
              &Table::CallIntMethodA, &Table::CallLongMethodA, &Table::CallObjectMethodA>();
         silenceJava();
     }
-    desk_log_set_sink(noteLine);
+    __android_log_set_logger(noteLine);
     const desk::Watch watch;
     FLT_EVT_CB_T event = {};
     x_native_frontend_require_tuner(mPipeline.handle());

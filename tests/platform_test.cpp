@@ -1,17 +1,23 @@
-// The platform's stand-ins, where the other tests rely on them.
+// What the library and the other tests rely on in the platform. Logging, reference counting and the
+// scoped reference are tested on the stand-ins and on the platform's own, which must not differ.
 
+#include <android/log.h>
 #include <cutils/properties.h>
 #include <desk/basic_faults.h>
-#include <desk/refbase_count.h>
 #include <gtest/gtest.h>
+#include <nativehelper/ScopedLocalRef.h>
 #include <signal.h>
 #include <utils/RefBase.h>
 
 #include <atomic>
+#include <cerrno>
+#include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "mw/basic_services.h"
+#include "tests/refbase_count.h"
 
 namespace {
 
@@ -90,6 +96,9 @@ TEST(PropertyTest, StartsFromTheEnvironmentAndKeepsItsBounds) {
     EXPECT_EQ(-1, property_set("some.other", std::string(92, 'y').c_str()));
     EXPECT_EQ(91, property_get("some.other", value, ""));
     EXPECT_EQ('x', value[90]);
+    // The name of the library's second property is longer than PROPERTY_KEY_MAX.
+    EXPECT_EQ(0, property_set("persist.vendor.zyt.broadcast.log.level", "D"));
+    EXPECT_EQ(1, property_get("persist.vendor.zyt.broadcast.log.level", value, ""));
     EXPECT_EQ(-1, property_set("", "x"));
     EXPECT_EQ(-1, property_set(nullptr, "x"));
 }
@@ -135,7 +144,146 @@ TEST(RefBaseTest, DestroyedOnceByTheLastOfManyThreads) {
         }
     }
     EXPECT_EQ(200, destroyed);
-    EXPECT_EQ(0, desk_refbase_live());
+    EXPECT_EQ(0, desk::liveRefBases());
+}
+
+// Notes what happens to it, and whether the pointer that holds it still shows it.
+struct Told : android::RefBase {
+    Told(std::string& story, char name) : mStory(story), mName(name) {}
+    ~Told() override { tell("destroyed"); }
+    void onFirstRef() override { tell("first"); }
+    void onLastStrongRef(const void*) override { tell("last"); }
+    void tell(const char* what) {
+        mStory += std::string(1, mName) + " " + what + " " + std::to_string(getStrongCount()) +
+                  (mHolder != nullptr && mHolder->get() == this ? " held\n" : "\n");
+    }
+    std::string& mStory;
+    const char mName;
+    const android::sp<Told>* mHolder = nullptr;
+};
+
+TEST(RefBaseTest, TellsItsObjectOfTheFirstAndTheLastReference) {
+    std::string story;
+    {
+        auto* a = new Told(story, 'a');
+        EXPECT_EQ(1 << 28, a->getStrongCount());
+        android::sp<Told> pointer(a);
+        android::sp<Told> copy(pointer);
+        android::sp<Told> moved(std::move(copy));
+        EXPECT_EQ(nullptr, copy.get());  // NOLINT(bugprone-use-after-move): what is tested
+        EXPECT_EQ(2, a->getStrongCount());
+        a->mHolder = &pointer;
+        moved.clear();
+        EXPECT_EQ("a first 1\n", story);
+        android::sp<Told> b(new Told(story, 'b'));
+        b->mHolder = &pointer;
+        story.clear();
+        pointer = b;
+        EXPECT_EQ("a last 0 held\na destroyed 0 held\n", story);
+        android::sp<Told> c(new Told(story, 'c'));
+        b.clear();
+        story.clear();
+        pointer = std::move(c);
+        EXPECT_EQ(nullptr, c.get());  // NOLINT(bugprone-use-after-move): what is tested
+        EXPECT_EQ("b last 0 held\nb destroyed 0 held\n", story);
+        story.clear();
+    }
+    EXPECT_EQ("c last 0\nc destroyed 0\n", story);
+    EXPECT_EQ(0, desk::liveRefBases());
+}
+
+TEST(RefBaseTest, AReferenceTooManyDroppedEndsTheProcess) {
+    std::atomic<int> destroyed{0};
+    EXPECT_EXIT((new Counted(destroyed))->decStrong(nullptr), testing::KilledBySignal(SIGABRT), "");
+}
+
+std::string gLogged;
+
+void keepLine(const __android_logger_data* data, const char* message) {
+    gLogged += std::to_string(data->priority) + " " + data->tag + " " + message + "|";
+    errno = 1;
+}
+
+TEST(LogTest, LinesReachTheLoggerWholeUpTo1023Characters) {
+    __android_log_set_logger(keepLine);
+    struct Line {
+        int minimum;  // 1: none was set
+        int prio;
+        std::string text;
+        std::string expected;  // empty: dropped
+    };
+    const Line lines[] = {
+        {1, ANDROID_LOG_DEBUG, "dropped", ""},
+        {1, ANDROID_LOG_INFO, "kept", "4 TAG kept|"},
+        {ANDROID_LOG_VERBOSE, ANDROID_LOG_VERBOSE, "kept", "2 TAG kept|"},
+        {ANDROID_LOG_ERROR, ANDROID_LOG_WARN, "dropped", ""},
+        {ANDROID_LOG_VERBOSE, ANDROID_LOG_DEBUG, "two\nlines\n", "3 TAG two\nlines\n|"},
+        {ANDROID_LOG_VERBOSE, ANDROID_LOG_ERROR, "", "6 TAG |"},
+        {ANDROID_LOG_VERBOSE, ANDROID_LOG_ERROR, std::string(1024, 'x'),
+         "6 TAG " + std::string(1023, 'x') + "|"},
+    };
+    for (const Line& line : lines) {
+        gLogged.clear();
+        __android_log_set_minimum_priority(line.minimum);
+        errno = 1234;
+        EXPECT_EQ(line.expected.empty() ? 0 : 1,
+                  __android_log_print(line.prio, "TAG", "%s", line.text.c_str()));
+        EXPECT_EQ(1234, errno);
+        EXPECT_EQ(line.expected, gLogged);
+    }
+    __android_log_set_minimum_priority(1);
+    __android_log_set_logger(__android_log_stderr_logger);
+}
+
+TEST(LogTest, LinesGoToStandardError) {
+    EXPECT_EXIT(
+        {
+            __android_log_print(ANDROID_LOG_ERROR, "TAG", "text %d", 7);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "TAG.*text 7\n$");
+}
+
+TEST(LogTest, AFatalAssertionSaysItsMessageAndAborts) {
+    EXPECT_EXIT(__android_log_assert("!(x)", "TAG", "%s: at :%d", "path", 7),
+                testing::KilledBySignal(SIGABRT), "^path: at :7\n.*TAG.*path: at :7\n");
+    EXPECT_EXIT(__android_log_assert("!(x)", "TAG", nullptr), testing::KilledBySignal(SIGABRT),
+                "TAG.*Assertion failed: !\\(x\\)\n");
+}
+
+using JniFunctions = std::remove_const_t<std::remove_pointer_t<decltype(JNIEnv::functions)>>;
+std::vector<jobject> gDeleted;
+
+TEST(ScopedLocalRefTest, DeletesEachReferenceOnceUnlessItIsReleased) {
+    JniFunctions functions = {};
+    functions.DeleteLocalRef = [](JNIEnv*, jobject ref) { gDeleted.push_back(ref); };
+    JNIEnv env;
+    env.functions = &functions;
+    int objects[5];
+    jobject refs[5];
+    for (int i = 0; i < 5; ++i) {
+        refs[i] = reinterpret_cast<jobject>(&objects[i]);
+    }
+    using Deleted = std::vector<jobject>;
+    {
+        ScopedLocalRef<jobject> ref(&env, refs[0]);
+        ref.reset(refs[0]);
+        EXPECT_EQ(Deleted{}, gDeleted);
+        ref.reset(refs[1]);
+        EXPECT_EQ(Deleted{refs[0]}, gDeleted);
+        EXPECT_EQ(refs[1], ref.release());
+        EXPECT_EQ(nullptr, ref.get());
+        ref.reset(refs[2]);
+        ScopedLocalRef<jobject> moved(std::move(ref));
+        EXPECT_EQ(refs[2], moved.get());
+        ScopedLocalRef<jobject> other(&env, refs[3]);
+        moved = std::move(other);
+        EXPECT_EQ((Deleted{refs[0], refs[2]}), gDeleted);
+        EXPECT_EQ(refs[3], moved.get());
+        const ScopedLocalRef<jobject> none(&env);
+        EXPECT_EQ(nullptr, none.get());
+    }
+    EXPECT_EQ((Deleted{refs[0], refs[2], refs[3]}), gDeleted);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "tests/watch.h"
 
 #include <desk/basic_faults.h>
-#include <desk/refbase_count.h>
 
 #include <atomic>
 #include <cstdio>
@@ -16,6 +15,8 @@
 #include <utility>
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
+
+#include "tests/refbase_count.h"
 
 namespace desk {
 
@@ -457,7 +458,7 @@ std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts) {
 ResourceCounts resourceCounts() {
     return {gGlobalRefs,        gLocalRefs,          gElements,
             gAttachments,       desk_live_handles(), desk_live_semaphores(),
-            desk_live_blocks(), desk_refbase_live(), desk_bad_frees()};
+            desk_live_blocks(), liveRefBases(),      desk_bad_frees()};
 }
 
 int attachCount() {

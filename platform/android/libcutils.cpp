@@ -9,8 +9,10 @@
 
 namespace {
 
+constexpr size_t kKeySize = 92;  // newer devices do not hold names to PROPERTY_KEY_MAX
+
 struct Property {
-    char key[PROPERTY_KEY_MAX];
+    char key[kKeySize];
     char value[PROPERTY_VALUE_MAX];
 };
 
@@ -45,7 +47,7 @@ bool fits(const char* text, size_t size) {
 }
 
 const char* startValue(const char* key) {
-    char name[sizeof("PROPERTY_") + PROPERTY_KEY_MAX];
+    char name[sizeof("PROPERTY_") + kKeySize];
     snprintf(name, sizeof(name), "PROPERTY_%s", key);
     for (char* c = name; *c != '\0'; ++c) {
         if (*c == '.') {
@@ -78,7 +80,7 @@ Property* find(const char* key) {
 int property_get(const char* key, char* value, const char* default_value) {
     const Locked locked;
     value[0] = '\0';
-    const Property* property = fits(key, PROPERTY_KEY_MAX) ? find(key) : nullptr;
+    const Property* property = fits(key, kKeySize) ? find(key) : nullptr;
     if (property != nullptr && property->value[0] != '\0') {
         strcpy(value, property->value);
     } else if (default_value != nullptr) {
@@ -88,7 +90,7 @@ int property_get(const char* key, char* value, const char* default_value) {
 }
 
 int property_set(const char* key, const char* value) {
-    if (!fits(key, PROPERTY_KEY_MAX) || key[0] == '\0' || !fits(value, PROPERTY_VALUE_MAX)) {
+    if (!fits(key, kKeySize) || key[0] == '\0' || !fits(value, PROPERTY_VALUE_MAX)) {
         return -1;
     }
     const Locked locked;

@@ -1,5 +1,4 @@
 #include <android/log.h>
-#include <desk/log_sink.h>
 #include <errno.h>
 #include <unistd.h>
 
@@ -11,16 +10,46 @@
 
 namespace {
 
-std::atomic<desk_log_sink_fct> gSink;
-std::atomic<desk_fatal_handler_fct> gFatalHandler;
+constexpr int kUnset = 1;              // as a minimum priority
+constexpr size_t kMessageSize = 1024;  // of a device's log, with the terminating zero
+
+std::atomic<int> gMinimum{kUnset};
+std::atomic<__android_logger_function> gLogger{__android_log_stderr_logger};
+
+int log(int prio, const char* tag, const char* message) {
+    const int minimum = gMinimum;
+    if (prio < (minimum == kUnset ? ANDROID_LOG_INFO : minimum)) {
+        return 0;
+    }
+    const int savedErrno = errno;
+    const __android_logger_data data = {sizeof(data), 0, prio, tag, nullptr, 0};
+    gLogger.load()(&data, message);
+    errno = savedErrno;
+    return 1;
+}
+
+void writeToStderr(const char* text, size_t length) {
+    const ssize_t written = write(STDERR_FILENO, text, length);
+    static_cast<void>(written);  // there is nowhere to report it
+}
+
+}  // namespace
+
+int __android_log_set_minimum_priority(int priority) {
+    return gMinimum.exchange(priority);
+}
+
+void __android_log_set_logger(__android_logger_function logger) {
+    gLogger = logger;
+}
 
 // One write for a line: lines of several threads do not mix.
-void writeLine(int prio, const char* tag, const char* text) {
+void __android_log_stderr_logger(const __android_logger_data* data, const char* message) {
     static constexpr char kLetters[] = "??VDIWEF";
-    const char letter = prio >= 0 && prio < 8 ? kLetters[prio] : '?';
-    char line[1200];
-    int length = snprintf(line, sizeof(line) - 1, "%c/%-8s(%5d): %s", letter, tag,
-                          static_cast<int>(getpid()), text);
+    const char letter = data->priority >= 0 && data->priority < 8 ? kLetters[data->priority] : '?';
+    char line[kMessageSize + 200];
+    int length = snprintf(line, sizeof(line) - 1, "%c/%-8s(%5d): %s", letter, data->tag,
+                          static_cast<int>(getpid()), message);
     if (length < 0) {
         return;
     }
@@ -30,49 +59,32 @@ void writeLine(int prio, const char* tag, const char* text) {
         --end;
     }
     line[end++] = '\n';
-    const ssize_t written = write(STDERR_FILENO, line, end);
-    static_cast<void>(written);  // there is nowhere to report it
-}
-
-}  // namespace
-
-void desk_log_set_sink(desk_log_sink_fct sink) {
-    gSink = sink;
-}
-
-void desk_log_set_fatal_handler(desk_fatal_handler_fct handler) {
-    gFatalHandler = handler;
+    writeToStderr(line, end);
 }
 
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     const int savedErrno = errno;
-    char text[1024];
-    va_list args;
-    va_start(args, fmt);
-    vsnprintf(text, sizeof(text), fmt, args);
-    va_end(args);
-    const desk_log_sink_fct sink = gSink;
-    if (sink != nullptr) {
-        sink(prio, tag, text);
-    } else {
-        writeLine(prio, tag, text);
-    }
-    errno = savedErrno;
-    return 1;
-}
-
-void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
-    char message[768];
+    char message[kMessageSize];
     va_list args;
     va_start(args, fmt);
     vsnprintf(message, sizeof(message), fmt, args);
     va_end(args);
-    const desk_fatal_handler_fct handler = gFatalHandler;
-    if (handler != nullptr) {
-        handler(cond, tag, message);
+    errno = savedErrno;
+    return log(prio, tag, message);
+}
+
+void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
+    char message[kMessageSize];
+    if (fmt != nullptr) {
+        va_list args;
+        va_start(args, fmt);
+        vsnprintf(message, sizeof(message), fmt, args);
+        va_end(args);
+    } else {
+        snprintf(message, sizeof(message), "Assertion failed: %s", cond);
     }
-    char text[1024];
-    snprintf(text, sizeof(text), "%s: %s", cond, message);
-    writeLine(ANDROID_LOG_FATAL, tag, text);
+    writeToStderr(message, strlen(message));
+    writeToStderr("\n", 1);
+    log(ANDROID_LOG_FATAL, tag, message);
     abort();
 }

@@ -1,4 +1,5 @@
 /* Between the demo's Java and its middleware: pipelines, and the middleware's main program. */
+#include <android/log.h>
 #include <cutils/properties.h>
 #include <jni.h>
 #include <stdio.h>
@@ -99,6 +100,8 @@ static void set_stream(const char* file) {
 
 static void set_log_level(const char* level) {
     property_set("vendor.zyt.broadcast.log.level", level);
+    /* Off a device the log begins at INFO. */
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
 JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjectArray arguments) {
