@@ -20,10 +20,12 @@
 
 namespace {
 
-const char* const kTimed[] = {
-    "x_native_frontend_cancel_tuning",
+const std::string kCancel = "x_native_frontend_cancel_tuning";
+const std::string kStatus = "x_native_frontend_get_frontend_status 8";
+const std::string kTimed[] = {
+    kCancel,
     "x_native_frontend_tune DVB-S",
-    "x_native_frontend_get_frontend_status 8",
+    kStatus,
     "x_native_frontend_get_frontend_setting DVB-T",
     "x_native_frontend_lnb_send_diseqcmessage",
     "x_native_frontend_require_tuner",
@@ -222,24 +224,23 @@ int main(int argc, char** argv) {
         return 1;
     }
     const std::vector<bench::Call> calls = bench::makeCalls();
-    for (const char* name : kTimed) {
-        const auto named = [=](const bench::Call& call) { return call.name == name; };
+    for (const std::string& name : kTimed) {
+        const auto named = [&](const bench::Call& call) { return call.name == name; };
         timeCall(*std::find_if(calls.begin(), calls.end(), named));
     }
-    const std::string cancel = kTimed[0], status = kTimed[2];
     const std::string section = desk::methodOf(desk::Event::kSection);
     x_velmora_filter_register_section_callback(onSection);
     bindLimits();
-    timeCall({cancel, [] { return x_native_frontend_cancel_tuning(bench::gPipelines[0]); }}, true);
+    timeCall({kCancel, [] { return x_native_frontend_cancel_tuning(bench::gPipelines[0]); }}, true);
     timeSections(section, false, bench::gFilter);
-    timeCall({"limit: " + cancel, cancelTuningLimit});
-    timeCall({"limit: " + status, readStatusLimit, 0, "status"});
+    timeCall({"limit: " + kCancel, cancelTuningLimit});
+    timeCall({"limit: " + kStatus, readStatusLimit, 0, "status"});
     timeSections("limit: " + section, true, gFilter->handle);
     timeThreads("nothing shared", "nothing", [](uint32_t) {
         passLogLines(10);
         return 0;
     });
-    timeThreads(cancel, "nothing", x_native_frontend_cancel_tuning);
+    timeThreads(kCancel, "nothing", x_native_frontend_cancel_tuning);
     timeThreads("x_native_frontend_tune DVB-T", "nothing", bench::tuneTerrestrial);
     timeThreads("x_native_frontend_get_frontend_status 25", "status",
                 [](uint32_t pipeline) { return bench::readStatus(pipeline, 25); });
