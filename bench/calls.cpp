@@ -46,7 +46,7 @@ const char* const kSystems[] = {"",      "",       "ATSC", "",       "DVB-C", "D
 #define GET(function) {#function, DO(function, gPipeline), 3, "3"}
 // Two calls of which the second undoes what the first does.
 #define PAIR(function, argument, inverse, itsArgument) \
-    {#function, DO(function, argument), 0, "nothing", {}, DO(inverse, itsArgument)}, \
+    {#function, DO(function, argument), 0, "nothing", [] {}, DO(inverse, itsArgument)}, \
     {#inverse, DO(inverse, itsArgument), 0, "nothing", DO(function, argument)}
 // clang-format on
 
@@ -142,7 +142,7 @@ std::vector<Call> events() {
             const int result = desk::reportEvent(event, arguments);
             return desk::takeHeard() == heard ? result : -1;
         };
-        calls.push_back({desk::methodOf(event), report, 0, "nothing", {}, {}, "java"});
+        calls.push_back({desk::methodOf(event), report, 0, "nothing", [] {}, [] {}, "java"});
     }
     return calls;
 }

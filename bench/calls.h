@@ -14,10 +14,10 @@ namespace bench {
 struct Call {
     std::string name;
     std::function<int()> call;
-    int result = 0;                  // of a call that did all its work
-    std::string answer = "nothing";  // of the Java device, see BenchDevice.answer
-    std::function<void()> before{};  // each call, if there is one
-    std::function<void()> after{};
+    int result = 0;                        // of a call that did all its work
+    std::string answer = "nothing";        // of the Java device, see BenchDevice.answer
+    std::function<void()> before = [] {};  // each call
+    std::function<void()> after = [] {};
     std::string thread = "attached";  // or "java" for what Java calls
 };
 

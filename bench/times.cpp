@@ -176,9 +176,7 @@ void timeCall(const bench::Call& call, bool unattached = false) {
                 if (call.call() != call.result) {
                     state.SkipWithError("the call failed");
                 }
-                if (call.after) {
-                    call.after();
-                }
+                call.after();
             }
         };
         unattached ? std::thread(work).join() : work();
@@ -236,10 +234,7 @@ int main(int argc, char** argv) {
     timeCall({"limit: " + kCancel, cancelTuningLimit});
     timeCall({"limit: " + kStatus, readStatusLimit, 0, "status"});
     timeSections("limit: " + section, true, gFilter->handle);
-    timeThreads("nothing shared", "nothing", [](uint32_t) {
-        passLogLines(10);
-        return 0;
-    });
+    timeThreads("nothing shared", "nothing", [](uint32_t) { return passLogLines(10), 0; });
     timeThreads(kCancel, "nothing", x_native_frontend_cancel_tuning);
     timeThreads("x_native_frontend_tune DVB-T", "nothing", bench::tuneTerrestrial);
     timeThreads("x_native_frontend_get_frontend_status 25", "status",

@@ -38,10 +38,14 @@ public final class BenchDevice implements DeviceModel {
         public native void nativeFilterSectionEvent(int handle, int arg0, int arg1, int arg2, int arg3);
     }
 
+    /** The two calls stand apart, so that the compiler binds each of them to one native. */
     public static void reportSections(boolean toLimit, int handle, int count) {
-        final ZytTvInnerFilterCallback filter = toLimit ? LIMIT : FILTER;
         for (int i = 0; i < count; ++i) {
-            filter.nativeFilterSectionEvent(handle, 1, 2, 3, i);
+            if (toLimit) {
+                LIMIT.nativeFilterSectionEvent(handle, 1, 2, 3, i);
+            } else {
+                FILTER.nativeFilterSectionEvent(handle, 1, 2, 3, i);
+            }
         }
     }
 }
