@@ -29,8 +29,8 @@ install_packages() {
     rm -f "$log"
 }
 
-build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev libudev-dev
-    dtv-scan-tables)
+demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libudev-dev dtv-scan-tables)
+build_packages=("${demo_packages[@]}" googletest)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld)
 lint_packages=(clang-format clang-tidy)
