@@ -15,7 +15,7 @@ install_packages() {
         }
         as_root=(sudo)
     fi
-    echo "Installing ${missing[*]}"
+    echo "Installing ${missing[*]} (a minute or a few)"
     local log
     log=$(mktemp)
     if ! { "${as_root[@]}" apt-get update &&
