@@ -155,7 +155,8 @@ final class SimulatedDemux implements DeviceModel {
             }
             if (assembling) {
                 append(assembly, packet, payload, PACKET);
-                take(assembly, handle, state, callback, delivered);
+                // Without a pointer to it no section begins behind the one that ends here.
+                assembling = !take(assembly, handle, state, callback, delivered) || start;
             }
         }
         if (state.active) {
@@ -167,8 +168,8 @@ final class SimulatedDemux implements DeviceModel {
         assembly.put(packet, from, Math.min(to - from, assembly.remaining()));
     }
 
-    /** Takes the complete sections from the front of what has been assembled. */
-    private static void take(ByteBuffer assembly, int handle, State state,
+    /** Takes the complete sections from the front of what has been assembled; whether there was one. */
+    private static boolean take(ByteBuffer assembly, int handle, State state,
             ZytTvInnerFilterCallback callback, Set<ByteBuffer> delivered) {
         int at = 0;
         while (at + 3 <= assembly.position() && assembly.get(at) != (byte) 0xff) {
@@ -188,5 +189,6 @@ final class SimulatedDemux implements DeviceModel {
         final int rest = assembly.position() - at;
         System.arraycopy(assembly.array(), at, assembly.array(), 0, rest);
         assembly.position(rest);
+        return at > 0;
     }
 }
