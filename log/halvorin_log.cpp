@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr char kPersist[] = "persist.";
-constexpr char kPersistentLogLevelProperty[] = "persist.vendor.zyt.broadcast.log.level";
-
 // The lowest gate level that a property's value lets through.
 int threshold(const char* value) {
     switch (value[0]) {
@@ -34,12 +31,16 @@ int threshold(const char* value) {
     }
 }
 
-// The gate for a property whose name has that length, which is a constant for the library's own.
-inline bool isLoggable(int level, const char* propertyName, size_t length) {
-    char value[PROPERTY_VALUE_MAX];
-    value[0] = '\0';
-    property_get(propertyName, value, "");
-    if (value[0] == '\0') {
+}  // namespace
+
+extern "C" int __halvorin_log_is_loggable(int level, const char* propertyName) {
+    static constexpr char kPersist[] = "persist.";
+    char value[PROPERTY_VALUE_MAX] = "";
+    if (propertyName != nullptr) {
+        property_get(propertyName, value, "");
+    }
+    if (propertyName != nullptr && value[0] == '\0') {
+        const size_t length = strlen(propertyName);
         char* name = static_cast<char*>(malloc(sizeof(kPersist) + length));
         if (name != nullptr) {
             memcpy(name, kPersist, sizeof(kPersist) - 1);
@@ -48,29 +49,17 @@ inline bool isLoggable(int level, const char* propertyName, size_t length) {
             free(name);
         }
     }
-    return level >= threshold(value);
-}
-
-}  // namespace
-
-extern "C" int __halvorin_log_is_loggable(int level, const char* propertyName) {
-    if (propertyName == nullptr) {
-        return level >= threshold("") ? 1 : 0;
-    }
-    return isLoggable(level, propertyName, strlen(propertyName)) ? 1 : 0;
+    return level >= threshold(value) ? 1 : 0;
 }
 
 namespace halvorin {
 
 bool isLoggable(int level) {
-    return ::isLoggable(level, kLogLevelProperty, sizeof(kLogLevelProperty) - 1);
-}
-
-bool isLoggableInSignalHandler(int level) {
-    char value[PROPERTY_VALUE_MAX] = "";
-    property_get(kLogLevelProperty, value, "");
+    char value[PROPERTY_VALUE_MAX];
+    value[0] = '\0';
+    property_get("vendor.zyt.broadcast.log.level", value, "");
     if (value[0] == '\0') {
-        property_get(kPersistentLogLevelProperty, value, "");
+        property_get("persist.vendor.zyt.broadcast.log.level", value, "");
     }
     return level >= threshold(value);
 }

@@ -1,11 +1,8 @@
-// The log gate, and the log lines that pass it.
+// The log gate, and how a log line passes it.
 //
 // Every line of the library asks the gate first, and the gate reads the level anew each time: a
 // change of the property takes effect with the next line, and an unset property silences
 // everything.
-//
-// A source defines LOG_TAG and uses LOG_DEBUG, LOG_INFO and LOG_ERROR. They are macros so that the
-// arguments of a line that is not printed are not evaluated.
 
 #ifndef HALVORIN_LOG_H
 #define HALVORIN_LOG_H
@@ -22,29 +19,22 @@ extern "C" __attribute__((visibility("default"))) int __halvorin_log_is_loggable
 
 namespace halvorin {
 
-constexpr char kLogLevelProperty[] = "vendor.zyt.broadcast.log.level";
-
 // Gate levels; the platform's priority of a line is one above.
 constexpr int kLogDebug = 2;
 constexpr int kLogInfo = 3;
 constexpr int kLogError = 5;
 
-// The gate for kLogLevelProperty.
+// The gate of the library's own lines. It allocates nothing, so a signal handler may ask it too.
 bool isLoggable(int level);
-
-// The same without the allocation: for signal handlers.
-bool isLoggableInSignalHandler(int level);
 
 }  // namespace halvorin
 
+// A macro, so that the arguments of a line that is not printed are not evaluated. Each side of the
+// library has macros of its own on top of it, which know the side's tag.
 #define HALVORIN_LOG(level, tag, ...)                             \
     do {                                                          \
         if (::halvorin::isLoggable(level))                        \
             __android_log_print((level) + 1, (tag), __VA_ARGS__); \
     } while (false)
-
-#define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, LOG_TAG, __VA_ARGS__)
-#define LOG_INFO(...) HALVORIN_LOG(::halvorin::kLogInfo, LOG_TAG, __VA_ARGS__)
-#define LOG_ERROR(...) HALVORIN_LOG(::halvorin::kLogError, LOG_TAG, __VA_ARGS__)
 
 #endif  // HALVORIN_LOG_H

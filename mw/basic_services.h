@@ -17,17 +17,20 @@ extern "C" {
 
 /* Handle types: what the object behind a handle is. */
 enum {
-    HT_PIPELINE = 194,      /* a JNI weak global reference to the Java PipelineHandler */
-    HT_INNER_FILTER = 5120, /* a section filter; the object belongs to the bridge */
-    HT_FILTER_CALLBACK_THREAD =
-        5121 /* a filter callback thread; the object belongs to the bridge */
+    /* A JNI weak global reference to the Java PipelineHandler. */
+    HT_PIPELINE = 194,
+    /* A section filter; the object belongs to the bridge. */
+    HT_INNER_FILTER = 5120,
+    /* A filter callback thread; the object belongs to the bridge. */
+    HT_FILTER_CALLBACK_THREAD = 5121
 };
 
 /* The only semaphore type and lock option that the bridge uses. */
 enum {
-    X_SEMA_TYPE_BINARY_HELD =
-        2,                 /* with initial value 0 the semaphore is created held by the caller */
-    X_SEMA_OPTION_WAIT = 1 /* wait without limit */
+    /* With initial value 0 the semaphore is created held by the caller. */
+    X_SEMA_TYPE_BINARY_HELD = 2,
+    /* Wait without limit. */
+    X_SEMA_OPTION_WAIT = 1
 };
 
 /*
@@ -46,7 +49,7 @@ typedef uint8_t (*handle_free_fct)(uint32_t handle, uint16_t e_type, void* pv_ob
  *   pv_tag   opaque, handed to pf_free; may be null
  *   pf_free  called once, by handle_free; may be null
  *   ph_obj   where the handle is stored, not null; unwritten on failure
- * A handle is never 0, and a freed one is not issued again while anybody can still hold it.
+ * A handle is never 0. The number of a freed one may be issued again.
  */
 int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
                      uint32_t* ph_obj);

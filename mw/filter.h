@@ -17,8 +17,9 @@
  *             library failed.
  *   Ownership what a pointer argument points to stays the caller's and is not used after the
  *             return.
- *   Exceptions of a Java filter method other than its constructor are neither tested nor cleared;
- *             on a thread that the call attached they end with it.
+ *   Exceptions of a Java filter method other than its constructor are neither tested nor cleared. A
+ *             thread that the call attached is detached with the exception pending, which ends the
+ *             process of a device: these methods must not throw.
  */
 #ifndef MW_FILTER_H
 #define MW_FILTER_H
@@ -35,18 +36,21 @@ extern "C" {
 
 /* Given to open and copied; events hand back the address of the copy. */
 typedef struct {
-    uint32_t ui4_private0; /* the middleware's, handed back unread */
-    uint32_t ui4_private1; /* the middleware's, handed back unread */
-    uint32_t h_cb_thread;  /* callback thread to use; any value that names none means none */
+    /* The middleware's, handed back unread. */
+    uint32_t ui4_private0;
+    uint32_t ui4_private1;
+    /* The callback thread to use; any value that names none means none. */
+    uint32_t h_cb_thread;
 } FLT_EVT_CB_T;
 
 /* e_kind of FLT_EVT_DATA_T. */
 typedef enum { FLT_EVT_KIND_SECTION = 0, FLT_EVT_KIND_RESTART = 1 } FLT_EVT_KIND_E;
 
 typedef struct {
-    int32_t ai4_arg
-        [4]; /* section: the four values of the Java filter; restart: one value, then zeros */
-    int32_t e_kind; /* FLT_EVT_KIND_E */
+    /* Section: the four values of the Java filter. Restart: one value, then zeros. */
+    int32_t ai4_arg[4];
+    /* FLT_EVT_KIND_E */
+    int32_t e_kind;
 } FLT_EVT_DATA_T;
 
 /*

@@ -113,23 +113,34 @@ typedef struct {
     void* apv_reserved0[5];
     fe_scan_nfy_fct pf_locked_nfy;
     fe_scan_nfy_fct pf_stopped_nfy;
-    fe_scan_value_nfy_fct pf_progress_nfy;      /* percent */
-    fe_scan_list_nfy_fct pf_freq_report_nfy;    /* Hz */
-    fe_scan_list_nfy_fct pf_symbol_rate_nfy;    /* symbols per second */
-    fe_scan_list_nfy_fct pf_plp_id_nfy;         /* PLP ids */
-    fe_scan_list_nfy_fct pf_group_id_nfy;       /* PLP group ids */
-    fe_scan_list_nfy_fct pf_stream_id_nfy;      /* input stream ids */
-    fe_scan_value_nfy_fct pf_dvbs_standard_nfy; /* the platform's DVB-S standard */
-    fe_scan_value_nfy_fct pf_dvbt_standard_nfy; /* the platform's DVB-T standard */
+    /* Percent */
+    fe_scan_value_nfy_fct pf_progress_nfy;
+    /* Hz */
+    fe_scan_list_nfy_fct pf_freq_report_nfy;
+    /* Symbols per second */
+    fe_scan_list_nfy_fct pf_symbol_rate_nfy;
+    /* PLP ids */
+    fe_scan_list_nfy_fct pf_plp_id_nfy;
+    /* PLP group ids */
+    fe_scan_list_nfy_fct pf_group_id_nfy;
+    /* Input stream ids */
+    fe_scan_list_nfy_fct pf_stream_id_nfy;
+    /* The platform's DVB-S standard */
+    fe_scan_value_nfy_fct pf_dvbs_standard_nfy;
+    /* The platform's DVB-T standard */
+    fe_scan_value_nfy_fct pf_dvbt_standard_nfy;
     void* apv_reserved1[2];
-    fe_scan_value_nfy_fct pf_hierarchy_nfy; /* the platform's DVB-T hierarchy */
+    /* The platform's DVB-T hierarchy */
+    fe_scan_value_nfy_fct pf_hierarchy_nfy;
     void* apv_reserved2[1];
-    void* pv_tag; /* handed back as the last argument of every scan callback */
+    /* Handed back as the last argument of every scan callback */
+    void* pv_tag;
 } FE_SCAN_CB_T;
 
 /*
  * Registers the scan callbacks of every pipeline. The record is copied whole: a member that is null
- * clears the one registered before. A null record clears them all. Does not block.
+ * clears the one registered before. A null record clears them all. An event takes its callback and
+ * its tag from the same registration. Waits for nothing but another registration.
  */
 void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb);
 

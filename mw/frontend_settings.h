@@ -38,8 +38,10 @@ typedef struct {
 
 typedef struct {
     int32_t mModulation;
-    int64_t mFec;        /* inner FEC code rate */
-    int32_t mSymbolRate; /* symbols per second */
+    /* Inner FEC code rate */
+    int64_t mFec;
+    /* Symbols per second */
+    int32_t mSymbolRate;
     int32_t mOuterFec;
     int32_t mAnnex;
     int32_t mSpectralInversion;
@@ -48,7 +50,8 @@ typedef struct {
 } MW_FE_DVBC_SETTING_T;
 
 typedef struct {
-    int64_t mInnerFec; /* inner FEC code rate */
+    /* Inner FEC code rate */
+    int64_t mInnerFec;
     uint8_t mIsLinear;
     uint8_t mIsShortFrames;
     int32_t mBitsPer1000Symbol;
@@ -56,27 +59,32 @@ typedef struct {
 
 typedef struct {
     int32_t mModulation;
-    MW_FE_DVBS_CODE_RATE_T* pt_code_rate; /* null: no code rate is given, as for a blind scan */
-    int32_t mSymbolRate;                  /* thousands of symbols per second */
+    /* Null: no code rate is given, as for a blind scan */
+    MW_FE_DVBS_CODE_RATE_T* pt_code_rate;
+    /* Thousands of symbols per second */
+    int32_t mSymbolRate;
     int32_t mRolloff;
     int32_t mPilot;
     int32_t mInputStreamId;
     int32_t mStandard;
     int32_t mVcmMode;
     int32_t mScanType;
-    uint8_t mIsDiseqcRxMessage; /* whether DiSEqC receive messages are expected */
+    /* Whether DiSEqC receive messages are expected */
+    uint8_t mIsDiseqcRxMessage;
 } MW_FE_DVBS_SETTING_T;
 
 typedef struct {
     int32_t mTransmissionMode;
-    int32_t mBandwidth; /* written by a readback */
+    /* Written by a readback */
+    int32_t mBandwidth;
     int32_t mConstellation;
     int32_t mHierarchy;
     int32_t mHpCodeRate;
     int32_t mLpCodeRate;
     int32_t mGuardInterval;
     uint8_t mIsHighPriority;
-    int32_t mStandard; /* written by a readback */
+    /* Written by a readback */
+    int32_t mStandard;
     uint8_t mIsMiso;
     int32_t mPlpMode;
     int32_t mPlpId;
@@ -88,18 +96,20 @@ typedef struct {
     int32_t mStreamIdType;
     int32_t mModulation;
     int32_t mCodeRate;
-    int32_t mSymbolRate; /* symbols per second */
+    /* Symbols per second */
+    int32_t mSymbolRate;
     int32_t mRolloff;
 } MW_FE_ISDBS_SETTING_T;
 
 typedef struct {
     int32_t mModulation;
-    int32_t mBandwidth; /* written by a readback */
+    /* Written by a readback */
+    int32_t mBandwidth;
     int32_t mMode;
     int32_t mCodeRate;
     int32_t mGuardInterval;
-    int32_t
-        mServiceAreaId; /* only logged: the request carries the area code of the Java frontend */
+    /* Only logged: the request carries the area code of the Java frontend */
+    int32_t mServiceAreaId;
 } MW_FE_ISDBT_SETTING_T;
 
 typedef struct {
@@ -108,10 +118,12 @@ typedef struct {
     int32_t mTransmissionMode;
     int32_t mGuardInterval;
     int32_t mTimeInterleaveMode;
-    int32_t mBandwidth; /* written by a readback */
+    /* Written by a readback */
+    int32_t mBandwidth;
 } MW_FE_DTMB_SETTING_T;
 
 typedef struct {
+    /* The sub-record of e_type */
     union {
         MW_FE_ATSC_SETTING_T t_atsc;
         MW_FE_DVBC_SETTING_T t_dvbc;
@@ -120,11 +132,13 @@ typedef struct {
         MW_FE_ISDBS_SETTING_T t_isdbs;
         MW_FE_ISDBT_SETTING_T t_isdbt;
         MW_FE_DTMB_SETTING_T t_dtmb;
-    } u; /* the sub-record of e_type */
-    int32_t
-        mFrequency; /* DVB-S: MHz, 2147 at most; other systems: Hz. A readback stores Hz for all */
-    int32_t mEndFrequency; /* DVB-S only: end of the scan range in MHz; what is above 2147 wraps */
-    int32_t e_type;        /* MW_FE_TYPE_E */
+    } u;
+    /* DVB-S: MHz, 2147 at most; other systems: Hz. A readback stores Hz for all */
+    int32_t mFrequency;
+    /* DVB-S only: end of the scan range in MHz; what is above 2147 wraps */
+    int32_t mEndFrequency;
+    /* MW_FE_TYPE_E */
+    int32_t e_type;
 } MW_FESETTING_T;
 
 MW_PIN_SIZE(MW_FE_ATSC_SETTING_T, 4);

@@ -49,43 +49,63 @@ typedef enum {
 
 /*
  * The record belongs to its caller. A query writes the fields of the kinds it was asked for,
- * unconverted, and leaves every other byte alone; the reserved stretches belong to the middleware.
- * A boolean byte holds 0 or 1.
+ * unconverted, and leaves every other byte alone. The reserved stretches belong to the middleware,
+ * and so does what its own declaration has behind mRollOff. A boolean byte holds 0 or 1.
  */
 typedef struct {
-    uint8_t mIsDemodLocked; /* demodulator locked */
-    int32_t mSnr;           /* signal-to-noise ratio, thousandths of a dB */
-    int32_t mBer;           /* bit errors per thousand million bits */
-    int32_t mPer;           /* packet errors per thousand million packets */
-    int32_t mPerBer; /* errors per thousand million, as the frontend counts before outer FEC */
-    int32_t mSignalQuality;      /* percent */
-    int32_t mSignalStrength;     /* thousandths of a dBm */
-    int32_t mSymbolRate;         /* symbols per second */
-    int64_t mInnerFec;           /* inner FEC code rate */
-    int32_t mModulation;         /* the platform's constant of the delivery system */
-    int32_t mModulationsExt[10]; /* of the first layers; see FE_STATUS_MAX_LIST_COPY */
-    int32_t
-        mModulationsExtLen; /* elements in the platform's list, whether or not they were copied */
-    int32_t mInversion;     /* spectral inversion */
-    int32_t mLnbVoltage;    /* the platform's voltage constant */
+    /* Demodulator locked */
+    uint8_t mIsDemodLocked;
+    /* Signal-to-noise ratio, thousandths of a dB */
+    int32_t mSnr;
+    /* Bit errors per thousand million bits */
+    int32_t mBer;
+    /* Packet errors per thousand million packets */
+    int32_t mPer;
+    /* Errors per thousand million, as the frontend counts before outer FEC */
+    int32_t mPerBer;
+    /* Percent */
+    int32_t mSignalQuality;
+    /* Thousandths of a dBm */
+    int32_t mSignalStrength;
+    /* Symbols per second */
+    int32_t mSymbolRate;
+    /* Inner FEC code rate */
+    int64_t mInnerFec;
+    /* The platform's constant of the delivery system */
+    int32_t mModulation;
+    /* Of the first layers; see FE_STATUS_MAX_LIST_COPY */
+    int32_t mModulationsExt[10];
+    /* Elements in the platform's list, whether or not they were copied */
+    int32_t mModulationsExtLen;
+    /* Spectral inversion */
+    int32_t mInversion;
+    /* The platform's voltage constant */
+    int32_t mLnbVoltage;
     int32_t mPlpId;
-    uint8_t mIsEwbs;  /* emergency warning broadcast present */
-    int32_t mAgc;     /* automatic gain control, 0 to 255 */
-    uint8_t mIsLnaOn; /* low-noise amplifier on */
+    /* Emergency warning broadcast present */
+    uint8_t mIsEwbs;
+    /* Automatic gain control, 0 to 255 */
+    int32_t mAgc;
+    /* Low-noise amplifier on */
+    uint8_t mIsLnaOn;
     uint8_t aui1_reserved0[11];
-    int32_t mMer;        /* modulation error ratio, thousandths of a dB */
-    int32_t mFreqOffset; /* Hz */
+    /* Modulation error ratio, thousandths of a dB */
+    int32_t mMer;
+    /* Hz */
+    int32_t mFreqOffset;
     int32_t mHierarchy;
-    int32_t mBandWidth;     /* the platform's constant of the delivery system */
-    int32_t mCodeRates[10]; /* of the first layers; see FE_STATUS_MAX_LIST_COPY */
-    int32_t mCodeRatesLen;  /* elements in the platform's list, whether or not they were copied */
+    /* The platform's constant of the delivery system */
+    int32_t mBandWidth;
+    /* Of the first layers; see FE_STATUS_MAX_LIST_COPY */
+    int32_t mCodeRates[10];
+    /* Elements in the platform's list, whether or not they were copied */
+    int32_t mCodeRatesLen;
     uint8_t mIsRfLocked;
     uint8_t aui1_reserved1[15];
     int32_t mSystemId;
     int32_t mRollOff;
 } FE_STATUS_T;
 
-MW_PIN_SIZE(FE_STATUS_T, 208);
 MW_PIN_OFFSET(FE_STATUS_T, mIsDemodLocked, 0);
 MW_PIN_OFFSET(FE_STATUS_T, mSnr, 4);
 MW_PIN_OFFSET(FE_STATUS_T, mBer, 8);

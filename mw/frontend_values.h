@@ -8,7 +8,7 @@
 /* Scan types of x_native_frontend_scan. */
 enum { MW_FE_SCAN_UNDEFINED = 0, MW_FE_SCAN_AUTO = 1, MW_FE_SCAN_BLIND = 2 };
 
-/* mInnerFec, mFec and ISDB code rates of cable: flags. */
+/* Inner code rates of satellite (mInnerFec of DVB-S) and cable (mFec of DVB-C): flags. */
 enum {
     MW_FE_FEC_UNDEFINED = 0,
     MW_FE_FEC_AUTO = 1 << 0,
@@ -107,7 +107,8 @@ enum {
     MW_FE_DVBT_HIERARCHY_2 = 1 << 3,
     MW_FE_DVBT_HIERARCHY_4 = 1 << 4
 };
-/* Also of ISDB-T. */
+/* Code rates of DVB-T (mHpCodeRate, mLpCodeRate) and of ISDB-T (mCodeRate), which has the first
+ * six. */
 enum {
     MW_FE_DVBT_CODERATE_AUTO = 1 << 0,
     MW_FE_DVBT_CODERATE_1_2 = 1 << 1,

@@ -5,11 +5,13 @@
  * of the 32-bit ARM procedure-call standard: 4-byte pointers, 64-bit members aligned to 8 bytes.
  * Where pointers have another size the records keep their field order, but the offsets behind a
  * pointer move and are not pinned.
+ *
+ * The headers of this folder need C11 (for static_assert) or C++11.
  */
 #ifndef MW_LAYOUT_H
 #define MW_LAYOUT_H
 
-#include <assert.h> /* static_assert in C11 */
+#include <assert.h>
 #include <stddef.h>
 #include <stdint.h>
 

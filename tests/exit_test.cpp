@@ -12,7 +12,7 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/vm.h"
+#include "tests/host.h"
 
 namespace {
 
@@ -124,16 +124,12 @@ extern "C" void reportEnd() {
 // Returns main's result, or does not return. In the ways "busy_..." middleware threads work
 // meanwhile.
 extern "C" int endProcess(const char* way) {
-    JNIEnv* env = desk::startVm();
+    desk::startVm({desk::kSmallHeap, desk::kCheckJni});
+    desk::keepLog();
     if (!desk::loadLibrary()) {
         return kFailed;
     }
-    env->PushLocalFrame(64);
-    const jclass model = desk::findClass("desk.ScriptedModel");
-    env->CallStaticVoidMethod(model, env->GetStaticMethodID(model, "reset", "()V"));
-    if (env->ExceptionCheck()) {
-        return kFailed;
-    }
+    desk::resetModel();
     const uint32_t pipeline = leaveAllOpen();
     if (strncmp(way, "busy_", 5) == 0) {
         keepBusy();
@@ -144,9 +140,7 @@ extern "C" int endProcess(const char* way) {
                                                                                    : kFailed;
     }
     if (strcmp(way, "from_java") == 0) {
-        const jclass system = env->FindClass("java/lang/System");
-        env->CallStaticVoidMethod(system, env->GetStaticMethodID(system, "exit", "(I)V"),
-                                  kFromJava);
+        desk::callStatic("java.lang.System", "exit", kFromJava);
     } else if (strcmp(way, "from_thread") == 0) {
         exitFromMiddleware(kFromThread);
     }

@@ -6,19 +6,22 @@
 #include <desk/log_sink.h>
 
 #include <atomic>
+#include <cinttypes>
 #include <condition_variable>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <thread>
 
 #include "mw/basic_services.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 namespace {
 
 using desk::bridge;
 using desk::Call;
+using desk::Event;
 using desk::Failure;
 using Lines = std::vector<std::string>;
 
@@ -105,7 +108,7 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
             ")\n"
             "ZytTvInnerFilter#1.onOpenFilter(1, 2, 78187493530, ZytTvInnerFilterCallbackThread#1)",
         desk::takeCalls());
-    EXPECT_EQ(3, desk::books().globalRefs);
+    EXPECT_EQ(3, desk::resourceCounts().globalRefs);
     for (const int result : {0, 5}) {
         for (const char* method : {"onStart", "onStop", "onFlush", "onSetSectionConfig"}) {
             desk::scriptReturns(method, result);
@@ -147,23 +150,17 @@ TEST_F(FilterTest, OperationsReachJavaAndPassItsResults) {
     EXPECT_EQ(-1, deletions[0]) << "deleted in a row";
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
     EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(nullptr));
-    desk::script("throwsException", "ZytTvInnerFilterCallbackThread.<init>");
+    desk::scriptThrows("ZytTvInnerFilterCallbackThread.<init>");
     EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
 }
 
 TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     const uint32_t h = opened();
-    const jbyteArray section = desk::env()->NewByteArray(4096);
     std::vector<jbyte> bytes(4096);
     for (size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<jbyte>(i * 7);
     }
-    desk::env()->SetByteArrayRegion(section, 0, 4096, bytes.data());
-    desk::scriptAnswer("onRead", nullptr);
-    const jclass model = desk::findClass("desk.ScriptedModel");
-    desk::env()->CallStaticVoidMethod(
-        model, desk::env()->GetStaticMethodID(model, "section", "([B)V"), section);
-    ASSERT_FALSE(desk::env()->ExceptionCheck());
+    desk::scriptSection(bytes);
     struct Case {
         int64_t size;
         int result;
@@ -229,26 +226,45 @@ const FailingStep kFailingSteps[] = {
      "mj_sectionarr failed."},
     {"object", [] { desk::failCall(Call::kNewObject, 1, Failure::kNull); }, -1, 0,
      "mObject failed."},
-    {"constructor throws", [] { desk::script("throwsException", "ZytTvInnerFilter.<init>"); }, -1,
-     0, "nativeOpen fail: -1"},
+    {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, -1, 0,
+     "nativeOpen fail: -1"},
     {"refused",
      [] {
-         desk::scriptAnswer("ZytTvInnerFilter.<init>", nullptr);
+         desk::scriptReturns("ZytTvInnerFilter.<init>", nullptr);
          desk::scriptReturns("onOpenFilter", 3);
      },
      -1, 0, "nativeOpen fail: 3"},
 };
 
+// The services that a failing open calls to give back what it has, in order.
+std::string givenBack(const std::vector<desk::Point>& calls) {
+    std::string names;
+    for (const desk::Point& point : calls) {
+        if (point.call >= Call::kHandleFree && point.call != Call::kSemaCreate &&
+            point.call != Call::kMemAlloc) {
+            names += std::string(names.empty() ? "" : " ") + desk::name(point.call);
+        }
+    }
+    return names;
+}
+
 TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
     for (const FailingStep& step : kFailingSteps) {
         SCOPED_TRACE(step.name);
-        const desk::Books before = desk::books();
+        const desk::ResourceCounts before = desk::resourceCounts();
         step.prepare();
         uint32_t h = 7;
+        desk::record();
         EXPECT_EQ(step.result, open(&h));
+        const std::string name = step.name;
+        EXPECT_EQ(name == "semaphore" ? ""
+                  : name == "record"  ? "x_sema_unlock x_sema_delete"
+                  : name == "handle"  ? "x_mem_free x_sema_unlock x_sema_delete"
+                                      : "handle_free x_mem_free x_sema_unlock x_sema_delete",
+                  givenBack(desk::recorded()));
         EXPECT_EQ(step.handle, h);
         desk::failNothing();
-        EXPECT_EQ(before, desk::books());
+        EXPECT_EQ(before, desk::resourceCounts());
         EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
     }
     uint32_t h = 7;
@@ -268,10 +284,8 @@ const Waiter kWaiters[] = {
     {"close", [](uint32_t h) { return bridge([=] { return x_velmora_filter_close(h); }); }},
     {"event",
      [](uint32_t h) {
-         void* attached = nullptr;
-         desk::vm()->AttachCurrentThread(&attached, nullptr);
-         desk::event("section", "(IIIII)V", static_cast<jint>(h), 1, 2, 3, 4);
-         desk::vm()->DetachCurrentThread();
+         const desk::Attached attached;
+         desk::report(Event::kSection, h, 1, 2, 3, 4);
          return heardNothing() ? -1 : 0;
      }},
 };
@@ -298,14 +312,14 @@ TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
     for (const Waiter& waiter : kWaiters) {
         SCOPED_TRACE(waiter.name);
         gHeard.clear();
-        desk::script("hold", "onOpenFilter");
+        desk::scriptHold("onOpenFilter");
         const uint32_t visible = nextHandle();
         uint32_t h = 7;
         std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
         ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
         int result = 9;
         std::thread waiting = startWaiter(waiter, visible, &result);
-        desk::script("release", "onOpenFilter");
+        desk::scriptRelease("onOpenFilter");
         waiting.join();
         opening.join();
         EXPECT_EQ(visible, h);
@@ -332,15 +346,18 @@ void holdAtLine(int, const char*, const char* text) {
 }
 
 // An open that fails with its handle visible lets who waits for it fail too, and frees nothing
-// twice.
+// twice; also when the semaphore cannot be released and only its deletion wakes the waiter.
 TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
     for (const FailingStep& step : kFailingSteps) {
-        for (const Waiter& waiter : kWaiters) {
+        for (int i = 0; i < 6; ++i) {
+            const Waiter& waiter = kWaiters[i / 2];
+            const bool releases = i % 2 == 0;
             if (step.line == nullptr) {
                 continue;
             }
-            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
-            const desk::Books before = desk::books();
+            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name +
+                         (releases ? "" : ", not released"));
+            const desk::ResourceCounts before = desk::resourceCounts();
             const uint32_t visible = nextHandle();
             gHoldAt = step.line;
             gHeld = false;
@@ -348,6 +365,9 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             desk_log_set_sink(holdAtLine);
             desk::setLogLevel("I");
             step.prepare();
+            if (!releases) {
+                desk_fail_call(DESK_SEMA_UNLOCK, 1, DESK_KEEP_TAKEN);
+            }
             uint32_t h = 7;
             std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
             {
@@ -365,12 +385,12 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
             opening.join();
             EXPECT_EQ(-1, result);
             EXPECT_EQ(0u, h);
-            EXPECT_FALSE(gUsedDeletedSemaphore);
+            EXPECT_EQ(!releases, gUsedDeletedSemaphore);
             EXPECT_EQ(-1, start(visible));
             desk::setLogLevel("");
-            desk_log_set_sink(desk::keepLogLine);
+            desk::keepLog();
             desk::failNothing();
-            EXPECT_EQ(before, desk::books());
+            EXPECT_EQ(before, desk::resourceCounts());
             EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));
         }
     }
@@ -378,13 +398,13 @@ TEST_F(FilterTest, WaitersOfAFailedOpenFail) {
 
 TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
     const uint32_t h = opened();
-    desk::script("hold", "onStart");
+    desk::scriptHold("onStart");
     std::thread starting([&] { EXPECT_EQ(0, start(h)); });
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int result = 9;
     std::thread reporting = startWaiter(kWaiters[2], h, &result);
     EXPECT_TRUE(heardNothing());
-    desk::script("release", "onStart");
+    desk::scriptRelease("onStart");
     starting.join();
     reporting.join();
     EXPECT_EQ(0, result);
@@ -394,22 +414,21 @@ TEST_F(FilterTest, EventWaitsForTheOperationOfItsFilter) {
 TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
     const uint32_t h = opened();
     const std::string handle = std::to_string(h);
-    const jint j = static_cast<jint>(h);
-    desk::event("section", "(IIIII)V", j, 1, -2, 3, 4);
-    desk::event("restart", "(II)V", j, 9);
-    desk::event("status", "(II)V", j, -6);
-    desk::event("section", "(IIIII)V", 0, 1, 2, 3, 4);
-    desk::event("status", "(II)V", 0x7fffff00, 1);
+    desk::report(Event::kSection, h, 1, -2, 3, 4);
+    desk::report(Event::kRestart, h, 9);
+    desk::report(Event::kFilterStatus, h, -6);
+    desk::report(Event::kSection, 0, 1, 2, 3, 4);
+    desk::report(Event::kFilterStatus, 0x7fffff00, 1);
     x_velmora_filter_register_filter_status_callback(nullptr);
     desk::setLogLevel("I");
     desk::takeLog();
-    desk::event("status", "(II)V", j, 1);
+    desk::report(Event::kFilterStatus, h, 1);
     EXPECT_NE(std::string::npos,
               desk::takeLog()[0].find(">  filter status change notify is null."));
     desk::setLogLevel("");
     EXPECT_EQ(0, start(h)) << "the semaphore is free";
     EXPECT_EQ(0, close(h));
-    desk::event("section", "(IIIII)V", j, 1, 2, 3, 4);
+    desk::report(Event::kSection, h, 1, 2, 3, 4);
     EXPECT_EQ((Lines{"section " + handle + " 31 0 1 -2 3 4 tag",
                      "section " + handle + " 31 1 9 0 0 0 tag", "status " + handle + " 32 -6 tag"}),
               gHeard);
@@ -417,19 +436,169 @@ TEST_F(FilterTest, EventsCarryHandleRecordAndTag) {
 
 TEST_F(FilterTest, CloseWaitsForTheOperationAndTheSecondCloseFails) {
     const uint32_t h = opened();
-    desk::script("hold", "onStart");
+    desk::scriptHold("onStart");
     std::thread starting([&] { EXPECT_EQ(0, start(h)); });
     ASSERT_TRUE(desk::awaitHeld("onStart"));
     int results[2];
     std::thread closing[] = {std::thread([&] { results[0] = close(h); }),
                              std::thread([&] { results[1] = close(h); })};
-    desk::script("release", "onStart");
+    desk::scriptRelease("onStart");
     starting.join();
     closing[0].join();
     closing[1].join();
     EXPECT_EQ(-1, results[0] + results[1]);
     EXPECT_EQ("ZytTvInnerFilter#1.onStart()\nZytTvInnerFilter#1.onCloseFilter()",
               desk::takeCalls());
+}
+
+// What an access says when it fails, and when it has served: each line whole, but for the number of
+// the source line. H stands for the handle.
+struct AccessLines {
+    const char* function;
+    void (*call)(uint32_t hfilter);
+    const char* lock;    // the handle names no live filter
+    const char* lookup;  // the second lookup fails
+    const char* failed;  // the last lines, with a Java result of 5
+};
+
+void stripLineNumbers(Lines* lines, uint32_t hfilter) {
+    char handle[16];
+    snprintf(handle, sizeof(handle), "0x%x", hfilter);
+    for (std::string& line : *lines) {
+        const size_t colon = line.find(':');
+        const size_t end = line.find('>');
+        if (line.compare(0, 3, "I <") == 0 && colon < end) {
+            line = line.substr(3, colon - 3) + line.substr(end);
+        }
+        const size_t at = line.find(handle);
+        if (at != std::string::npos) {
+            line.replace(at, strlen(handle), "H");
+        }
+    }
+}
+
+const AccessLines kAccessLines[] = {
+    {"x_velmora_filter_start", [](uint32_t h) { x_velmora_filter_start(h); },
+     ">  handle: H, x_filter_lock handle free.", "> handle: H, failed.",
+     ">  start fail: 5, instance: I.|>  hfilter[H] jret 5 !\n"},
+    {"x_velmora_filter_stop", [](uint32_t h) { x_velmora_filter_stop(h); },
+     ">  handle: H, x_filter_lock handle free.", ">  handle:  H, failed.",
+     ">  stop fail: 5, instance: I.|>  hfilter[H] jret 5 !\n"},
+    {"x_velmora_filter_flush", [](uint32_t h) { x_velmora_filter_flush(h); },
+     "> handle: H, x_filter_lock handle free.", "> handle:  H, failed.",
+     "> flush fail: 5, instance: I.|> hfilter[H] jret 5 !\n"},
+    {"x_velmora_filter_read",
+     [](uint32_t h) {
+         int8_t buffer[FLT_MAX_READ_SIZE];
+         x_velmora_filter_read(h, buffer, 0, 100);
+     },
+     "> handle: H, x_filter_lock handle free.", "> handle:  H, failed.",
+     "> hfilter[H] jret 0x5 !\n"},
+    {"x_velmora_filter_setSectionConfig",
+     [](uint32_t h) {
+         uint8_t pattern[FLT_PATTERN_SIZE] = {};
+         x_velmora_filter_setSectionConfig(h, 0, 0, 0, 0, pattern, pattern, pattern);
+     },
+     "> handle: H, x_filter_lock handle free.", "> handle:  0x0, failed.",
+     "> setSectionConfig fail: 5, instance: I.|> hfilter[H] jret 5 !\n"},
+    {"com_halvorin_tv_velmora_filter_section_event",
+     [](uint32_t h) { desk::report(Event::kSection, h, 1, 2, 3, 4); },
+     "> handle: H, x_filter_lock handle free.",
+     "> handle: H invalid,drop this callback,normal case.",
+     ">  filter section event notify is null."},
+    {"com_halvorin_tv_velmora_filter_restart_event",
+     [](uint32_t h) { desk::report(Event::kRestart, h, 1); },
+     "> handle: H, x_filter_lock handle free.",
+     "> handle: H invalid,drop this callback,normal case.",
+     "> filter section event notify is null."},
+    {"com_halvorin_tv_velmora_filter_status_change",
+     [](uint32_t h) { desk::report(Event::kFilterStatus, h, 1); },
+     ">  handle: H, x_filter_lock handle free.",
+     ">  handle: H invalid,drop this callback,normal case.",
+     ">  filter status change notify is null."},
+};
+
+TEST_F(FilterTest, EveryLineOfAnAccessIsTheOneAgreed) {
+    const uint32_t h = opened();
+    uint16_t type = 0;
+    void* record = nullptr;
+    ASSERT_EQ(0, handle_get_type_obj(h, &type, &record));
+    char instance[24];
+    snprintf(instance, sizeof(instance), "0x%" PRIx64,
+             *reinterpret_cast<int64_t*>(static_cast<char*>(record) + 8));
+    for (const char* method : {"onStart", "onStop", "onFlush", "onRead", "onSetSectionConfig"}) {
+        desk::scriptReturns(method, 5);
+    }
+    x_velmora_filter_register_section_callback(nullptr);
+    x_velmora_filter_register_filter_status_callback(nullptr);
+    desk::setLogLevel("I");
+    for (const AccessLines& access : kAccessLines) {
+        SCOPED_TRACE(access.function);
+        desk::takeLog();
+        access.call(0x7fffff00);
+        Lines lines = desk::takeLog();
+        stripLineNumbers(&lines, 0x7fffff00);
+        EXPECT_EQ((Lines{"x_filter_lock>  handle already free.\n",
+                         access.function + std::string(access.lock)}),
+                  lines);
+
+        desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 6);
+        access.call(h);
+        lines = desk::takeLog();
+        stripLineNumbers(&lines, h);
+        EXPECT_EQ((Lines{"_native_filter_handle2instance> _native_filter_handle2instance, "
+                         "handle: H, e_type:0, fail: 6.",
+                         access.function + std::string(access.lookup)}),
+                  lines);
+
+        access.call(h);
+        lines = desk::takeLog();
+        stripLineNumbers(&lines, h);
+        std::string served;
+        for (const std::string& line : lines) {
+            const size_t at = line.find(instance);
+            const std::string text = at != std::string::npos
+                                         ? std::string(line).replace(at, strlen(instance), "I")
+                                         : line;
+            if (text.compare(0, strlen(access.function), access.function) == 0) {
+                served += (served.empty() ? "" : "|") + text.substr(strlen(access.function));
+            }
+        }
+        EXPECT_EQ(access.failed, served);
+    }
+    desk::setLogLevel("");
+    EXPECT_EQ(0, close(h));
+}
+
+// An instance that is no address: only where pointers are narrower. What is behind it is never
+// looked at, and everything that is the record's is given back.
+TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
+    if (sizeof(void*) != 4) {
+        GTEST_SKIP() << "every 64-bit value is an address here";
+    }
+    const uint32_t h = opened();
+    uint16_t type = 0;
+    void* record = nullptr;
+    ASSERT_EQ(0, handle_get_type_obj(h, &type, &record));
+    int64_t* field = reinterpret_cast<int64_t*>(static_cast<char*>(record) + 8);
+    const int64_t instance = *field;
+    *field |= INT64_C(1) << 32;
+    EXPECT_EQ(-1, start(h));
+    desk::setLogLevel("I");
+    desk::takeLog();
+    EXPECT_EQ(0, close(h));
+    Lines lines = desk::takeLog();
+    desk::setLogLevel("");
+    stripLineNumbers(&lines, h);
+    char low[16];
+    snprintf(low, sizeof(low), "%08" PRIx32, static_cast<uint32_t>(instance));
+    const std::string shown = std::string("filter.get: 0x") + (low + strspn(low, "0")) +
+                              ", instance: 0x1" + low + ",failed.";
+    ASSERT_EQ(4u, lines.size());
+    EXPECT_EQ("x_velmora_filter_close>  " + shown, lines[1]);
+    EXPECT_EQ("subInnerFilterReference> subInnerFilterReferencefailed, " + shown + "\n", lines[2]);
+    EXPECT_EQ("", desk::takeCalls());
+    bridge([&] { return subInnerFilterReference(instance); });
 }
 
 TEST_F(FilterTest, ReferencesAreCountedByHand) {
@@ -460,8 +629,7 @@ TEST_F(FilterTest, ManyThreadsShareTheHandles) {
         });
     }
     for (int round = 0; round < 500; ++round) {
-        desk::event("section", "(IIIII)V", static_cast<jint>(handles[round % 2].load()), 1, 2, 3,
-                    4);
+        desk::report(Event::kSection, handles[round % 2].load(), 1, 2, 3, 4);
     }
     for (std::thread& thread : threads) {
         thread.join();

@@ -8,7 +8,10 @@
 #include <cstring>
 #include <thread>
 
-#include "tests/vm.h"
+#include "mw/filter.h"
+#include "tests/bridge_test.h"
+
+extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
@@ -113,7 +116,7 @@ TEST_F(FrontendTest, TunerLivesFromRequireToClose) {
             "ZytTvInnerFrontend#1.onSetNativeHandle(" +
                 std::to_string(pipeline.handle()) + ")\nZytTvInnerFrontend#1.onOpenFrontend()",
             desk::takeCalls());
-        EXPECT_EQ(1, desk::books().globalRefs);
+        EXPECT_EQ(1, desk::resourceCounts().globalRefs);
     }
     EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
     EXPECT_EQ(0, x_native_frontend_close_tuner(pipeline.handle()));
@@ -148,7 +151,7 @@ TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
         for (const bool throws : {false, true}) {
             desk::scriptReturns(name, 0);
             if (throws) {
-                desk::script("throwsException", name);
+                desk::scriptThrows(name);
             }
             const int attached = desk::attachCount();
             desk::onFreshThread([&] {
@@ -156,7 +159,7 @@ TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
                           operation.call(pipeline.handle()));
             });
             EXPECT_EQ(attached + 1, desk::attachCount());
-            EXPECT_EQ(0, desk::books().attachments);
+            EXPECT_EQ(0, desk::resourceCounts().attachments);
         }
     }
 }
@@ -193,8 +196,8 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
          "E JNativeInnerFrontend, handle_get_obj fail, pipeline handle: 0x"},
         {"collected", [](Pipeline& pipeline) { pipeline.collect(); },
          "E JNativeInnerFrontend, pipeline maybe already release."},
-        {"constructor throws",
-         [](Pipeline&) { desk::script("throwsException", "ZytTvInnerFrontend.<init>"); }, kObject},
+        {"constructor throws", [](Pipeline&) { desk::scriptThrows("ZytTvInnerFrontend.<init>"); },
+         kObject},
         {"no object", [](Pipeline&) { desk::failCall(Call::kNewObject, 1, Failure::kNull); },
          kObject},
         {"no global reference",
@@ -219,17 +222,37 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
             EXPECT_EQ(operation.passesResult ? operation.failure : 0, result) << operation.name;
         }
         EXPECT_EQ("", desk::takeCalls());
-        desk::scriptAnswer("ZytTvInnerFrontend.<init>", nullptr);
+        desk::scriptReturns("ZytTvInnerFrontend.<init>", nullptr);
     }
+}
+
+// Before JNI_OnLoad has published the virtual machine, nothing calls it.
+TEST_F(FrontendTest, WithoutAVirtualMachineEveryOperationFails) {
+    const Pipeline pipeline;
+    const Tuner tuner(pipeline);
+    desk::takeCalls();
+    JavaVM* vm = g_velmora_javaVM;
+    g_velmora_javaVM = nullptr;
+    desk::record();
+    for (const Operation& operation : kOperations) {
+        const int result = bridge([&] { return operation.call(pipeline.handle()); });
+        EXPECT_EQ(operation.passesResult ? operation.failure : 0, result) << operation.name;
+    }
+    uint32_t hthread = 7;
+    EXPECT_EQ(-1, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+    EXPECT_EQ(7u, hthread);
+    EXPECT_EQ(0u, desk::recorded().size());
+    g_velmora_javaVM = vm;
+    EXPECT_EQ("", desk::takeCalls());
 }
 
 TEST_F(FrontendTest, ExceptionsWhileOpeningLeaveThePeerBound) {
     const Pipeline pipeline;
-    desk::script("throwsException", "onSetNativeHandle");
-    desk::script("throwsException", "onOpenFrontend");
-    desk::script("throwsException", "onCloseFrontend");
+    desk::scriptThrows("onSetNativeHandle");
+    desk::scriptThrows("onOpenFrontend");
+    desk::scriptThrows("onCloseFrontend");
     const Tuner tuner(pipeline);
-    EXPECT_EQ(1, desk::books().globalRefs);
+    EXPECT_EQ(1, desk::resourceCounts().globalRefs);
     EXPECT_EQ(0, bridge([&] { return x_native_frontend_cancel_tuning(pipeline.handle()); }));
 }
 
@@ -248,7 +271,7 @@ TEST_F(FrontendTest, SecondRequireKeepsTheFirstObject) {
 TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     const Pipeline pipeline;
     bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
-    desk::script("hold", "onTune");
+    desk::scriptHold("onTune");
     std::thread tuning([&] {
         EXPECT_EQ(0, bridge([&] {
                       MW_FESETTING_T settings = atscRequest();
@@ -263,7 +286,7 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     // A new tuner of the pipeline is another object.
     bridge([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
     EXPECT_NE(std::string::npos, desk::takeCalls().find("#2.onOpenFrontend()"));
-    desk::script("release", "onTune");
+    desk::scriptRelease("onTune");
     tuning.join();
     EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
     bridge([&] { return x_native_frontend_close_tuner(pipeline.handle()); });

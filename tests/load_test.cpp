@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "log/halvorin_log.h"
-#include "tests/vm.h"
+#include "tests/bridge_test.h"
 
 extern "C" {
 jint JNI_OnLoad(JavaVM* vm, void* reserved);
@@ -22,15 +22,15 @@ using desk::Call;
 using Lines = std::vector<std::string>;
 
 // Exits with 0 when every expectation of the body held.
-#define IN_A_PROCESS(body)                              \
-    EXPECT_EXIT(                                        \
-        {                                               \
-            desk::startVm();                            \
-            desk::setLogLevel("E");                     \
-            body();                                     \
-            fflush(stdout);                             \
-            _exit(testing::Test::HasFailure() ? 1 : 0); \
-        },                                              \
+#define IN_A_PROCESS(body)                                             \
+    EXPECT_EXIT(                                                       \
+        {                                                              \
+            desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni}); \
+            desk::setLogLevel("E");                                    \
+            body();                                                    \
+            fflush(stdout);                                            \
+            _exit(testing::Test::HasFailure() ? 1 : 0);                \
+        },                                                             \
         testing::ExitedWithCode(0), "")
 
 TEST(LoadTest, LoadsOnceEverythingIsFound) {
@@ -152,7 +152,7 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
         EXPECT_EXIT(
             {
                 signal(SIGABRT, SIG_DFL);
-                desk::startVm();
+                desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
                 signal(SIGABRT, SIG_DFL);
                 desk::failLookup(missing.lookup, missing.name);
                 desk::loadLibrary();

@@ -7,7 +7,8 @@
 // state of its handle allows (exactly one where only one thread may close it); every event carries
 // the tag and the record of the filter that was opened with its handle; none comes that was reported
 // after the close had returned; a Java object gets no call before its open, after its close, or, a
-// filter, while another runs. Checked at the end: the books.
+// filter, while another runs. Checked at the end: the resource
+// counts.
 
 #include <atomic>
 #include <chrono>
@@ -20,15 +21,18 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <thread>
 #include <unordered_map>
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/vm.h"
+#include "tests/watch.h"
 
 namespace {
+
+using desk::Event;
 
 constexpr int kMiddlewareThreads = 3;
 constexpr int kJavaThreads = 2;
@@ -340,7 +344,6 @@ int onDiseqc(unsigned int pipeline, const int8_t*, int32_t length) {
 }
 
 void reportFilterEvent(uint32_t handle, std::mt19937& random) {
-    const jint h = static_cast<jint>(handle);
     const jint value = static_cast<jint>(random());
     tReport.values[0] = value;
     switch (random() % 3) {
@@ -348,41 +351,46 @@ void reportFilterEvent(uint32_t handle, std::mt19937& random) {
             tReport.values[1] = 2;
             tReport.values[2] = -3;
             tReport.values[3] = 4;
-            desk::event("section", "(IIIII)V", h, value, 2, -3, 4);
+            desk::report(Event::kSection, handle, value, 2, -3, 4);
             break;
         case 1:
-            desk::event("restart", "(II)V", h, value);
+            desk::report(Event::kRestart, handle, value);
             break;
         default:
-            desk::event("status", "(II)V", h, value);
+            desk::report(Event::kFilterStatus, handle, value);
     }
 }
 
 // Every one of these reaches the middleware, whatever the pipeline.
 void reportFrontendEvent(uint32_t handle, std::mt19937& random) {
-    const jint h = static_cast<jint>(handle);
+    const desk::LocalFrame frame;
     const jint value = static_cast<jint>(random() % 64) + 1;
     tReport.values[0] = value;
     jint result = 0;
-    switch (random() % 4) {
+    switch (random() % 6) {
         case 0:
-            result = desk::event("scan", "(III)I", static_cast<int>(random() % 3), h, value);
+            result = desk::report(Event::kLocked, handle);
             break;
-        case 1: {
-            const jintArray list = desk::env()->NewIntArray(value);
-            result = desk::event("scanList", "(II[II)I", 3 + static_cast<int>(random() % 5), h,
-                                 list, value);
-            desk::env()->DeleteLocalRef(list);
+        case 1:
+            result = desk::report(Event::kStopped, handle);
             break;
-        }
         case 2:
-            result = desk::event("lnb", "(II)I", h, value);
+            result = desk::report(Event::kProgress, handle, value);
             break;
-        default: {
-            const jbyteArray message = desk::env()->NewByteArray(value);
-            result = desk::event("diseqc", "(I[BI)I", h, message, value);
-            desk::env()->DeleteLocalRef(message);
+        case 3: {
+            static constexpr Event kLists[] = {Event::kFrequencies, Event::kSymbolRates,
+                                               Event::kPlpIds, Event::kGroupIds, Event::kStreamIds};
+            const auto list = desk::newArray(std::vector<jint>(static_cast<size_t>(value)));
+            result = desk::report(kLists[random() % std::size(kLists)], handle, list, value);
+            break;
         }
+        case 4:
+            result = desk::report(Event::kLnb, handle, value);
+            break;
+        default:
+            result =
+                desk::report(Event::kDiseqc, handle,
+                             desk::newArray(std::vector<jbyte>(static_cast<size_t>(value))), value);
     }
     check(result == 0 && tReport.delivered, "frontend event not delivered", result);
 }
@@ -397,9 +405,9 @@ struct Pipelines {
 // Attached for life, as another component of the device may have done, or for each call only.
 void middlewareThread(const Pipelines& pipelines, int index, unsigned seed, bool attached) {
     std::mt19937 random(seed * 1000 + static_cast<unsigned>(index));
-    void* env = nullptr;
+    std::optional<desk::Attached> attachment;
     if (attached) {
-        desk::vm()->AttachCurrentThread(&env, nullptr);
+        attachment.emplace();
     }
     const desk::Watch watch;
     const uint32_t own = pipelines.own[static_cast<size_t>(index)]->handle();
@@ -446,15 +454,11 @@ void middlewareThread(const Pipelines& pipelines, int index, unsigned seed, bool
         check(closeFilter(filter) == 0, "last close", filter);
     }
     x_native_frontend_close_tuner(own);
-    if (attached) {
-        desk::vm()->DetachCurrentThread();
-    }
 }
 
 void javaThread(const Pipelines& pipelines, int index, unsigned seed) {
     std::mt19937 random(seed * 1000 + 500 + static_cast<unsigned>(index));
-    void* env = nullptr;
-    desk::vm()->AttachCurrentThread(&env, nullptr);
+    const desk::Attached attached;
     std::atomic<uint64_t>& reporting = gReporting[index];
     while (!gStop) {
         reporting = gClock.load();
@@ -473,7 +477,6 @@ void javaThread(const Pipelines& pipelines, int index, unsigned seed) {
         reporting = kIdle;
         ++gEvents;
     }
-    desk::vm()->DetachCurrentThread();
 }
 
 void registerCallbacks(uint32_t h_pipeline) {
@@ -508,17 +511,6 @@ void watchOver(int seconds) {
     gStop = true;
 }
 
-std::string modelFault() {
-    JNIEnv* env = desk::env();
-    const jclass model = desk::findClass("desk.StressModel");
-    const jmethodID id = env->GetStaticMethodID(model, "fault", "()Ljava/lang/String;");
-    const jstring text = static_cast<jstring>(env->CallStaticObjectMethod(model, id));
-    const char* chars = env->GetStringUTFChars(text, nullptr);
-    const std::string result = chars;
-    env->ReleaseStringUTFChars(text, chars);
-    return result;
-}
-
 struct Options {
     int seconds = 10;
     unsigned seed = 1;
@@ -547,14 +539,11 @@ Options parse(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     const Options options = parse(argc, argv);
-    desk::startVm(false);
-    check(desk::loadLibrary(), "load");
-    desk::watchVm();
-    const jclass model = desk::findClass("desk.StressModel");
-    desk::env()->CallStaticVoidMethod(model,
-                                      desk::env()->GetStaticMethodID(model, "install", "()V"));
+    desk::startWatchedVm({desk::kSmallHeap});
+    check(desk::loadWatchedLibrary(), "load");
+    desk::callStatic("tests.StressModel", "install");
 
-    const desk::Books before = desk::books();
+    const desk::ResourceCounts before = desk::resourceCounts();
     Pipelines pipelines;
     for (int i = 0; i < kSharedPipelines; ++i) {
         pipelines.shared.push_back(std::make_unique<desk::Pipeline>());
@@ -588,13 +577,13 @@ int main(int argc, char** argv) {
     });
     pipelines = {};
     check(gOpened.empty(), "filters left open", static_cast<int64_t>(gOpened.size()));
-    const std::string wrong = modelFault();
+    const std::string wrong = desk::callStatic<std::string>("tests.StressModel", "fault");
     if (!wrong.empty()) {
         fault("%s", wrong.c_str());
     }
-    if (!(desk::books() == before)) {
-        std::cerr << "before: " << before << "\nafter:  " << desk::books() << "\n";
-        fault("the books do not balance");
+    if (!(desk::resourceCounts() == before)) {
+        std::cerr << "before: " << before << "\nafter:  " << desk::resourceCounts() << "\n";
+        fault("resources were left");
     }
     for (const Opened* opened : gClosed) {
         delete opened;
@@ -604,7 +593,7 @@ int main(int argc, char** argv) {
            "/s), of them %" PRIu64
            " delivered to filters\n"
            "checked: results, read bytes and records of every operation; handle, tag, record and "
-           "data of every event; calls of every Java object; the books\n",
+           "data of every event; calls of every Java object; the resource counts\n",
            options.seed, options.seconds, gOperations.load(), gOperations / seconds, gEvents.load(),
            gEvents / seconds, gDelivered.load());
     desk::stopVm();

@@ -14,13 +14,15 @@
 #include <ostream>
 #include <tuple>
 
+extern "C" JavaVM* g_velmora_javaVM;
+
 namespace desk {
 
 namespace {
 
 using Ways = std::vector<Failure>;
 
-// What a call that succeeds adds to the books, by the reference or elements that it makes or takes.
+// What a call that succeeds adds to the resource counts, by the reference or elements that it makes or takes.
 struct Effect {
     int globalRefs;
     int localRefs;
@@ -40,6 +42,7 @@ const Ways kFails = {Failure::kNull};
 const Ways kThrowsOnly = {Failure::kThrows};
 const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
 const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
+const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
 
 const CallTraits kTraits[] = {
     {"FindClass", kFailsOrThrows, false, true, {0, 1, 0}},
@@ -77,9 +80,10 @@ const CallTraits kTraits[] = {
     {"handle_free", kFails, true, false, {}},
     {"x_sema_create", kFails, true, false, {}},
     {"x_sema_lock", kFails, true, false, {}},
-    {"x_sema_unlock", kFails, true, false, {}},
+    {"x_sema_unlock", kFailsOrKeeps, true, false, {}},
     {"x_sema_delete", kFails, true, false, {}},
     {"x_mem_alloc", kFails, true, false, {}},
+    {"x_mem_free", kNever, true, false, {}},
 };
 constexpr size_t kCalls = static_cast<size_t>(Call::kCount);
 static_assert(std::size(kTraits) == kCalls);
@@ -88,7 +92,6 @@ const CallTraits& traits(Call call) {
     return kTraits[static_cast<size_t>(call)];
 }
 
-JavaVM* gVm;
 jniNativeInterface gReal;
 thread_local bool tWatching;
 std::atomic<int> gGlobalRefs;
@@ -260,7 +263,7 @@ jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
         *env = nullptr;
         return failure == Failure::kEmpty ? JNI_OK : JNI_EDETACHED;
     }
-    return gVm->GetEnv(env, version);
+    return vm()->GetEnv(env, version);
 }
 
 jint JNICALL attachHook(JavaVM*, void** env, void* args) {
@@ -270,8 +273,8 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
         return failure == Failure::kEmpty ? JNI_OK : JNI_ERR;
     }
     void* before = nullptr;
-    tAttachedBefore = gVm->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
-    const jint result = gVm->AttachCurrentThread(env, args);
+    tAttachedBefore = vm()->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
+    const jint result = vm()->AttachCurrentThread(env, args);
     if (result == JNI_OK) {
         ++gAttachments;
         ++gAttachCount;
@@ -281,11 +284,11 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
 
 jint JNICALL detachHook(JavaVM*) {
     void* env = nullptr;
-    gVm->GetEnv(&env, JNI_VERSION_1_4);
+    vm()->GetEnv(&env, JNI_VERSION_1_4);
     const std::optional<Failure> failure = intercept(Call::kDetach, static_cast<JNIEnv*>(env));
     --gAttachments;
     // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
-    const jint result = tAttachedBefore ? JNI_OK : gVm->DetachCurrentThread();
+    const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
     return failure ? JNI_ERR : result;
 }
 
@@ -293,7 +296,10 @@ int32_t serviceHook(desk_service_t service) {
     const auto call =
         static_cast<Call>(static_cast<int>(Call::kHandleAlloc) + static_cast<int>(service));
     const std::optional<Failure> failure = intercept(call, nullptr);
-    return !failure ? 0 : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY : kServiceError;
+    return !failure                     ? 0
+           : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
+           : failure == Failure::kKeeps ? DESK_KEEP_TAKEN
+                                        : kServiceError;
 }
 
 }  // namespace
@@ -305,6 +311,7 @@ const char* name(Call call) {
 const char* name(Failure failure) {
     return failure == Failure::kNull     ? "fails"
            : failure == Failure::kThrows ? "throws"
+           : failure == Failure::kKeeps  ? "does not release"
                                          : "gives nothing";
 }
 
@@ -361,11 +368,11 @@ std::vector<std::string> takeBreaches() {
     return result;
 }
 
-void watchFunctionTable(JavaVM* vm) {
-    gVm = vm;
+JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
+    JNIEnv* env = startVm(options);
     void* tool = nullptr;
     jniNativeInterface* table = nullptr;
-    if (gVm->GetEnv(&tool, JVMTI_VERSION_1_2) != JNI_OK ||
+    if (vm()->GetEnv(&tool, JVMTI_VERSION_1_2) != JNI_OK ||
         static_cast<jvmtiEnv*>(tool)->GetJNIFunctionTable(&table) != JVMTI_ERROR_NONE) {
         fprintf(stderr, "test set-up failed: JVMTI\n");
         abort();
@@ -401,10 +408,18 @@ void watchFunctionTable(JavaVM* vm) {
     static_cast<jvmtiEnv*>(tool)->SetJNIFunctionTable(table);
     static_cast<jvmtiEnv*>(tool)->Deallocate(reinterpret_cast<unsigned char*>(table));
     desk_set_service_hook(serviceHook);
+    keepLog();
+    return env;
+}
+
+bool loadWatchedLibrary() {
+    const bool loaded = loadLibrary();
+    g_velmora_javaVM = watchedVm();
+    return loaded;
 }
 
 JavaVM* watchedVm() {
-    static JNIInvokeInterface_ table = *gVm->functions;
+    static JNIInvokeInterface_ table = *vm()->functions;
     table.GetEnv = getEnvHook;
     table.AttachCurrentThread = attachHook;
     table.DetachCurrentThread = detachHook;
@@ -412,21 +427,21 @@ JavaVM* watchedVm() {
     return &watched;
 }
 
-bool Books::operator==(const Books& other) const {
+bool ResourceCounts::operator==(const ResourceCounts& other) const {
     return globalRefs == other.globalRefs && localRefs == other.localRefs &&
            elements == other.elements && attachments == other.attachments &&
            handles == other.handles && semaphores == other.semaphores && blocks == other.blocks &&
            peers == other.peers;
 }
 
-std::ostream& operator<<(std::ostream& out, const Books& books) {
-    return out << "global " << books.globalRefs << ", local " << books.localRefs << ", elements "
-               << books.elements << ", attachments " << books.attachments << ", handles "
-               << books.handles << ", semaphores " << books.semaphores << ", blocks "
-               << books.blocks << ", peers " << books.peers;
+std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts) {
+    return out << "global " << counts.globalRefs << ", local " << counts.localRefs << ", elements "
+               << counts.elements << ", attachments " << counts.attachments << ", handles "
+               << counts.handles << ", semaphores " << counts.semaphores << ", blocks "
+               << counts.blocks << ", peers " << counts.peers;
 }
 
-Books books() {
+ResourceCounts resourceCounts() {
     return {gGlobalRefs,        gLocalRefs,          gElements,
             gAttachments,       desk_live_handles(), desk_live_semaphores(),
             desk_live_blocks(), desk_refbase_live()};

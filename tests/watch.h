@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/host.h"
+
 namespace desk {
 
 // Every call that the library makes: of a JNI function, of the invocation interface, of a service.
@@ -52,6 +54,7 @@ enum class Call {
     kSemaUnlock,
     kSemaDelete,
     kMemAlloc,
+    kMemFree,
     kCount
 };
 const char* name(Call call);
@@ -62,6 +65,7 @@ enum class Failure {
               // x_sema_delete does its work all the same
     kThrows,  // the same, with a Java exception pending
     kEmpty,   // reports success, but has no result
+    kKeeps,   // of x_sema_unlock: an error code, and the semaphore is not released
 };
 const char* name(Failure failure);
 // The ways in which a call can fail; none for one that cannot.
@@ -87,13 +91,15 @@ void recordAndFail(size_t point, Failure failure);  // the point'th call, from 0
 std::vector<Point> recorded();                      // ends the recording
 std::vector<std::string> takeBreaches();
 
-// Puts watched functions into the function table of a running virtual machine.
-void watchFunctionTable(JavaVM* vm);
+// Starts the virtual machine with watched functions in its function table, and keeps the log.
+JNIEnv* startWatchedVm(const std::vector<std::string>& options);
+// Loads the library and lets it have the pointer below. False as of loadLibrary.
+bool loadWatchedLibrary();
 // A virtual machine pointer in front of the real one.
 JavaVM* watchedVm();
 
 // What the library holds, counted only inside Watch scopes on their threads.
-struct Books {
+struct ResourceCounts {
     int globalRefs = 0;
     int localRefs = 0;
     int elements = 0;  // arrays whose elements are held
@@ -102,10 +108,10 @@ struct Books {
     unsigned semaphores = 0;
     unsigned blocks = 0;
     int peers = 0;
-    bool operator==(const Books& other) const;
+    bool operator==(const ResourceCounts& other) const;
 };
-std::ostream& operator<<(std::ostream& out, const Books& books);
-Books books();
+std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts);
+ResourceCounts resourceCounts();
 int attachCount();  // attachments made since the start
 int releaseMode();  // of the Release...ArrayElements since the last call, or -1
 
@@ -125,6 +131,12 @@ template <typename Call>
 auto bridge(const Call& call) {
     const Watch watch;
     return call();
+}
+
+// Reports an event, watched; args as for reportEvent.
+template <typename... Args>
+jint report(Event event, uint32_t handle, const Args&... args) {
+    return bridge([&] { return reportEvent(event, {toJava(handle), toJava(args)...}); });
 }
 
 }  // namespace desk

@@ -62,15 +62,15 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
 }
 
 void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
-    const desk_fatal_handler_fct handler = gFatalHandler;
-    if (handler != nullptr) {
-        handler(cond, tag);
-    }
     char message[768];
     va_list args;
     va_start(args, fmt);
     vsnprintf(message, sizeof(message), fmt, args);
     va_end(args);
+    const desk_fatal_handler_fct handler = gFatalHandler;
+    if (handler != nullptr) {
+        handler(cond, tag, message);
+    }
     char text[1024];
     snprintf(text, sizeof(text), "%s: %s", cond, message);
     writeLine(ANDROID_LOG_FATAL, tag, text);

@@ -241,7 +241,7 @@ int32_t x_sema_unlock(uint32_t h_sema) {
         return kFailed;
     }
     const std::lock_guard<std::mutex> lock(semaphore->lock);
-    if (!semaphore->taken) {
+    if (!semaphore->taken || code == DESK_KEEP_TAKEN) {
         return kFailed;
     }
     semaphore->taken = false;
@@ -270,6 +270,7 @@ void* x_mem_alloc(size_t z_size) {
 }
 
 void x_mem_free(void* pv_mem) {
+    fault(DESK_MEM_FREE);
     if (pv_mem != nullptr) {
         --gLiveBlocks;
         free(pv_mem);

@@ -13,7 +13,7 @@ typedef void (*desk_log_sink_fct)(int prio, const char* tag, const char* text);
 void desk_log_set_sink(desk_log_sink_fct sink) __attribute__((visibility("default")));
 
 // Called for a fatal assertion, on its thread, before the process is ended; it need not return.
-typedef void (*desk_fatal_handler_fct)(const char* cond, const char* tag);
+typedef void (*desk_fatal_handler_fct)(const char* cond, const char* tag, const char* text);
 void desk_log_set_fatal_handler(desk_fatal_handler_fct handler)
     __attribute__((visibility("default")));
 

@@ -18,6 +18,7 @@ typedef enum {
     DESK_SEMA_UNLOCK,
     DESK_SEMA_DELETE,
     DESK_MEM_ALLOC,
+    DESK_MEM_FREE, /* cannot fail */
     DESK_SERVICE_COUNT
 } desk_service_t;
 
@@ -35,6 +36,8 @@ void desk_fail_none(void);
  * with type 0 and a null object. Null: none.
  */
 #define DESK_ANSWER_EMPTY INT32_MIN
+/* As a code to fail with, for x_sema_unlock: it fails and does not release the semaphore. */
+#define DESK_KEEP_TAKEN (INT32_MIN + 1)
 typedef int32_t (*desk_service_hook_fct)(desk_service_t service);
 void desk_set_service_hook(desk_service_hook_fct hook);
 

@@ -1,191 +1,145 @@
-// The tuner frontend bridge: the registry of frontends, the functions that the middleware calls,
-// and the registration of what the Java side calls and is called by.
+// The tuner frontend and LNB functions that the middleware calls, and the registration of what the
+// frontend side's Java classes call and are called by.
 
 #include <jni.h>
 #include <utils/RefBase.h>
 
-#include <map>
-#include <mutex>
-#include <utility>
-
-#include "log/halvorin_log.h"
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/JNativeInnerFrontend.h"
-#include "services/jni/connectmanager/pipeline/frontend_events.h"
-#include "services/jni/connectmanager/pipeline/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_registry.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
-#define LOG_TAG "ZYT_MW"
-
 using android::JNativeInnerFrontend;
-using FrontendMap = std::map<unsigned int, android::sp<JNativeInnerFrontend>>;
-
-FrontendFields gFields;
 
 namespace {
 
-// Guards the map, and only the map: never held while a peer's operation or destructor runs, which
-// call Java, and Java may call back. Neither is ever destroyed: other threads may still be calling
-// when the process ends.
-std::mutex& gFrontendMutex = *new std::mutex();
-FrontendMap& gFrontendMap = *new FrontendMap();
-
-// At the end of the process the peers go that are registered then.
-struct ReleaseFrontendsAtExit {
-    ~ReleaseFrontendsAtExit() {
-        FrontendMap peers;
-        {
-            const std::lock_guard<std::mutex> lock(gFrontendMutex);
-            peers.swap(gFrontendMap);
-        }
-    }
-} gReleaseFrontendsAtExit;
-
-// The pipeline's peer, held for the caller; null when the pipeline is not registered.
-android::sp<JNativeInnerFrontend> findPeer(unsigned int h_pipeline) {
-    const std::lock_guard<std::mutex> lock(gFrontendMutex);
-    const auto entry = gFrontendMap.find(h_pipeline);
-    return entry != gFrontendMap.end() ? entry->second : android::sp<JNativeInnerFrontend>();
-}
-
 // Runs operation(peer) on the pipeline's peer and returns its result, or notRegistered.
 template <typename Operation>
-int forward(unsigned int h_pipeline, int notRegistered, const Operation& operation) {
-    const android::sp<JNativeInnerFrontend> peer = findPeer(h_pipeline);
+int withPeer(unsigned int h_pipeline, int notRegistered, const Operation& operation) {
+    const android::sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     return peer.get() != nullptr ? operation(*peer.get()) : notRegistered;
 }
 
-// As above, for the functions that return -1 and report a non-zero result.
+// As withPeer, for the functions that return -1 without a peer and report a non-zero result. failure
+// is the line that shows it.
 template <typename Operation>
 int forward(unsigned int h_pipeline, const char* failure, const Operation& operation) {
-    return forward(h_pipeline, -1, [&](JNativeInnerFrontend& peer) {
+    return withPeer(h_pipeline, -1, [&](JNativeInnerFrontend& peer) {
         const int result = operation(peer);
         if (result != 0) {
-            LOG_ERROR("%s fail: %d.", failure, result);
+            LOG_ERROR(failure, result);
         }
         return result;
     });
 }
 
-// An LNB setter.
+// An LNB setter; failure shows the result and the value.
 int setLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*set)(int), int value,
-           const char* function, const char* what, const char* valueName) {
-    return forward(h_pipeline, -1, [&](JNativeInnerFrontend& peer) {
+           const char* failure) {
+    return withPeer(h_pipeline, -1, [&](JNativeInnerFrontend& peer) {
         const int result = (peer.*set)(value);
         if (result != 0) {
-            LOG_ERROR("%s, set %s fail: %d, %s:%d.", function, what, result, valueName, value);
+            LOG_ERROR(failure, result, value);
         }
         return result;
     });
 }
 
-// An LNB getter. Its line is an error line whatever the value.
-int getLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*get)(), const char* function,
-           const char* what, const char* valueName) {
-    return forward(h_pipeline, 0, [&](JNativeInnerFrontend& peer) {
+// An LNB getter; its line shows the value and is an error line whatever the value.
+int getLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*get)(), const char* line) {
+    return withPeer(h_pipeline, 0, [&](JNativeInnerFrontend& peer) {
         const int value = (peer.*get)();
-        LOG_ERROR("%s, get %s, %s:%d.", function, what, valueName, value);
+        LOG_ERROR(line, value);
         return value;
     });
 }
 
 int testRegistered(unsigned int h_pipeline) {
-    return forward(h_pipeline, -1, [](JNativeInnerFrontend&) { return 0; });
+    return withPeer(h_pipeline, -1, [](JNativeInnerFrontend&) { return 0; });
 }
 
 }  // namespace
 
+// What the middleware calls is visible outside the library; everything else is hidden.
+#pragma GCC visibility push(default)
 extern "C" {
 
-PIPELINE_EXPORT int x_native_frontend_require_tuner(unsigned int h_pipeline) {
+int x_native_frontend_require_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("require_tuner:%x\n", h_pipeline);
-    // Declared before the lock: a peer that is not registered dies after it.
-    const android::sp<JNativeInnerFrontend> peer(new JNativeInnerFrontend(h_pipeline));
-    const std::lock_guard<std::mutex> lock(gFrontendMutex);
-    gFrontendMap.emplace(h_pipeline, peer);
+    registerFrontend(h_pipeline,
+                     android::sp<JNativeInnerFrontend>(new JNativeInnerFrontend(h_pipeline)));
     return 0;
 }
 
-PIPELINE_EXPORT int x_native_frontend_close_tuner(unsigned int h_pipeline) {
+int x_native_frontend_close_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("close_tuner:%x\n", h_pipeline);
-    android::sp<JNativeInnerFrontend> peer;
-    {
-        const std::lock_guard<std::mutex> lock(gFrontendMutex);
-        const auto entry = gFrontendMap.find(h_pipeline);
-        if (entry != gFrontendMap.end()) {
-            peer = entry->second;
-            gFrontendMap.erase(entry);
-        }
-    }
+    takeFrontend(h_pipeline);
     return 0;
 }
 
-PIPELINE_EXPORT int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
-    return forward(h_pipeline, "x_native_frontend_tune, native tune",
+int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
+    return forward(h_pipeline, "x_native_frontend_tune, native tune fail: %d.",
                    [=](JNativeInnerFrontend& peer) { return peer.tune(pt_fesettings); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_cancel_tuning(unsigned int h_pipeline) {
-    return forward(h_pipeline, "x_native_frontend_cancel_tuning, native cancel tuning",
+int x_native_frontend_cancel_tuning(unsigned int h_pipeline) {
+    return forward(h_pipeline, "x_native_frontend_cancel_tuning, native cancel tuning fail: %d.",
                    [](JNativeInnerFrontend& peer) { return peer.cancelTuning(); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_scan(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings,
-                                           int scan_type) {
-    return forward(h_pipeline, "x_native_frontend_scan, native scan",
+int x_native_frontend_scan(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings, int scan_type) {
+    return forward(h_pipeline, "x_native_frontend_scan, native scan fail: %d.",
                    [=](JNativeInnerFrontend& peer) { return peer.scan(pt_fesettings, scan_type); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_cancel_scanning(unsigned int h_pipeline) {
-    return forward(h_pipeline, "x_native_frontend_cancel_scanning, native cancel scanning",
+int x_native_frontend_cancel_scanning(unsigned int h_pipeline) {
+    return forward(h_pipeline,
+                   "x_native_frontend_cancel_scanning, native cancel scanning fail: %d.",
                    [](JNativeInnerFrontend& peer) { return peer.cancelScanning(); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_set_lna_enabled(unsigned int h_pipeline, int32_t enable) {
-    return forward(h_pipeline, "x_native_frontend_set_lna_enabled,",
+int x_native_frontend_set_lna_enabled(unsigned int h_pipeline, int32_t enable) {
+    return forward(h_pipeline, "x_native_frontend_set_lna_enabled, fail: %d.",
                    [=](JNativeInnerFrontend& peer) { return peer.setLnaEnabled(enable != 0); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_get_frontend_info(unsigned int h_pipeline,
-                                                        FE_INFO_T* pt_info) {
-    return forward(h_pipeline, -1,
-                   [=](JNativeInnerFrontend& peer) { return peer.getFrontendInfo(pt_info); });
+int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_info) {
+    return withPeer(h_pipeline, -1,
+                    [=](JNativeInnerFrontend& peer) { return peer.getFrontendInfo(pt_info); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_get_frontend_status(unsigned int h_pipeline,
-                                                          FE_STATUS_TYPE_E* pi4_type,
-                                                          unsigned char ui1_len,
-                                                          FE_STATUS_T* pt_festatus) {
-    return forward(h_pipeline, "x_native_frontend_get_frontend_status,",
+int x_native_frontend_get_frontend_status(unsigned int h_pipeline, FE_STATUS_TYPE_E* pi4_type,
+                                          unsigned char ui1_len, FE_STATUS_T* pt_festatus) {
+    return forward(h_pipeline, "x_native_frontend_get_frontend_status, fail: %d.",
                    [=](JNativeInnerFrontend& peer) {
                        return peer.getFrontendStatus(pi4_type, ui1_len, pt_festatus);
                    });
 }
 
-PIPELINE_EXPORT int x_native_frontend_get_frontend_setting(unsigned int h_pipeline,
-                                                           MW_FESETTING_T* pt_fesettings) {
+int x_native_frontend_get_frontend_setting(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
     return forward(
-        h_pipeline, "x_native_frontend_get_frontend_setting,",
+        h_pipeline, "x_native_frontend_get_frontend_setting, fail: %d.",
         [=](JNativeInnerFrontend& peer) { return peer.getFrontendSetting(pt_fesettings); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_set_ontune_listener(unsigned int h_pipeline) {
+int x_native_frontend_set_ontune_listener(unsigned int h_pipeline) {
     return testRegistered(h_pipeline);
 }
 
-PIPELINE_EXPORT int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline) {
+int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline) {
     return testRegistered(h_pipeline);
 }
 
-PIPELINE_EXPORT void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb) {
+void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb) {
     LOG_INFO("x_native_frontend_register_scan_callback");
     static constexpr FE_SCAN_CB_T kNone = {};
     setScanCallbacks(pt_scan_cb != nullptr ? *pt_scan_cb : kNone);
 }
 
-PIPELINE_EXPORT int x_native_frontend_register_lnb_callback(unsigned int h_pipeline,
-                                                            fe_lnb_nfy_fct pf_nfy) {
-    return forward(h_pipeline, -1, [=](JNativeInnerFrontend&) {
+int x_native_frontend_register_lnb_callback(unsigned int h_pipeline, fe_lnb_nfy_fct pf_nfy) {
+    return withPeer(h_pipeline, -1, [=](JNativeInnerFrontend&) {
         LOG_INFO("x_native_frontend_register_lnb_callback, callback: %p",
                  reinterpret_cast<void*>(pf_nfy));
         setLnbCallback(pf_nfy);
@@ -193,9 +147,9 @@ PIPELINE_EXPORT int x_native_frontend_register_lnb_callback(unsigned int h_pipel
     });
 }
 
-PIPELINE_EXPORT int x_native_frontend_register_lnb_DiseqcMessage_callback(
-    unsigned int h_pipeline, fe_lnb_diseqc_nfy_fct pf_nfy) {
-    return forward(h_pipeline, -1, [=](JNativeInnerFrontend&) {
+int x_native_frontend_register_lnb_DiseqcMessage_callback(unsigned int h_pipeline,
+                                                          fe_lnb_diseqc_nfy_fct pf_nfy) {
+    return withPeer(h_pipeline, -1, [=](JNativeInnerFrontend&) {
         LOG_INFO("x_native_frontend_register_lnb_DiseqcMessage_callback, callback: %p",
                  reinterpret_cast<void*>(pf_nfy));
         setDiseqcCallback(pf_nfy);
@@ -203,54 +157,59 @@ PIPELINE_EXPORT int x_native_frontend_register_lnb_DiseqcMessage_callback(
     });
 }
 
-PIPELINE_EXPORT int x_native_frontend_require_lnb(unsigned int h_pipeline) {
-    return forward(h_pipeline, "x_native_frontend_require_lnb, ret",
+int x_native_frontend_require_lnb(unsigned int h_pipeline) {
+    return forward(h_pipeline, "x_native_frontend_require_lnb, ret fail: %d.",
                    [](JNativeInnerFrontend& peer) { return peer.requiredLnb(); });
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage) {
-    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetVoltage, voltage, __func__, "voltage",
-                  "voltage");
+int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage) {
+    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetVoltage, voltage,
+                  "x_native_frontend_lnb_set_voltage, set voltage fail: %d, voltage:%d.");
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone) {
-    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetTone, tone, __func__, "tone", "tone");
+int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone) {
+    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetTone, tone,
+                  "x_native_frontend_lnb_set_tone, set tone fail: %d, tone:%d.");
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_set_SatellitePosition(unsigned int h_pipeline,
-                                                                int position) {
-    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetSatellitePosition, position, __func__,
-                  "SatellitePosition", "position");
+int x_native_frontend_lnb_set_SatellitePosition(unsigned int h_pipeline, int position) {
+    return setLnb(h_pipeline, &JNativeInnerFrontend::lnbSetSatellitePosition, position,
+                  "x_native_frontend_lnb_set_SatellitePosition, set SatellitePosition fail: %d, "
+                  "position:%d.");
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_get_voltage(unsigned int h_pipeline) {
-    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetVoltage, __func__, "voltage", "voltage");
+int x_native_frontend_lnb_get_voltage(unsigned int h_pipeline) {
+    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetVoltage,
+                  "x_native_frontend_lnb_get_voltage, get voltage, voltage:%d.");
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_get_tone(unsigned int h_pipeline) {
-    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetTone, __func__, "tone", "tone");
+int x_native_frontend_lnb_get_tone(unsigned int h_pipeline) {
+    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetTone,
+                  "x_native_frontend_lnb_get_tone, get tone, tone:%d.");
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_pipeline) {
-    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetSatellitePosition, __func__,
-                  "SatellitePosition", "position");
+int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_pipeline) {
+    return getLnb(h_pipeline, &JNativeInnerFrontend::lnbGetSatellitePosition,
+                  "x_native_frontend_lnb_get_SatellitePosition, get SatellitePosition, "
+                  "position:%d.");
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline,
-                                                             unsigned char* message, int length) {
-    return forward(h_pipeline, -1, [=](JNativeInnerFrontend& peer) {
+int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline, unsigned char* message,
+                                             int length) {
+    return withPeer(h_pipeline, -1, [=](JNativeInnerFrontend& peer) {
         return peer.lnbSendDiseqcMessage(message, length);
     });
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_close(unsigned int h_pipeline) {
-    return forward(h_pipeline, -1, [](JNativeInnerFrontend& peer) {
+int x_native_frontend_lnb_close(unsigned int h_pipeline) {
+    return withPeer(h_pipeline, -1, [](JNativeInnerFrontend& peer) {
         peer.lnbClose();
         return 0;
     });
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 
 #define ROW(member, name, signature) JAVA_METHOD_ROW(gFields, member, name, signature)
 
@@ -284,13 +243,18 @@ static constexpr android::JavaMethodRow kFrontendMethods[] = {
 #undef ROW
 
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFrontend(JNIEnv* env) {
-    if (registerFrontendEventNatives(env) != 0) {
+    if (registerScanNatives(env) != 0) {
+        LOG_ERROR("Failed to register resource scan callback native methods");
+        return 0;
+    }
+    if (registerLnbNatives(env) != 0) {
+        LOG_ERROR("Failed to register lnb callback native methods");
         return 0;
     }
     android::bindJavaClass(
         env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFrontend",
         &gFields.frontendClazz, kFrontendMethods, kFrontendSite, __LINE__);
-    bindFrontendSettingsClasses(env);
-    bindFrontendStatusClass(env);
+    bindSettingsClasses(env);
+    bindStatusClass(env);
     return 1;
 }

@@ -1,36 +1,14 @@
-// What the load entry and the two bridges share: the virtual machine and the registration of
-// natives.
+// What the load entry calls: each side registers its natives and binds the Java classes and methods
+// that it calls.
 
 #ifndef ONLOAD_PIPELINE_H
 #define ONLOAD_PIPELINE_H
 
 #include <jni.h>
 
-#define PIPELINE_EXPORT __attribute__((visibility("default")))
-
-extern "C" {
-
-// The virtual machine; null until the library is loaded, never cleared. Written by JNI_OnLoad
-// before any other thread can use it.
-extern PIPELINE_EXPORT JavaVM* g_velmora_javaVM;
-
-// Registers native methods on the class of that name, which the calling thread's class loader must
-// know. Returns 0, or -1 (logged) when the class or one of its methods is missing; the Java error
-// is then left pending for whoever loads the library.
-PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* className,
-                                          const JNINativeMethod* methods, int numMethods);
-}
-
-// Register the natives of a bridge and bind the Java classes and methods that it calls. Return
-// non-zero, or 0 (logged) when natives cannot be registered; a missing class or method ends the
-// process.
+// Return non-zero, or 0 (logged) when natives cannot be registered. A class or method that is called
+// and missing ends the process.
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFrontend(JNIEnv* env);
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFilter(JNIEnv* env);
-
-// A row of a native method table. On a desk jni.h declares the texts as char*, on a device as const
-// char*. A macro, because only so the row is constant data: no function that casts a pointer can
-// run at compile time.
-#define NATIVE_METHOD(name, signature, function) \
-    { const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function) }
 
 #endif  // ONLOAD_PIPELINE_H

@@ -1,0 +1,228 @@
+// What ties the library to Java classes: native methods, which Java calls, are registered, and Java
+// methods and constructors, which the library calls, are bound, both once at load.
+//
+// A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined
+// and unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those
+// types, which the compiler checks, and takes only those arguments.
+
+#ifndef JAVA_METHOD_H
+#define JAVA_METHOD_H
+
+#include <jni.h>
+#include <nativehelper/ScopedLocalRef.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
+
+// The tag of what is logged while the library loads.
+constexpr char kLoadTag[] = "Velmora-onload-pipeline";
+
+// Registers native methods on the class of that name, which the calling thread's class loader must
+// know. Returns 0, or -1 (logged) when the class or one of its methods is missing; the Java error
+// is then left pending for whoever loads the library.
+extern "C" PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* className,
+                                                     const JNINativeMethod* methods,
+                                                     int numMethods);
+
+// A row of a table of native methods. OpenJDK declares the two texts as char*, a device as const
+// char*; the cast serves both. It is a macro because a function that casts a pointer cannot run at
+// compile time, and the tables must be constant data.
+#define NATIVE_METHOD(name, signature, function) \
+    { const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function) }
+
+namespace android {
+
+// The one way in which a pending Java exception is looked for: it is described and cleared, after
+// report() has run. True when there was one.
+template <typename Report>
+bool clearException(JNIEnv* env, const Report& report) {
+    if (!env->ExceptionCheck()) {
+        return false;
+    }
+    report();
+    env->ExceptionDescribe();
+    env->ExceptionClear();
+    return true;
+}
+inline bool clearException(JNIEnv* env) {
+    return clearException(env, [] {});
+}
+
+// A new global reference to an object; null when it cannot be made. Leaves no exception.
+inline jobject newGlobalRef(JNIEnv* env, jobject object) {
+    jobject global = env->NewGlobalRef(object);
+    if (global == nullptr) {
+        clearException(env);
+    }
+    return global;
+}
+
+// A new Java array with a copy of the bytes; null when it cannot be made. Leaves no exception.
+inline ScopedLocalRef<jbyteArray> newByteArray(JNIEnv* env, const uint8_t* bytes, jsize length) {
+    ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(length));
+    if (array.get() == nullptr) {
+        clearException(env);
+    } else {
+        // Throws only when the region does not fit into the array, and it is the whole array.
+        env->SetByteArrayRegion(array.get(), 0, length, reinterpret_cast<const jbyte*>(bytes));
+    }
+    return array;
+}
+
+namespace jni_signature {
+
+constexpr const char* skip(const char* text, char letter) {
+    return text != nullptr && *text == letter ? text + 1 : nullptr;
+}
+
+// The rest of a JNI signature after the type T, or null when it does not begin with that type.
+template <typename T>
+constexpr const char* skipType(const char* text) {
+    if constexpr (std::is_void_v<T>) {
+        return skip(text, 'V');
+    } else if constexpr (std::is_same_v<T, jint>) {
+        return skip(text, 'I');
+    } else if constexpr (std::is_same_v<T, jlong>) {
+        return skip(text, 'J');
+    } else if constexpr (std::is_same_v<T, jboolean>) {
+        return skip(text, 'Z');
+    } else if constexpr (std::is_same_v<T, jbyteArray>) {
+        return skip(skip(text, '['), 'B');
+    } else if constexpr (std::is_same_v<T, jintArray>) {
+        return skip(skip(text, '['), 'I');
+    } else {
+        static_assert(std::is_same_v<T, jobject>, "a type that no method of this library has");
+        text = skip(text, 'L');
+        while (text != nullptr && *text != '\0' && *text != ';') ++text;
+        return skip(text, ';');
+    }
+}
+
+template <typename Result, typename... Args>
+constexpr bool matches(const char* text) {
+    text = skip(text, '(');
+    ((text = skipType<Args>(text)), ...);
+    text = skipType<Result>(skip(text, ')'));
+    return text != nullptr && *text == '\0';
+}
+
+template <typename T>
+jvalue toJvalue(T value) {
+    jvalue result;
+    if constexpr (std::is_same_v<T, jint>) {
+        result.i = value;
+    } else if constexpr (std::is_same_v<T, jlong>) {
+        result.j = value;
+    } else if constexpr (std::is_same_v<T, jboolean>) {
+        result.z = value;
+    } else {
+        result.l = value;
+    }
+    return result;
+}
+
+}  // namespace jni_signature
+
+template <typename Signature>
+struct JavaMethod;
+
+template <typename Result, typename... Args>
+struct JavaMethod<Result(Args...)> {
+    jmethodID id;
+
+    static constexpr bool matches(const char* signature) {
+        return jni_signature::matches<Result, Args...>(signature);
+    }
+
+    using Returned = std::conditional_t<std::is_pointer_v<Result>, ScopedLocalRef<Result>, Result>;
+
+    // Leaves an exception of the Java method pending.
+    Returned call(JNIEnv* env, jobject object, Args... args) const {
+        const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
+        if constexpr (std::is_void_v<Result>) {
+            env->CallVoidMethodA(object, id, values);
+        } else if constexpr (std::is_same_v<Result, jint>) {
+            return env->CallIntMethodA(object, id, values);
+        } else if constexpr (std::is_same_v<Result, jlong>) {
+            return env->CallLongMethodA(object, id, values);
+        } else if constexpr (std::is_same_v<Result, jboolean>) {
+            return env->CallBooleanMethodA(object, id, values);
+        } else {
+            return Returned(env, static_cast<Result>(env->CallObjectMethodA(object, id, values)));
+        }
+    }
+};
+
+template <typename... Args>
+struct JavaConstructor {
+    jmethodID id;
+
+    static constexpr bool matches(const char* signature) {
+        return jni_signature::matches<void, Args...>(signature);
+    }
+
+    // Makes an object. False when Java threw: the exception is described and cleared, and the object
+    // is null.
+    bool construct(JNIEnv* env, jclass clazz, ScopedLocalRef<jobject>* object, Args... args) const {
+        const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
+        object->reset(env->NewObjectA(clazz, id, values));
+        if (clearException(env)) {
+            object->reset();
+            return false;
+        }
+        return true;
+    }
+
+    // The new object; null when it could not be made. Leaves no exception.
+    ScopedLocalRef<jobject> newObject(JNIEnv* env, jclass clazz, Args... args) const {
+        ScopedLocalRef<jobject> object(env);
+        construct(env, clazz, &object, args...);
+        return object;
+    }
+};
+
+// One method to look up, and the condition that fails when it is missing.
+struct JavaMethodRow {
+    jmethodID* id;
+    const char* name;
+    const char* signature;
+    const char* condition;
+    int line;
+};
+
+void signatureDoesNotFitTheMethod();
+
+// Rows are made at compile time, where a signature that does not fit the method's type stops the
+// compiler.
+template <typename Method>
+constexpr JavaMethodRow javaMethodRow(Method& method, const char* name, const char* signature,
+                                      const char* condition, int line) {
+    if (!Method::matches(signature)) {
+        signatureDoesNotFitTheMethod();  // not constexpr, and defined nowhere
+    }
+    return {&method.id, name, signature, condition, line};
+}
+
+// A row for a member of a method table. The macro is for the member's name in the condition text.
+#define JAVA_METHOD_ROW(table, member, name, signature)                                            \
+    ::android::javaMethodRow(table.member, name, signature, "!(" #table "." #member " != __null)", \
+                             __LINE__)
+
+// Finds a class, stores a global reference to it, which lives as long as the process, and looks its
+// methods up in the order of the rows. What is missing ends the process.
+void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz, const JavaMethodRow* rows,
+                   size_t count, const FatalSite& site, int line);
+
+template <size_t count>
+void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz,
+                   const JavaMethodRow (&rows)[count], const FatalSite& site, int line) {
+    bindJavaClass(env, className, clazz, rows, count, site, line);
+}
+
+}  // namespace android
+
+#endif  // JAVA_METHOD_H

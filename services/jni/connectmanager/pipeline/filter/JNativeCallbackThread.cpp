@@ -1,0 +1,124 @@
+#include "services/jni/connectmanager/pipeline/filter/JNativeCallbackThread.h"
+
+#include <mutex>
+
+#include "mw/basic_services.h"
+#include "services/jni/connectmanager/pipeline/core/java_vm.h"
+#include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+
+namespace android {
+
+CallbackThreadFields gCallbackThreadFields;
+
+int JNativeCallbackThread::createThread() {
+    if (javaVm() == nullptr) {
+        FILTER_LOG("<%s:%4d> attach java env in callback failed.");
+        return -1;
+    }
+    const FilterEnv scope(FilterEnv::kCallbackThread);
+    if (!scope.attachedHere()) {
+        FILTER_LOG("<%s:%4d> Attached already.");
+    }
+    JNIEnv* env = scope.env();
+    const ScopedLocalRef<jobject> object = gCallbackThreadFields.constructorId.newObject(
+        env, gCallbackThreadFields.callbackThreadClazz);
+    if (object.get() != nullptr) {
+        mObject = newGlobalRef(env, object.get());
+    }
+    if (mObject == nullptr) {
+        FILTER_LOG("<%s:%4d>  constructor mObject failed.");
+        return -1;
+    }
+    return 0;
+}
+
+JNativeCallbackThread::~JNativeCallbackThread() {
+    if (javaVm() == nullptr) {
+        FILTER_LOG("<%s:%4d> attach java env in callback failed.");
+        return;
+    }
+    const FilterEnv scope(FilterEnv::kCallbackThread);
+    if (!scope.attachedHere()) {
+        FILTER_LOG("<%s:%4d> Attached already.");
+    }
+    if (mObject != nullptr) {
+        JNIEnv* env = scope.env();
+        gCallbackThreadFields.release.call(env, mObject);
+        clearException(env);
+        env->DeleteGlobalRef(mObject);
+    }
+}
+
+}  // namespace android
+
+using android::JNativeCallbackThread;
+using android::sp;
+
+namespace {
+
+// Held from the lookup of a handle to be deleted until it is freed. Two threads that delete the same
+// callback thread would otherwise both find it, and both drop the one reference that its handle owns.
+std::mutex& gDeletionMutex = *new std::mutex();
+
+constexpr char kCreate[] = "x_velmora_filter_create_callback_thread";
+constexpr char kDelete[] = "x_velmora_filter_delete_callback_thread";
+
+// It releases nothing: who frees a handle releases what was behind it.
+uint8_t _native_filter_callback_thread_handle_free(uint32_t, uint16_t e_type, void*, void*,
+                                                   uint8_t) {
+    if (e_type != HT_FILTER_CALLBACK_THREAD) {
+        FILTER_LOG("<%s:%4d> handle free invalid type: %d", e_type);
+        return 0;
+    }
+    FILTER_LOG("<%s:%4d> handle free type: %d", e_type);
+    return 1;
+}
+
+// Null when the handle names no callback thread.
+sp<JNativeCallbackThread> findCallbackThread(uint32_t hthread) {
+    uint16_t type = 0;
+    void* object = nullptr;
+    if (handle_get_type_obj(hthread, &type, &object) != 0 || type != HT_FILTER_CALLBACK_THREAD) {
+        object = nullptr;
+    }
+    return sp<JNativeCallbackThread>(static_cast<JNativeCallbackThread*>(object));
+}
+
+}  // namespace
+
+int createCallbackThread(uint32_t* ph_thread) {
+    const sp<JNativeCallbackThread> thread(new JNativeCallbackThread());
+    const int created = thread->createThread();
+    if (created != 0) {
+        return created;
+    }
+    uint32_t hthread = 0;
+    thread->incStrong(thread.get());
+    const int32_t i4_rc = handle_alloc(HT_FILTER_CALLBACK_THREAD, thread.get(), nullptr,
+                                       _native_filter_callback_thread_handle_free, &hthread);
+    if (i4_rc != 0) {
+        FILTER_LOG_AS(kCreate, "<%s:%4d>  handle alloc fail: %d\n", i4_rc);
+        thread->decStrong(thread.get());
+    }
+    *ph_thread = hthread;
+    return i4_rc == 0 ? 0 : -1;
+}
+
+int deleteCallbackThread(uint32_t hthread) {
+    sp<JNativeCallbackThread> thread;  // destroyed after the mutex is free: that calls Java
+    const std::lock_guard<std::mutex> lock(gDeletionMutex);
+    thread = findCallbackThread(hthread);
+    if (thread.get() == nullptr) {
+        FILTER_LOG_AS(kDelete, "<%s:%4d>  handle: 0x%x, is free.\n", hthread);
+        return -1;
+    }
+    thread->decStrong(thread.get());
+    handle_free(hthread, 1);
+    return 0;
+}
+
+jobject callbackThreadObject(uint32_t hthread) {
+    const sp<JNativeCallbackThread> thread = findCallbackThread(hthread);
+    return thread.get() != nullptr ? thread->object() : nullptr;
+}

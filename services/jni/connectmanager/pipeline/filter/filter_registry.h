@@ -1,0 +1,63 @@
+// Filter handles: how a filter comes to have one, how an access finds the filter behind it, and how
+// accesses to one filter are kept one after the other. The middleware's handle service holds the
+// handles; nothing is kept here but the locks.
+
+#ifndef FILTER_REGISTRY_H
+#define FILTER_REGISTRY_H
+
+#include <utils/RefBase.h>
+
+#include <cstdint>
+
+#include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
+
+// Open and close, with the results and log lines of x_velmora_filter_open and x_velmora_filter_close.
+// Any thread may call them. The middleware's pointers are not null.
+int openFilter(uint32_t h_pipeline, int mainType, int subType, int64_t buffersize,
+               uint32_t* ph_filter, const FLT_EVT_CB_T* pt_evt, void* pv_tag);
+int closeFilter(uint32_t hfilter);
+
+// Add and drop one strong reference of the peer at an instance, with the results and log lines of
+// addInnerFilterReference and subInnerFilterReference. Between open and close the handle owns one.
+int addFilterReference(int64_t instance);
+int subFilterReference(int64_t instance);
+
+// An instance as log lines show it with %llx.
+inline unsigned long long shown(int64_t instance) {
+    return static_cast<unsigned long long>(instance);
+}
+
+// What an access to a filter says when it fails.
+struct FilterAccessMessages {
+    const char* function;
+    const char* lock;          // the handle names no live filter
+    const char* lookup;        // the second lookup failed
+    bool lookupShowsInstance;  // lookup takes the 64-bit instance, not the handle
+};
+
+// One access to a live filter. It waits until nobody else has access, and has it until release() or
+// its end; it holds the peer until its end.
+//
+// To be minded: while it waits, it keeps every other thread that wants any filter waiting too. The
+// peer may be destroyed at the end of the access, which calls Java. A thread that has access to a
+// filter and asks for it again waits for itself.
+class FilterAccess {
+  public:
+    FilterAccess(const FilterAccessMessages& messages, uint32_t hfilter);
+    ~FilterAccess() { release(); }
+    FilterAccess(const FilterAccess&) = delete;
+    FilterAccess& operator=(const FilterAccess&) = delete;
+
+    // Null when the access failed (logged).
+    android::JNativeInnerFilter* peer() const { return mPeer.get(); }
+    int64_t instance() const { return mInstance; }
+    // Lets others have access.
+    void release();
+
+  private:
+    android::sp<android::JNativeInnerFilter> mPeer;
+    int64_t mInstance = 0;
+    uint32_t mSemaphore = 0;
+};
+
+#endif  // FILTER_REGISTRY_H

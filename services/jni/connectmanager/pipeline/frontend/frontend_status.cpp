@@ -1,0 +1,209 @@
+// The status query: the kinds that the middleware asks for, read one by one from the platform's
+// status object.
+
+#include <cstring>
+
+#include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
+
+namespace {
+
+using android::JavaMethod;
+
+// Every status kind, in the order in which the getters are bound. KIND: name after FE_STATUS_TYPE_,
+// result of the getter, getter, field of FE_STATUS_T, log line. LIST: name, member of
+// gFrontendFields, getter, field; the field's count has Len behind its name.
+#define STATUS_KINDS(KIND, LIST)                                                               \
+    KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,                                  \
+         "getFrontendStatus, CallBooleanMethod mIsDemodLocked: %d.")                           \
+    KIND(SNR, jint, getSnr, mSnr, "getFrontendStatus, mSnr: %d.")                              \
+    KIND(BER, jint, getBer, mBer, "getFrontendStatus, mBer: %d.")                              \
+    KIND(PER, jint, getPer, mPer, "getFrontendStatus, mPer: %d.")                              \
+    KIND(PER_BER, jint, getPerBer, mPerBer, "getFrontendStatus, mPerBer: %d.")                 \
+    KIND(SIGNAL_QUALITY, jint, getSignalQuality, mSignalQuality,                               \
+         "getFrontendStatus, mSignalQuality: %d.")                                             \
+    KIND(SIGNAL_STRENGTH, jint, getSignalStrength, mSignalStrength,                            \
+         "getFrontendStatus, mSignalStrength: %d.")                                            \
+    KIND(SYMBOL_RATE, jint, getSymbolRate, mSymbolRate, "getFrontendStatus, mSymbolRate: %d.") \
+    KIND(INNER_FEC, jlong, getInnerFec, mInnerFec, "getFrontendStatus, mInnerFec: %lld.")      \
+    KIND(MODULATION, jint, getModulation, mModulation, "getFrontendStatus, mModulation: %d.")  \
+    LIST(MODULATIONS_EXT, getModulationsExtID, getExtendedModulations, mModulationsExt)        \
+    KIND(SPECTRAL_INVERSION, jint, getSpectralInversion, mInversion,                           \
+         "getFrontendStatus, mInversion: %d.")                                                 \
+    KIND(LNB_VOLTAGE, jint, getLnbVoltage, mLnbVoltage, "getFrontendStatus, mLnbVoltage: %d.") \
+    KIND(PLP_ID, jint, getPlpId, mPlpId, "getFrontendStatus, mPlpId: %d.")                     \
+    KIND(EWBS, jboolean, isEwbs, mIsEwbs, "getFrontendStatus, mIsEwbs: %d.")                   \
+    KIND(AGC, jint, getAgc, mAgc, "getFrontendStatus, mAgc: %d.")                              \
+    KIND(LNA, jboolean, isLnaOn, mIsLnaOn, "getFrontendStatus, mIsLnaOn: %d.")                 \
+    KIND(MER, jint, getMer, mMer, "getFrontendStatus, mMer: %d.")                              \
+    KIND(FREQ_OFFSET, jint, getFreqOffset, mFreqOffset, "getFrontendStatus, mFreqOffset: %d.") \
+    KIND(HIERARCHY, jint, getHierarchy, mHierarchy, "getFrontendStatus, mHierarchy: %d.")      \
+    KIND(RF_LOCK, jboolean, isRfLocked, mIsRfLocked, "getFrontendStatus, mIsRfLocked: %d.")    \
+    KIND(BANDWIDTH, jint, getBandwidth, mBandWidth, "getFrontendStatus, mBandWidth: %d.")      \
+    KIND(SYSTEM_ID, jint, getSystemId, mSystemId, "getFrontendStatus, mSystemId: %d.")         \
+    KIND(ROLL_OFF, jint, getRollOff, mRollOff, "getFrontendStatus, mRollOff: %d.")             \
+    LIST(CODE_RATES, getCodeRatesID, getCodeRates, mCodeRates)
+
+struct FrontendStatusFields {
+    jclass frontendStatusClass;
+#define KIND(type, result, getter, field, line) JavaMethod<result()> getter##ID;
+#define LIST(type, member, getter, field) JavaMethod<jintArray()> member;
+    STATUS_KINDS(KIND, LIST)
+#undef KIND
+#undef LIST
+};
+FrontendStatusFields gFrontendFields;
+
+constexpr android::JavaMethodRow kGetters[] = {
+#define SIGNATURE_jboolean "()Z"
+#define SIGNATURE_jint "()I"
+#define SIGNATURE_jlong "()J"
+#define KIND(type, result, getter, field, line) \
+    JAVA_METHOD_ROW(gFrontendFields, getter##ID, #getter, SIGNATURE_##result),
+#define LIST(type, member, getter, field) JAVA_METHOD_ROW(gFrontendFields, member, #getter, "()[I"),
+    STATUS_KINDS(KIND, LIST)
+#undef KIND
+#undef LIST
+};
+
+// A request may hold any 32-bit value, also one that the enumeration cannot.
+int32_t requestedType(const FE_STATUS_TYPE_E* pi4_type, int index) {
+    static_assert(sizeof(FE_STATUS_TYPE_E) == sizeof(int32_t));
+    int32_t type;
+    memcpy(&type, pi4_type + index, sizeof(type));
+    return type;
+}
+
+void catchException(JNIEnv* env, int32_t type) {
+    android::clearException(
+        env, [type] { LOG_ERROR("getFrontendStatus, catch exception, type:%d", type); });
+}
+
+// Each reads one kind from the status object into its field; line shows it. The getter's exception
+// is left pending.
+
+void readKind(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter, const char* line,
+              uint8_t* field) {
+    *field = getter.call(env, status) != JNI_FALSE ? 1 : 0;
+    LOG_DEBUG(line, *field);
+}
+
+void readKind(JNIEnv* env, jobject status, const JavaMethod<jint()>& getter, const char* line,
+              int32_t* field) {
+    *field = getter.call(env, status);
+    LOG_DEBUG(line, *field);
+}
+
+void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, const char* line,
+              int64_t* field) {
+    *field = getter.call(env, status);
+    LOG_DEBUG(line, static_cast<long long>(*field));
+}
+
+// Reads a list from the status object; false when there is none. line shows the first element and
+// the length.
+bool readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
+              const char* line, int32_t* values, int32_t* lengthField) {
+    const auto list = getter.call(env, status);
+    if (list.get() == nullptr) {
+        return false;
+    }
+    catchException(env, type);
+    jint* elements = env->GetIntArrayElements(list.get(), nullptr);
+    if (elements == nullptr) {
+        LOG_ERROR("getFrontendStatus, int_ptr is null, return");
+        return true;
+    }
+    // Read once: the record is the caller's, whose other threads may write to it.
+    const jint length = env->GetArrayLength(list.get());
+    *lengthField = length;
+    android::JNativeInnerFrontend::StatusArrayContentExtract(elements, values, length);
+    LOG_DEBUG(line, values[0], length);
+    env->ReleaseIntArrayElements(list.get(), elements, 0);
+    return true;
+}
+
+void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festatus) {
+    switch (type) {
+#define KIND(type_, result, getter, field, line)                                      \
+    case FE_STATUS_TYPE_##type_:                                                      \
+        readKind(env, status, gFrontendFields.getter##ID, line, &pt_festatus->field); \
+        break;
+#define LIST(type_, member, getter, field)                                                \
+    case FE_STATUS_TYPE_##type_:                                                          \
+        if (!readList(env, status, gFrontendFields.member, type,                          \
+                      "getFrontendStatus, " #field ": %d, length:%d", pt_festatus->field, \
+                      &pt_festatus->field##Len)) {                                        \
+            LOG_ERROR("getFrontendStatus, " #field " is null");                           \
+        }                                                                                 \
+        break;
+        STATUS_KINDS(KIND, LIST)
+#undef KIND
+#undef LIST
+        default:
+            LOG_DEBUG("getFrontendStatus, unsupport type: %d.", type);
+            break;
+    }
+    catchException(env, type);
+}
+
+}  // namespace
+
+void bindStatusClass(JNIEnv* env) {
+    android::bindJavaClass(env, "android/media/tv/tuner/frontend/FrontendStatus",
+                           &gFrontendFields.frontendStatusClass, kGetters, kFrontendSite, __LINE__);
+}
+
+namespace android {
+
+void JNativeInnerFrontend::StatusArrayContentExtract(const int32_t* src, int32_t* dst,
+                                                     int32_t len) {
+    if (src == nullptr || dst == nullptr) {
+        LOG_ERROR("StatusArrayContentExtract, src or dst is null");
+        return;
+    }
+    if (len >= 1 && len <= FE_STATUS_MAX_LIST_COPY) {
+        memcpy(dst, src, static_cast<size_t>(len) * sizeof(*dst));
+    }
+}
+
+int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t ui1_len,
+                                            FE_STATUS_T* pt_festatus) {
+    LOG_DEBUG("start getFrontendStatus, type len: %d", ui1_len);
+    if (ui1_len == 0 || ui1_len > FE_STATUS_MAX_TYPES) {
+        LOG_ERROR("getFrontendStatus, ui1_len: %d, error.", ui1_len);
+        return -1;
+    }
+    if (pi4_type == nullptr || pt_festatus == nullptr) {
+        LOG_ERROR("getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.");
+        return -1;
+    }
+    return withJava(-1, [&](JNIEnv* env) {
+        ScopedLocalRef<jintArray> request(env, env->NewIntArray(ui1_len));
+        if (request.get() == nullptr) {
+            clearException(env);
+            LOG_DEBUG("getFrontendStatus JNI NewIntArray fail, return null\r\n");
+            return -1;
+        }
+        jint types[FE_STATUS_MAX_TYPES];
+        for (int i = 0; i < ui1_len; ++i) {
+            types[i] = requestedType(pi4_type, i);
+            LOG_DEBUG("getFrontendStatus, get type is %d", types[i]);
+        }
+        // Throws only when the region does not fit, and it is the whole array.
+        env->SetIntArrayRegion(request.get(), 0, ui1_len, types);
+        const auto status = callForObject(env, ::gFields.onGetFrontendStatusId, request.get());
+        if (status.get() == nullptr) {
+            LOG_ERROR("getFrontendStatus, get frontend info is null.");
+            return -1;
+        }
+        for (int i = 0; i < ui1_len; ++i) {
+            const int32_t type = requestedType(pi4_type, i);
+            LOG_DEBUG("getFrontendStatus, get type is %d", type);
+            readStatus(env, status.get(), type, pt_festatus);
+        }
+        return 0;
+    });
+}
+
+}  // namespace android

@@ -1,0 +1,35 @@
+// The fixture of the tests that call the library.
+
+#ifndef TESTS_BRIDGE_TEST_H
+#define TESTS_BRIDGE_TEST_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+
+#include "tests/host.h"
+#include "tests/watch.h"
+
+namespace desk {
+
+// The library loaded, with the scripted device behind it. Fails the test that leaves something
+// behind: every resource count must be what it was.
+class BridgeTest : public testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    ResourceCounts mCounts;  // at the start
+
+  private:
+    std::optional<LocalFrame> mFrame;
+};
+
+// Runs work on a thread that the virtual machine has never seen, and waits for it. The work must not
+// leave the thread attached.
+void onFreshThread(const std::function<void()>& work);
+
+}  // namespace desk
+
+#endif  // TESTS_BRIDGE_TEST_H

@@ -1,0 +1,133 @@
+// What the library must do with one call, told from the bytes that it is given: which Java methods it
+// calls with which arguments, which lines it logs, what it returns, and which bytes it writes. Offsets
+// and widths are written down here a second time on purpose: nothing is shared with the library or
+// with the middleware's headers, so that a mistake in either shows.
+
+#ifndef TESTS_ORACLE_H
+#define TESTS_ORACLE_H
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace oracle {
+
+using Bytes = std::vector<uint8_t>;
+
+template <typename T>
+T at(const Bytes& bytes, size_t offset) {
+    T value;
+    memcpy(&value, &bytes.at(offset), sizeof(value));
+    return value;
+}
+
+template <typename T>
+void put(Bytes* bytes, size_t offset, T value) {
+    memcpy(&bytes->at(offset), &value, sizeof(value));
+}
+
+// Arbitrary bytes, in order; zeros when they are used up.
+class Source {
+  public:
+    explicit Source(Bytes bytes) : mBytes(std::move(bytes)) {}
+
+    Bytes take(size_t count) {
+        mBytes.resize(std::max(mBytes.size(), mNext + count));
+        mNext += count;
+        return Bytes(mBytes.data() + mNext - count, mBytes.data() + mNext);
+    }
+
+    template <typename T>
+    T take() {
+        return at<T>(take(sizeof(T)), 0);
+    }
+
+  private:
+    Bytes mBytes;
+    size_t mNext = 0;
+};
+
+enum class Type { kVoid, kBoolean, kInt, kLong, kList, kObject };
+
+// What a Java method does: it throws, or returns null, or else the value, the list or an object.
+struct Answer {
+    enum { kReturns, kThrows, kIsNull } does = kReturns;
+    int64_t value = 0;
+    std::vector<int32_t> list = {};
+    Type type = Type::kInt;  // that the method returns
+};
+
+enum class Entry { kTune, kScan, kReadback, kStatus, kSectionConfig, kRead, kCount };
+
+// One call. What its entry does not take is left alone.
+struct Case {
+    Entry entry = Entry::kTune;
+    char logLevel = 'V';
+    bool live = true;  // the handle names a registered tuner or an open filter
+    Bytes record;      // settings, status, three patterns in a row, or the buffer of a read
+    // The pointer that is null, -1 for none: 0 is the record's, 1 that of the kinds; of the patterns
+    // each has its number.
+    int null = -1;
+    std::optional<Bytes> codeRate;  // of settings for DVB-S
+    int32_t number = 0;             // scan type, or value of a section configuration
+    uint8_t flags[3] = {};          // of a section configuration
+    std::vector<int32_t> kinds;     // of a status query
+    bool elementsFail = false;      // the elements of its first list cannot be had
+    int64_t position = 0;           // of a read
+    int64_t size = 0;
+    // What Java does, by method; a constructor is "Class.<init>". A method that is not here does what
+    // the source says or, without a source, returns a value unlike all others.
+    std::map<std::string, Answer> answers;
+    std::optional<Source> source;
+};
+
+constexpr size_t kSettingsSize = 72;
+constexpr size_t kFrequencyOffset = 56;
+constexpr size_t kEndFrequencyOffset = 60;
+constexpr size_t kTypeOffset = 64;
+constexpr size_t kCodeRateOffset = sizeof(void*);  // the pointer's
+constexpr size_t kCodeRateSize = 16;
+constexpr size_t kStatusSize = 208;
+constexpr size_t kPatternSize = 16;
+constexpr int64_t kMaxRead = 4096;
+constexpr int32_t kDvbs = 5;
+constexpr int32_t kDvbt = 6;
+constexpr int32_t kIsdbt = 9;
+constexpr int32_t kDtmb = 10;
+
+// Bytes in which no two fields of a record are alike. onRead fills its array with them.
+Bytes pattern(size_t size);
+// As many bytes as a read may write.
+Bytes readBuffer(int64_t size);
+// A case made from arbitrary bytes.
+Case caseFrom(Source source);
+
+struct Expected {
+    int result = -1;
+    Bytes record;  // afterwards
+    // In their order, calls of Java as "Class.method(1,2)", with the class that declares the method,
+    // and lines of the log as "D text": the frontend's, for the filter's show addresses.
+    std::vector<std::string> trace;
+};
+constexpr const char* kExceptionLeft = "an exception is left";  // the trace's last line
+
+// Adds to the case's answers those of the other methods that are called.
+Expected expect(Case* call);
+
+// The numbers as Java shows them: "[1, 2]".
+template <typename Number>
+std::string listOf(const std::vector<Number>& numbers) {
+    std::string text;
+    for (const Number number : numbers) {
+        text += (text.empty() ? "" : ", ") + std::to_string(number);
+    }
+    return "[" + text + "]";
+}
+
+}  // namespace oracle
+
+#endif  // TESTS_ORACLE_H
