@@ -45,7 +45,7 @@ typedef struct {
      * size bytes with its terminating 0; "" when there is none. */
     void (*received)(uint32_t h_pipeline, char* text, size_t size);
     /* Names the transport stream that section filters started from now on work on: a file of
-     * 188-byte packets. Without one they refuse to start. */
+     * 188-byte packets. Without one that can be read they refuse to start. */
     void (*set_stream)(const char* file);
     /* A small stream that comes with the demo; valid until the process ends. */
     const char* sample;

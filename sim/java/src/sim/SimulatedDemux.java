@@ -5,7 +5,6 @@ import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
 import desk.DeviceModel;
 import java.io.IOException;
-import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
 import java.nio.channels.FileChannel;
 import java.nio.file.Path;
@@ -86,11 +85,12 @@ final class SimulatedDemux implements DeviceModel {
                         ((byte[]) args[5]).clone(), ((byte[]) args[6]).clone());
                 return OK;
             case "onStart":
-                if (state.config == null || mStream == null) {
+                final ByteBuffer stream = openStream();
+                if (state.config == null || stream == null) {
                     return REFUSED;
                 }
                 state.active = true;
-                state.thread.execute(() -> play(filter.nativeHandle(), state));
+                state.thread.execute(() -> play(stream, filter.nativeHandle(), state));
                 return OK;
             case "onRead":
                 return read(state, (byte[]) args[0], (Long) args[2]);
@@ -119,14 +119,21 @@ final class SimulatedDemux implements DeviceModel {
         return section.length;
     }
 
-    /** Plays the stream once, on the filter's callback thread. */
-    private void play(int handle, State state) {
-        final ByteBuffer stream;
-        try (FileChannel file = FileChannel.open(mStream)) {
-            stream = file.map(FileChannel.MapMode.READ_ONLY, 0, file.size());
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
+    /** Null when there is none to be had. */
+    private ByteBuffer openStream() {
+        if (mStream == null) {
+            return null;
         }
+        try (FileChannel file = FileChannel.open(mStream)) {
+            return file.map(FileChannel.MapMode.READ_ONLY, 0, file.size());
+        } catch (IOException | IllegalArgumentException e) {
+            System.err.println("The stream cannot be read: " + e);
+            return null;
+        }
+    }
+
+    /** Plays the stream once, on the filter's callback thread. */
+    private void play(ByteBuffer stream, int handle, State state) {
         final ZytTvInnerFilterCallback callback = new ZytTvInnerFilterCallback();
         final Set<ByteBuffer> delivered = new HashSet<>();
         final ByteBuffer assembly = ByteBuffer.allocate(LONGEST + PACKET);
