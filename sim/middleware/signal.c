@@ -5,35 +5,13 @@
 #include <string.h>
 
 bool signal_text(unsigned int h_pipeline, int32_t e_type, char* text, size_t size) {
-    FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_DEMOD_LOCK,
-                                FE_STATUS_TYPE_SNR,
-                                FE_STATUS_TYPE_BER,
-                                FE_STATUS_TYPE_PER,
-                                FE_STATUS_TYPE_PER_BER,
-                                FE_STATUS_TYPE_SIGNAL_QUALITY,
-                                FE_STATUS_TYPE_SIGNAL_STRENGTH,
-                                FE_STATUS_TYPE_SYMBOL_RATE,
-                                FE_STATUS_TYPE_INNER_FEC,
-                                FE_STATUS_TYPE_MODULATION,
-                                FE_STATUS_TYPE_SPECTRAL_INVERSION,
-                                FE_STATUS_TYPE_LNB_VOLTAGE,
-                                FE_STATUS_TYPE_PLP_ID,
-                                FE_STATUS_TYPE_EWBS,
-                                FE_STATUS_TYPE_AGC,
-                                FE_STATUS_TYPE_LNA,
-                                FE_STATUS_TYPE_MER,
-                                FE_STATUS_TYPE_FREQ_OFFSET,
-                                FE_STATUS_TYPE_HIERARCHY,
-                                FE_STATUS_TYPE_RF_LOCK,
-                                FE_STATUS_TYPE_MODULATIONS_EXT,
-                                FE_STATUS_TYPE_CODE_RATES,
-                                FE_STATUS_TYPE_BANDWIDTH,
-                                FE_STATUS_TYPE_SYSTEM_ID,
-                                FE_STATUS_TYPE_ROLL_OFF};
+    FE_STATUS_TYPE_E kinds[FE_STATUS_MAX_TYPES]; /* those that are not supported are skipped */
+    for (unsigned char i = 0; i < FE_STATUS_MAX_TYPES; ++i) {
+        kinds[i] = (FE_STATUS_TYPE_E)i;
+    }
     FE_STATUS_T s;
     memset(&s, 0xff, sizeof(s));
-    if (x_native_frontend_get_frontend_status(h_pipeline, kinds, sizeof(kinds) / sizeof(kinds[0]),
-                                              &s) != 0) {
+    if (x_native_frontend_get_frontend_status(h_pipeline, kinds, FE_STATUS_MAX_TYPES, &s) != 0) {
         snprintf(text, size, "no status");
         return false;
     }
