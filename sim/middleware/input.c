@@ -34,11 +34,11 @@ FILE* input_open(const char* file, size_t* pz_size) {
     return NULL;
 }
 
-/* Whether libdvbv5, which cuts numbers to 32 bits, keeps this one. All ones, or -1, means none. */
+/* Whether a number fits into a settings record. libdvbv5 cuts those that do not. -1 means none. */
 static bool fits(const char* number) {
     errno = 0;
     const long long value = strtoll(number, NULL, 10);
-    return errno == 0 && value >= -1 && value < UINT32_MAX;
+    return errno == 0 && value >= -1 && value <= INT32_MAX;
 }
 
 /* What is wrong with a line of a scan file; null: nothing. Counts the entries and notes the last

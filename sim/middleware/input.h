@@ -7,7 +7,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
-/* The frequency that an entry gets of which a number does not fit into 32 bits. */
+/* The frequency that an entry gets of which a number does not fit into a settings record. */
 #define FREQUENCY_DOES_NOT_FIT UINT32_MAX
 
 /* Opens a regular file and tells its size; null when it cannot. */

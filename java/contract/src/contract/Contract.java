@@ -183,7 +183,8 @@ public final class Contract {
         return DECLARED.computeIfAbsent(name, key -> {
             final StringWriter out = new StringWriter();
             final ToolProvider javap = ToolProvider.findFirst("javap").orElseThrow();
-            return javap.run(new PrintWriter(out), new PrintWriter(new StringWriter()), "-p", "-s", "-cp", path, name) == 0
+            final PrintWriter faults = new PrintWriter(new StringWriter());
+            return javap.run(new PrintWriter(out), faults, "-p", "-s", "-cp", path, name) == 0
                     ? parse(out.toString(), name) : null;
         });
     }
