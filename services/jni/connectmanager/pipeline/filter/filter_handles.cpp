@@ -71,6 +71,9 @@ LockedFilter lockFilter(const char* function, uint32_t hfilter) {
     {
         const std::lock_guard<std::mutex> lock(gRecordMutex);
         handleFreed = gWaiter.handleFreed;
+        if (!handleFreed) {
+            gWaiter = {};
+        }
     }
     if (i4_rc != 0) {
         FILTER_LOG_AS(function, "<%s:%4d>  fail! return i4_rc = %d.\n", i4_rc);
@@ -78,11 +81,12 @@ LockedFilter lockFilter(const char* function, uint32_t hfilter) {
         FILTER_LOG_AS(function, "<%s:%4d>  handle already free.\n");
         x_filter_unlock(filter.h_sema);
     }
-    {
+    if (handleFreed) {
+        // Only now, when the semaphore is let go, may the open delete it.
         const std::lock_guard<std::mutex> lock(gRecordMutex);
         gWaiter = {};
+        gWaiterGone.notify_all();
     }
-    gWaiterGone.notify_all();
     return i4_rc == 0 && !handleFreed ? filter : LockedFilter{};
 }
 
