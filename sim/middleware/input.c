@@ -102,7 +102,9 @@ struct dvb_file* input_scan_file(const char* file) {
     struct dvb_file* pt_file = NULL;
     FILE* in = input_open(file, &size);
     char* pc_unfit = in != NULL ? calloc(size / 2 + 1, 1) : NULL; /* an entry has two bytes */
-    if (pc_unfit != NULL && check_lines(file, in, pc_unfit, size / 2) > 0) {
+    if (in != NULL && pc_unfit == NULL) {
+        say(PROBLEM, "%s: %s", file, strerror(errno));
+    } else if (in != NULL && check_lines(file, in, pc_unfit, size / 2) > 0) {
         pt_file = dvb_read_file_format(file, SYS_UNDEFINED, FILE_DVBV5);
         if (pt_file == NULL) {
             say(PROBLEM, "%s: not in DVBv5 format", file);

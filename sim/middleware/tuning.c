@@ -172,15 +172,19 @@ static void show(DEMO_T* pt_demo, const TRANSPONDER_T* pt_transponder, const cha
 void tune_file(DEMO_T* pt_demo, const char* file) {
     ++pt_demo->inputs;
     struct dvb_file* pt_file = input_scan_file(file);
+    if (pt_file == NULL) {
+        ++pt_demo->failed;
+        return;
+    }
     JOB_T job = {.pt_demo = pt_demo};
-    for (struct dvb_entry* e = pt_file != NULL ? pt_file->first_entry : NULL; e != NULL;
-         e = e->next) {
+    for (struct dvb_entry* e = pt_file->first_entry; e != NULL; e = e->next) {
         ++job.count;
     }
-    job.at_transponder = calloc((size_t)job.count + 1, sizeof(*job.at_transponder));
-    if (pt_file == NULL || job.at_transponder == NULL) {
+    job.at_transponder = calloc((size_t)job.count, sizeof(*job.at_transponder));
+    if (job.at_transponder == NULL) {
+        say(PROBLEM, "%s: no memory for %d entries", file, job.count);
         ++pt_demo->failed;
-        free(job.at_transponder);
+        dvb_file_free(pt_file);
         return;
     }
     int i = 0;
