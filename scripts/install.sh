@@ -16,7 +16,7 @@ install_packages() {
         }
         as_root=(sudo)
     fi
-    echo "Installing ${missing[*]}"
+    echo "Installing ${missing[*]} (a minute or a few)"
     local log
     log=$(mktemp)
     if ! { "${as_root[@]}" apt-get update &&
@@ -30,12 +30,12 @@ install_packages() {
     rm -f "$log"
 }
 
-build_packages=(cmake ninja-build g++ openjdk-17-jdk-headless googletest pkg-config libdvbv5-dev libudev-dev
-    dtv-scan-tables)
+demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libudev-dev dtv-scan-tables)
+build_packages=("${demo_packages[@]}" googletest)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 platform_packages=(clang android-liblog-dev android-libutils-dev android-libcutils-dev
     android-libnativehelper-dev)
 device_packages=(clang lld llvm qemu-user)
-bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld)
+bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld jq)
 lint_packages=(clang-format clang-tidy libbenchmark-dev)
 fuzz_packages=(clang libclang-rt-14-dev)

@@ -1,13 +1,19 @@
-/* Between the demo's Java and its middleware: pipelines, and the middleware's main program. */
+/* Between the box's Java and its middleware: pipelines, and the middleware's main program. */
 #include <android/log.h>
 #include <cutils/properties.h>
+#include <dlfcn.h>
+#include <errno.h>
 #include <jni.h>
+#include <link.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "mw/basic_services.h"
 #include "sim/box.h"
+
+enum { STATUS_INPUT = 1 };
 
 static JavaVM* g_vm;
 static jclass g_main; /* global reference */
@@ -104,8 +110,54 @@ static void set_log_level(const char* level) {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
+typedef int (*middleware_fct)(const BOX_T* pt_box, int argc, char** argv);
+
+/* The middleware_main of a shared object; null, told why, when there is none to be had. */
+static middleware_fct load(const char* library) {
+    Dl_info own;
+    ElfW(Ehdr) header = {.e_machine = EM_NONE};
+    FILE* in = fopen(library, "rb");
+    const size_t got = in != NULL ? fread(&header, 1, sizeof(header), in) : 0;
+    if (in == NULL || ferror(in)) {
+        fprintf(stderr, "%s: %s\n", library, strerror(errno));
+    } else if (got < sizeof(header) || memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
+        fprintf(stderr, "%s: not a shared object\n", library);
+    } else if (dladdr(&g_vm, &own) != 0 &&
+               (memcmp(header.e_ident, own.dli_fbase, EI_VERSION) != 0 ||
+                header.e_machine != ((const ElfW(Ehdr)*)own.dli_fbase)->e_machine)) {
+        fprintf(stderr, "%s: built for another architecture than this machine's\n", library);
+    } else {
+        /* The middleware need not name the libraries of its box: these are found without. */
+        dlopen("libhalvorin_velmora_pipeline.so", RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
+        void* handle = dlopen(library, RTLD_NOW);
+        void* entry = handle != NULL ? dlsym(handle, "middleware_main") : NULL;
+        if (handle == NULL) {
+            fprintf(stderr, "%s\n", dlerror());
+        } else if (entry == NULL) {
+            fprintf(stderr, "%s: defines no middleware_main\n", library);
+        }
+        fclose(in);
+        return (middleware_fct)entry;
+    }
+    if (in != NULL) {
+        fclose(in);
+    }
+    return NULL;
+}
+
+/* The action of SIGINT before the library was loaded, which takes the signal over. */
+static struct sigaction g_interrupt;
+
+JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* reserved) {
+    (void)reserved;
+    g_vm = vm;
+    sigaction(SIGINT, NULL, &g_interrupt);
+    return JNI_VERSION_1_4;
+}
+
+/* arguments: the middleware's file, and what it is given. */
 JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjectArray arguments) {
-    (*env)->GetJavaVM(env, &g_vm);
+    sigaction(SIGINT, &g_interrupt, NULL);
     g_main = (*env)->NewGlobalRef(env, main);
     const jsize count = (*env)->GetArrayLength(env, arguments);
     char** argv = calloc((size_t)count + 1, sizeof(*argv));
@@ -122,15 +174,16 @@ JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjec
     }
     if (argv == NULL) {
         fprintf(stderr, "no memory for the arguments\n");
-        return 1;
+        return STATUS_INPUT;
     }
-    const BOX_T box = {create_pipeline, destroy_pipeline,     received,
-                       set_stream,      getenv("SIM_SAMPLE"), set_log_level};
-    const int status = middleware_main(&box, count, argv);
-    for (jsize i = 0; i < count; ++i) {
-        free(argv[i]);
+    static BOX_T box = {create_pipeline, destroy_pipeline, received, set_stream, NULL,
+                        set_log_level};
+    box.sample = getenv("SIM_SAMPLE");
+    const middleware_fct middleware = load(argv[0]);
+    int status = middleware != NULL ? middleware(&box, count, argv) : STATUS_INPUT;
+    if (fflush(stdout) != 0 || ferror(stdout)) {
+        fprintf(stderr, "the output cannot be written: %s\n", strerror(errno));
+        status = status != 0 ? status : STATUS_INPUT;
     }
-    free(argv);
-    (*env)->DeleteGlobalRef(env, g_main);
     return status;
 }

@@ -1,9 +1,11 @@
 /* What an entry of a scan file says, in the platform's values. */
 #include <libdvbv5/dvb-v5-std.h>
+#include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
 
 #include "mw/frontend_values.h"
+#include "sim/middleware/input.h"
 #include "sim/middleware/request.h"
 
 typedef struct {
@@ -33,6 +35,12 @@ static int32_t mapped(struct dvb_entry* pt_entry, uint32_t property, const VALUE
 static uint32_t number(struct dvb_entry* pt_entry, uint32_t property, uint32_t otherwise) {
     uint32_t value;
     return dvb_retrieve_entry_prop(pt_entry, property, &value) == 0 ? value : otherwise;
+}
+
+/* Of these, libdvbv5 says by all ones that the entry has none. */
+static uint32_t optional(struct dvb_entry* pt_entry, uint32_t property) {
+    const uint32_t value = number(pt_entry, property, 0);
+    return value == UINT32_MAX ? 0 : value;
 }
 
 static const VALUE_T k_fec[] = {
@@ -127,15 +135,21 @@ static bool after_lnb(const struct dvb_sat_lnb* pt_lnb, struct dvb_entry* pt_ent
 bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
                   ENTRY_VALUES_T* pt_values) {
     const uint32_t frequency = number(pt_entry, DTV_FREQUENCY, 0);
+    const uint32_t symbol_rate = optional(pt_entry, DTV_SYMBOL_RATE);
+    const uint32_t stream_id = optional(pt_entry, DTV_STREAM_ID);
+    if (frequency == 0 || frequency > INT32_MAX || symbol_rate > INT32_MAX - 500 ||
+        stream_id > INT32_MAX) {
+        return false;
+    }
     *pt_values = (ENTRY_VALUES_T){
         .delsys = number(pt_entry, DTV_DELIVERY_SYSTEM, SYS_UNDEFINED),
         .frequency = (int32_t)frequency,
-        .symbol_rate = (int32_t)number(pt_entry, DTV_SYMBOL_RATE, 0),
+        .symbol_rate = (int32_t)symbol_rate,
         .fec = MAPPED(pt_entry, DTV_INNER_FEC, k_fec),
         .inversion = MAPPED(pt_entry, DTV_INVERSION, k_inversion),
         .rolloff = MAPPED(pt_entry, DTV_ROLLOFF, k_rolloff),
         .pilot = MAPPED(pt_entry, DTV_PILOT, k_pilot),
-        .stream_id = (int32_t)number(pt_entry, DTV_STREAM_ID, 0),
+        .stream_id = (int32_t)stream_id,
         .hierarchy = MAPPED(pt_entry, DTV_HIERARCHY, k_hierarchy),
         .hp_rate = MAPPED(pt_entry, DTV_CODE_RATE_HP, k_code_rate),
         .lp_rate = MAPPED(pt_entry, DTV_CODE_RATE_LP, k_code_rate),
@@ -172,14 +186,38 @@ bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
     }
 }
 
+const char* entry_system(struct dvb_entry* pt_entry) {
+    switch (number(pt_entry, DTV_DELIVERY_SYSTEM, SYS_UNDEFINED)) {
+        case SYS_DVBS:
+        case SYS_DVBS2:
+            return "DVB-S";
+        case SYS_DVBC_ANNEX_A:
+        case SYS_DVBC_ANNEX_B:
+        case SYS_DVBC_ANNEX_C:
+            return "DVB-C";
+        case SYS_DVBT:
+        case SYS_DVBT2:
+            return "DVB-T";
+        case SYS_ISDBT:
+            return "ISDB-T";
+        case SYS_ATSC:
+            return "ATSC";
+        default:
+            return "other";
+    }
+}
+
 void entry_name(struct dvb_entry* pt_entry, char* text, size_t size) {
+    static const char* const k_polarization[] = {"", " H", " V", " L", " R"};
     const uint32_t delsys = number(pt_entry, DTV_DELIVERY_SYSTEM, SYS_UNDEFINED);
     const bool satellite = delsys == SYS_DVBS || delsys == SYS_DVBS2;
     const uint32_t frequency = number(pt_entry, DTV_FREQUENCY, 0);
-    static const char* const k_polarization[] = {"", " H", " V", " L", " R"};
     const uint32_t polarization = number(pt_entry, DTV_POLARIZATION, POLARIZATION_OFF);
-    snprintf(text, size, "%-12s %10.3f MHz%s",
-             delsys <= SYS_DVBC_ANNEX_C ? delivery_system_name[delsys] : "?",
-             frequency / (satellite ? 1e3 : 1e6),
-             polarization < LENGTH(k_polarization) ? k_polarization[polarization] : "");
+    const char* name = delsys <= SYS_DVBC_ANNEX_C ? delivery_system_name[delsys] : "?";
+    if (frequency == FREQUENCY_DOES_NOT_FIT) {
+        snprintf(text, size, "%s with a number that does not fit", name);
+    } else {
+        snprintf(text, size, "%s %.3f MHz%s", name, frequency / (satellite ? 1e3 : 1e6),
+                 polarization < LENGTH(k_polarization) ? k_polarization[polarization] : "");
+    }
 }

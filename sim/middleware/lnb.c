@@ -98,8 +98,8 @@ bool lnb_select(uint32_t h_pipeline, bool horizontal, bool high_band, const LNB_
                       x_native_frontend_lnb_get_tone(h_pipeline) == tone &&
                       x_native_frontend_lnb_get_SatellitePosition(h_pipeline) == position &&
                       switch_over(h_pipeline, message, (int)sizeof(message));
-    snprintf(text, size, "lnb %d V, tone %s, DiSEqC %02x %02x %02x %02x -> %s",
-             horizontal ? 18 : 13, high_band ? "on" : "off", message[0], message[1], message[2],
-             message[3], done ? "received e4" : "NO ANSWER");
+    snprintf(text, size, "%d V, tone %s, DiSEqC %02x %02x %02x %02x -> %s", horizontal ? 18 : 13,
+             high_band ? "on" : "off", message[0], message[1], message[2], message[3],
+             done ? "received e4" : "NO ANSWER");
     return done;
 }

@@ -93,10 +93,10 @@ void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
                 "DvbsFrontendSettings(frequency=%d000000, modulation=%d, codeRate=DvbsCodeRate("
                 "innerFec=%" PRId64
                 ", isLinear=false, isShortFrames=false, bitsPer1000Symbol=0), "
-                "symbolRate=%d000, rolloff=%d, pilot=%d, inputStreamId=%d, standard=%d, vcmMode=1, "
+                "symbolRate=%d, rolloff=%d, pilot=%d, inputStreamId=%d, standard=%d, vcmMode=1, "
                 "scanType=2, isDiseqcRxMessage=false, endFrequency=0)",
-                v.frequency, v.modulation, v.fec, (v.symbol_rate + 500) / 1000, v.rolloff, v.pilot,
-                v.stream_id, v.delsys == SYS_DVBS2 ? 4 : 2);
+                v.frequency, v.modulation, v.fec, (v.symbol_rate + 500) / 1000 * 1000, v.rolloff,
+                v.pilot, v.stream_id, v.delsys == SYS_DVBS2 ? 4 : 2);
             break;
         case SYS_DVBC_ANNEX_A:
         case SYS_DVBC_ANNEX_B:

@@ -15,7 +15,7 @@ typedef struct {
     MW_FE_DVBS_CODE_RATE_T t_code_rate;
 } REQUEST_T;
 
-/* Fills the request of an entry. False when the library has no delivery system for it. */
+/* Fills the request of an entry. False when entry_values cannot express it. */
 bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
                         REQUEST_T* pt_request);
 
@@ -26,7 +26,10 @@ bool request_from_entry(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt
 void expected_text(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb, char* text,
                    size_t size);
 
-/* "DVBS2 11362 MHz" */
+/* The family of an entry's delivery system: "DVB-S". */
+const char* entry_system(struct dvb_entry* pt_entry);
+
+/* "DVBS2 11362.000 MHz H" */
 void entry_name(struct dvb_entry* pt_entry, char* text, size_t size);
 
 /* Values of an entry's properties as the platform counts them. */
@@ -50,8 +53,8 @@ typedef struct {
     int32_t guard;
 } ENTRY_VALUES_T;
 
-/* False when the delivery system is none of the library's, or a satellite is out of the LNB's
- * reach. */
+/* False when the delivery system is none of the library's, a number does not fit, or a satellite is
+ * out of the LNB's reach. */
 bool entry_values(struct dvb_entry* pt_entry, const struct dvb_sat_lnb* pt_lnb,
                   ENTRY_VALUES_T* pt_values);
 

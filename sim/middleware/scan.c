@@ -3,9 +3,9 @@
 #include <pthread.h>
 #include <stdio.h>
 #include <time.h>
-#include <unistd.h>
 
 #include "mw/frontend_values.h"
+#include "sim/middleware/report.h"
 
 /* What the events of the running scan have said. */
 typedef struct {
@@ -18,16 +18,11 @@ typedef struct {
 } SCAN_T;
 
 static int on_progress(unsigned int h_pipeline, int32_t percent, void* pv_scan) {
-    static const char bar[] = "##############################";
-    const int width = (int)sizeof(bar) - 1;
     SCAN_T* pt_scan = pv_scan;
     pthread_mutex_lock(&pt_scan->lock);
     pt_scan->percent = percent;
     pthread_mutex_unlock(&pt_scan->lock);
-    if (isatty(STDERR_FILENO)) {
-        fprintf(stderr, "\r[%-*.*s] %3d %% scan of pipeline 0x%x%s", width, percent * width / 100,
-                bar, percent, h_pipeline, percent == 100 ? "\n" : "");
-    }
+    progress("scan of pipeline 0x%x: %d %%", h_pipeline, percent);
     return 0;
 }
 
@@ -36,13 +31,13 @@ static int on_locked(unsigned int h_pipeline, void* pv_scan) {
     pthread_mutex_lock(&pt_scan->lock);
     pt_scan->locked = true;
     pthread_mutex_unlock(&pt_scan->lock);
-    printf("  scan       locked, pipeline 0x%x\n", h_pipeline);
+    say(DETAIL, "  scan       locked, pipeline 0x%x", h_pipeline);
     return 0;
 }
 
 static int on_stopped(unsigned int h_pipeline, void* pv_scan) {
     SCAN_T* pt_scan = pv_scan;
-    printf("  scan       stopped, pipeline 0x%x\n", h_pipeline);
+    say(DETAIL, "  scan       stopped, pipeline 0x%x", h_pipeline);
     pthread_mutex_lock(&pt_scan->lock);
     pt_scan->stopped = true;
     pthread_cond_signal(&pt_scan->changed);
@@ -51,11 +46,12 @@ static int on_stopped(unsigned int h_pipeline, void* pv_scan) {
 }
 
 static void show_list(const char* what, const int32_t* pi4_values, int32_t count) {
-    printf("  scan       found %s", what);
-    for (int32_t i = 0; i < count; ++i) {
-        printf(" %d", pi4_values[i]);
+    char text[LINE_SIZE] = "";
+    size_t used = 0;
+    for (int32_t i = 0; i < count && used < sizeof(text); ++i) {
+        used += (size_t)snprintf(text + used, sizeof(text) - used, " %d", pi4_values[i]);
     }
-    printf("\n");
+    say(DETAIL, "  scan       found %s%s", what, text);
 }
 
 static int on_frequencies(unsigned int h_pipeline, const int32_t* pi4_values, int32_t count,

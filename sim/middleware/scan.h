@@ -7,8 +7,8 @@
 #include "mw/frontend.h"
 
 /*
- * Scans on a registered pipeline, shows progress (on a terminal) and findings as they arrive, and
- * waits for the end. False when the scan does not start, or does not report progress up to 100, a
+ * Scans on a registered pipeline, reports progress and findings as they arrive, and waits for the
+ * end. False when the scan does not start, or does not report progress up to 100, a
  * frequency, a lock and its end within ten seconds.
  */
 bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band);

@@ -1,14 +1,11 @@
-/* Programmes and services of a transport stream, received through section filters. */
+/* Services of a transport stream, received through section filters. */
 #ifndef SIM_SERVICES_H
 #define SIM_SERVICES_H
 
-#include "sim/box.h"
+#include "sim/middleware/tuning.h"
 
-/*
- * Opens filters for the PAT, each PMT that it names and the SDT, and prints what they carry.
- * Result: 0; 1 when the file is no readable transport stream with a PAT; 2 when a section of the
- * stream did not arrive whole.
- */
-int show_services(const BOX_T* pt_box, const char* file);
+/* Opens filters for the PAT, the SDT and each PMT, prints what they carry, and counts as a fault each
+ * section of the stream that did not arrive whole. */
+void show_services(DEMO_T* pt_demo, const char* file);
 
 #endif /* SIM_SERVICES_H */

@@ -4,50 +4,43 @@
 #include <stdio.h>
 #include <string.h>
 
-bool signal_text(unsigned int h_pipeline, char* text, size_t size) {
-    FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_DEMOD_LOCK,
-                                FE_STATUS_TYPE_SNR,
-                                FE_STATUS_TYPE_BER,
-                                FE_STATUS_TYPE_PER,
-                                FE_STATUS_TYPE_PER_BER,
-                                FE_STATUS_TYPE_SIGNAL_QUALITY,
-                                FE_STATUS_TYPE_SIGNAL_STRENGTH,
-                                FE_STATUS_TYPE_SYMBOL_RATE,
-                                FE_STATUS_TYPE_INNER_FEC,
-                                FE_STATUS_TYPE_MODULATION,
-                                FE_STATUS_TYPE_SPECTRAL_INVERSION,
-                                FE_STATUS_TYPE_LNB_VOLTAGE,
-                                FE_STATUS_TYPE_PLP_ID,
-                                FE_STATUS_TYPE_EWBS,
-                                FE_STATUS_TYPE_AGC,
-                                FE_STATUS_TYPE_LNA,
-                                FE_STATUS_TYPE_MER,
-                                FE_STATUS_TYPE_FREQ_OFFSET,
-                                FE_STATUS_TYPE_HIERARCHY,
-                                FE_STATUS_TYPE_RF_LOCK,
-                                FE_STATUS_TYPE_MODULATIONS_EXT,
-                                FE_STATUS_TYPE_CODE_RATES,
-                                FE_STATUS_TYPE_BANDWIDTH,
-                                FE_STATUS_TYPE_SYSTEM_ID,
-                                FE_STATUS_TYPE_ROLL_OFF};
+bool signal_text(unsigned int h_pipeline, int32_t e_type, char* text, size_t size) {
+    FE_STATUS_TYPE_E kinds[FE_STATUS_MAX_TYPES]; /* those that are not supported are skipped */
+    for (unsigned char i = 0; i < FE_STATUS_MAX_TYPES; ++i) {
+        kinds[i] = (FE_STATUS_TYPE_E)i;
+    }
     FE_STATUS_T s;
     memset(&s, 0xff, sizeof(s));
-    if (x_native_frontend_get_frontend_status(h_pipeline, kinds, sizeof(kinds) / sizeof(kinds[0]),
-                                              &s) != 0) {
+    if (x_native_frontend_get_frontend_status(h_pipeline, kinds, FE_STATUS_MAX_TYPES, &s) != 0) {
         snprintf(text, size, "no status");
         return false;
     }
-    snprintf(
-        text, size,
-        "lock %d/%d  snr %.1f dB  mer %.1f dB  quality %d %%  strength %.1f dBm  ber %d per %d/%d  "
-        "agc %d  lna %d  lnb %d  rate %d  fec %" PRId64
-        "  offset %d  mod %d+%d  inv %d  plp %d  "
-        "ewbs %d  hier %d  bw %d  rates %d  sys %d  roll %d",
-        s.mIsDemodLocked, s.mIsRfLocked, s.mSnr / 1e3, s.mMer / 1e3, s.mSignalQuality,
-        s.mSignalStrength / 1e3, s.mBer, s.mPer, s.mPerBer, s.mAgc, s.mIsLnaOn, s.mLnbVoltage,
-        s.mSymbolRate, s.mInnerFec, s.mFreqOffset, s.mModulation, s.mModulationsExtLen,
-        s.mInversion, s.mPlpId, s.mIsEwbs, s.mHierarchy, s.mBandWidth, s.mCodeRatesLen, s.mSystemId,
-        s.mRollOff);
+    const int length =
+        snprintf(text, size,
+                 "lock %d/%d  snr %.1f dB  mer %.1f dB  quality %d %%  strength %.1f dBm  ber %d  "
+                 "agc %d  modulation %d  inversion %d",
+                 s.mIsDemodLocked, s.mIsRfLocked, s.mSnr / 1e3, s.mMer / 1e3, s.mSignalQuality,
+                 s.mSignalStrength / 1e3, s.mBer, s.mAgc, s.mModulation, s.mInversion);
+    text += length;
+    size -= (size_t)length;
+    switch (e_type) {
+        case MW_FE_TYPE_DVBS:
+        case MW_FE_TYPE_DVBC:
+            snprintf(text, size, "  symbol rate %d  fec %" PRId64 "  lnb %d  rolloff %d",
+                     s.mSymbolRate, s.mInnerFec, s.mLnbVoltage, s.mRollOff);
+            break;
+        case MW_FE_TYPE_DVBT:
+            snprintf(text, size, "  bandwidth %d  hierarchy %d  plp %d  system %d", s.mBandWidth,
+                     s.mHierarchy, s.mPlpId, s.mSystemId);
+            break;
+        case MW_FE_TYPE_ISDBT:
+            snprintf(text, size, "  bandwidth %d  ewbs %d  modulations %d (%d)  code rates %d (%d)",
+                     s.mBandWidth, s.mIsEwbs, s.mModulationsExtLen, s.mModulationsExt[0],
+                     s.mCodeRatesLen, s.mCodeRates[0]);
+            break;
+        default:
+            break;
+    }
     return s.mIsDemodLocked == 1 && s.mIsRfLocked == 1;
 }
 

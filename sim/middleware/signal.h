@@ -7,9 +7,10 @@
 
 #include "mw/frontend.h"
 
-/* Asks for every status kind in one query and writes them as a line. False when the query fails, or
- * the signal is not locked. */
-bool signal_text(unsigned int h_pipeline, char* text, size_t size);
+/* Asks for every status kind in one query and writes those of the delivery system as a line, into
+ * at least SIGNAL_SIZE bytes. False when the query fails, or the signal is not locked. */
+enum { SIGNAL_SIZE = 512 };
+bool signal_text(unsigned int h_pipeline, int32_t e_type, char* text, size_t size);
 
 /* Whether the settings read back agree with a request. */
 bool readback_agrees(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked);

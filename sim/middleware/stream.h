@@ -19,17 +19,23 @@ typedef struct {
 } SECTIONS_T;
 
 typedef struct {
-    uint8_t* bytes;
+    const uint8_t* bytes;
     size_t size;
 } STREAM_T;
 
-/* Reads a whole file; false when it cannot be read. */
-bool stream_read(const char* file, STREAM_T* pt_stream);
-void stream_free(STREAM_T* pt_stream);
+/* Sections of a table on a PID; with a table id extension, or -1 for any. */
+typedef struct {
+    uint16_t pid;
+    uint8_t table;
+    int extension;
+} WANTED_T;
 
-/* The different sections of a table on a PID whose CRC is right. */
-void stream_sections(const STREAM_T* pt_stream, uint16_t pid, uint8_t table,
-                     SECTIONS_T* pt_sections);
+/* Opens a file of 188-byte packets; says on standard error why it cannot. */
+bool stream_open(const char* file, STREAM_T* pt_stream);
+void stream_close(STREAM_T* pt_stream);
+
+/* The different sections that are wanted and whose CRC is right, in the order of the stream. */
+void stream_sections(const STREAM_T* pt_stream, const WANTED_T* pt_wanted, SECTIONS_T* pt_sections);
 
 /* Whether a section is whole: its length and its CRC. */
 bool section_is_whole(const uint8_t* section, int length);
@@ -37,5 +43,9 @@ bool section_is_whole(const uint8_t* section, int length);
 /* Adds a section that is not there yet; false when it was, or there is no room. */
 bool sections_add(SECTIONS_T* pt_sections, const uint8_t* section, int length);
 bool sections_contain(const SECTIONS_T* pt_sections, const uint8_t* section, int length);
+
+/* Whether a section is in force: the stream does not announce it for later, and no newer version of
+ * its table follows. */
+bool section_is_current(const SECTIONS_T* pt_sections, int index);
 
 #endif /* SIM_STREAM_H */

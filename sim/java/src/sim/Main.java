@@ -36,14 +36,14 @@ public final class Main {
         return TUNER.received(pipeline);
     }
 
-    /** args: the folder of the native libraries, then the middleware's. */
+    /** args: the folder of the box's native libraries, the middleware's file, and its arguments. */
     public static void main(String[] args) {
         Device.model = (self, method, arguments) ->
                 self instanceof ZytTvInnerFilter || self instanceof ZytTvInnerFilterCallbackThread
                         ? DEMUX.call(self, method, arguments)
                         : TUNER.call(self, method, arguments);
+        Loader.load(args[0] + "/libsim_box.so"); // first: it notes what the other takes over
         Loader.load(args[0] + "/libhalvorin_velmora_pipeline.so");
-        Loader.load(args[0] + "/libsim_middleware.so");
         System.exit(middleware(Arrays.copyOfRange(args, 1, args.length)));
     }
 }

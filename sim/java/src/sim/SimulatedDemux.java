@@ -5,9 +5,8 @@ import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
 import desk.DeviceModel;
 import java.io.IOException;
-import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
-import java.nio.file.Files;
+import java.nio.channels.FileChannel;
 import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.HashSet;
@@ -24,8 +23,12 @@ final class SimulatedDemux implements DeviceModel {
     private static final int OK = 0;
     private static final int REFUSED = 1;
     private static final int PACKET = 188;
-    private static final int SYNC = 0x47;
     private static final int END_OF_STREAM = 1;
+    private static final int TS = 1;
+    private static final int SECTION = 1;
+    /** A longer section than a read returns is not delivered. */
+    private static final int READABLE = 4096;
+    private static final int LONGEST = 3 + 0xfff;
 
     /** Which sections: of a PID, and by pattern, mask and mode. Byte 0 is the table, the others follow the length. */
     private record Config(int pid, byte[] pattern, byte[] mask, byte[] mode) {
@@ -54,6 +57,7 @@ final class SimulatedDemux implements DeviceModel {
 
     private final Map<Object, State> mFilters = new ConcurrentHashMap<>();
     private final Map<Object, ExecutorService> mThreads = new ConcurrentHashMap<>();
+    private final ExecutorService mSharedThread = Executors.newSingleThreadExecutor();
     private volatile Path mStream;
 
     void setStream(String file) {
@@ -74,18 +78,19 @@ final class SimulatedDemux implements DeviceModel {
         final State state = mFilters.computeIfAbsent(filter, key -> new State());
         switch (method) {
             case "onOpenFilter":
-                state.thread = args[3] != null ? mThreads.get(args[3]) : null;
-                return state.thread != null ? OK : REFUSED;
+                state.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
+                return (Integer) args[0] == TS && (Integer) args[1] == SECTION ? OK : REFUSED;
             case "onSetSectionConfig":
                 state.config = new Config((Integer) args[0], ((byte[]) args[4]).clone(),
                         ((byte[]) args[5]).clone(), ((byte[]) args[6]).clone());
                 return OK;
             case "onStart":
-                if (state.config == null || mStream == null) {
+                final ByteBuffer stream = openStream();
+                if (state.config == null || stream == null) {
                     return REFUSED;
                 }
                 state.active = true;
-                state.thread.execute(() -> play(filter.nativeHandle(), state));
+                state.thread.execute(() -> play(stream, filter.nativeHandle(), state));
                 return OK;
             case "onRead":
                 return read(state, (byte[]) args[0], (Long) args[2]);
@@ -114,60 +119,64 @@ final class SimulatedDemux implements DeviceModel {
         return section.length;
     }
 
-    /** Plays the stream once, on the filter's callback thread. */
-    private void play(int handle, State state) {
-        final byte[] stream;
-        try {
-            stream = Files.readAllBytes(mStream);
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
+    /** Null when there is none to be had. */
+    private ByteBuffer openStream() {
+        if (mStream == null) {
+            return null;
         }
+        try (FileChannel file = FileChannel.open(mStream)) {
+            return file.map(FileChannel.MapMode.READ_ONLY, 0, file.size());
+        } catch (IOException | IllegalArgumentException e) {
+            System.err.println("The stream cannot be read: " + e);
+            return null;
+        }
+    }
+
+    /** Plays the stream once, on the filter's callback thread. */
+    private void play(ByteBuffer stream, int handle, State state) {
         final ZytTvInnerFilterCallback callback = new ZytTvInnerFilterCallback();
         final Set<ByteBuffer> delivered = new HashSet<>();
-        final ByteBuffer assembly = ByteBuffer.allocate(4096 + PACKET);
+        final ByteBuffer assembly = ByteBuffer.allocate(LONGEST + PACKET);
+        final byte[] packet = new byte[PACKET];
+        final byte[] previous = new byte[PACKET];
         boolean assembling = false;
-        int at = 0;
-        while (at + PACKET <= stream.length && state.active) {
-            if (stream[at] != SYNC) {
-                ++at;
-                continue;
+        while (stream.remaining() >= PACKET && state.active) {
+            stream.get(packet);
+            int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
+            if (((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != state.config.pid() || (packet[3] & 0x10) == 0
+                    || payload >= PACKET || Arrays.equals(packet, previous)) {
+                continue; // of another PID, without a payload, or sent twice
             }
-            final int pid = (stream[at + 1] & 0x1f) << 8 | stream[at + 2] & 0xff;
-            int payload = at + 4;
-            if ((stream[at + 3] & 0x20) != 0) {
-                payload += 1 + (stream[at + 4] & 0xff);
-            }
-            final int end = at + PACKET;
-            if (pid == state.config.pid() && (stream[at + 3] & 0x10) != 0 && payload < end) {
-                final boolean start = (stream[at + 1] & 0x40) != 0;
-                final int pointer = start ? stream[payload++] & 0xff : 0;
-                if (start && payload + pointer <= end) {
-                    if (assembling) {
-                        append(assembly, stream, payload, payload + pointer);
-                        take(assembly, handle, state, callback, delivered);
-                    }
-                    assembly.clear();
-                    assembling = true;
-                    payload += pointer;
-                }
-                if (assembling && payload <= end) {
-                    append(assembly, stream, payload, end);
+            System.arraycopy(packet, 0, previous, 0, PACKET);
+            final boolean start = (packet[1] & 0x40) != 0;
+            final int pointer = start ? packet[payload++] & 0xff : 0;
+            if (start) {
+                final int first = Math.min(payload + pointer, PACKET);
+                if (assembling) {
+                    append(assembly, packet, payload, first);
                     take(assembly, handle, state, callback, delivered);
                 }
+                assembly.clear();
+                assembling = true;
+                payload = first;
             }
-            at = end;
+            if (assembling) {
+                append(assembly, packet, payload, PACKET);
+                // Without a pointer to it no section begins behind the one that ends here.
+                assembling = !take(assembly, handle, state, callback, delivered) || start;
+            }
         }
         if (state.active) {
             callback.nativeFilterStatusChanged(handle, END_OF_STREAM);
         }
     }
 
-    private static void append(ByteBuffer assembly, byte[] stream, int from, int to) {
-        assembly.put(stream, from, Math.min(to - from, assembly.remaining()));
+    private static void append(ByteBuffer assembly, byte[] packet, int from, int to) {
+        assembly.put(packet, from, Math.min(to - from, assembly.remaining()));
     }
 
-    /** Takes the complete sections from the front of what has been assembled. */
-    private static void take(ByteBuffer assembly, int handle, State state,
+    /** Takes the complete sections from the front of what has been assembled; whether there was one. */
+    private static boolean take(ByteBuffer assembly, int handle, State state,
             ZytTvInnerFilterCallback callback, Set<ByteBuffer> delivered) {
         int at = 0;
         while (at + 3 <= assembly.position() && assembly.get(at) != (byte) 0xff) {
@@ -177,7 +186,7 @@ final class SimulatedDemux implements DeviceModel {
             }
             final byte[] section = Arrays.copyOfRange(assembly.array(), at, at + length);
             at += length;
-            if (section.length >= 8 && state.config.admits(section)
+            if (section.length >= 8 && section.length <= READABLE && state.config.admits(section)
                     && delivered.add(ByteBuffer.wrap(section))) {
                 state.sections.add(section);
                 callback.nativeFilterSectionEvent(handle, section[0] & 0xff, section[5] >> 1 & 0x1f,
@@ -187,5 +196,6 @@ final class SimulatedDemux implements DeviceModel {
         final int rest = assembly.position() - at;
         System.arraycopy(assembly.array(), at, assembly.array(), 0, rest);
         assembly.position(rest);
+        return at > 0;
     }
 }

@@ -1,9 +1,13 @@
 package sim;
 
+import android.media.tv.tuner.frontend.DvbsFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
 import android.media.tv.tuner.frontend.FrontendStatus;
+import android.media.tv.tuner.frontend.IsdbtFrontendSettings;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 
-/** A signal that is as good as its frequency is low. */
+/** A signal that is as good as its frequency is low, and otherwise as it was asked for. */
 final class SimulatedStatus extends FrontendStatus {
     private final FrontendSettings mSettings;
     private final int mVoltage;
@@ -13,23 +17,42 @@ final class SimulatedStatus extends FrontendStatus {
         mVoltage = voltage;
     }
 
+    /** A number of the settings, which say them in their text only; 0 when they have none of this name. */
+    static long setting(FrontendSettings settings, String name) {
+        final Matcher value = Pattern.compile("\\b" + name + "=(-?\\d+)").matcher(settings.toString());
+        return value.find() ? Long.parseLong(value.group(1)) : 0;
+    }
+
+    private long setting(String name) {
+        return setting(mSettings, name);
+    }
+
     Object value(String getter) {
         final int mhz = mSettings.frequency() / 1_000_000;
         return switch (getter) {
             case "isDemodLocked", "isRfLocked", "isLnaOn" -> true;
-            case "isEwbs" -> false;
             case "getSnr", "getMer" -> 30_000 - 4 * mhz;
             case "getSignalQuality" -> 100 - mhz / 100;
             case "getSignalStrength" -> -30_000 - 10 * mhz;
-            case "getSymbolRate" -> 27_500_000;
-            case "getInnerFec" -> 1L << 33 | mhz;
-            case "getLnbVoltage" -> mVoltage;
             case "getAgc" -> mhz % 256;
             case "getFreqOffset" -> -mhz;
-            case "getExtendedModulations" -> new int[] {2, 4};
-            case "getCodeRates" -> new int[] {1, 2, 3};
-            case "getSystemId" -> mSettings.type();
+            case "getSymbolRate" -> setting("symbolRate");
+            case "getInnerFec" -> setting("innerFec") | setting("fec");
+            case "getModulation" -> setting("modulation") | setting("constellation");
+            case "getSpectralInversion" -> setting("spectralInversion");
+            case "getRollOff" -> setting("rolloff");
+            case "getBandwidth" -> setting("bandwidth");
+            case "getHierarchy" -> setting("hierarchy");
+            case "getPlpId" -> setting("plpId");
+            case "getLnbVoltage" -> mSettings instanceof DvbsFrontendSettings ? mVoltage : 0;
+            // Of the layers, which only this system has.
+            case "getExtendedModulations" -> layers("modulation");
+            case "getCodeRates" -> layers("codeRate");
             default -> 0;
         };
+    }
+
+    private int[] layers(String name) {
+        return mSettings instanceof IsdbtFrontendSettings ? new int[] {(int) setting(name)} : new int[0];
     }
 }

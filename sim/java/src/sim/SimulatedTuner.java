@@ -1,6 +1,8 @@
 package sim;
 
+import android.media.tv.tuner.frontend.DvbcFrontendSettings;
 import android.media.tv.tuner.frontend.DvbsFrontendSettings;
+import android.media.tv.tuner.frontend.DvbtFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerLnbCallback;
@@ -103,15 +105,21 @@ final class SimulatedTuner implements DeviceModel {
                 final int[] found = {band.frequency()};
                 scan.notifyScanOnLocked(pipeline);
                 scan.notifyScanOnFrequenciesReport(pipeline, found, found.length);
-                scan.notifyScanOnSymbolRates(pipeline, new int[] {27_500_000, 22_000_000}, 2);
+                if (band instanceof DvbsFrontendSettings || band instanceof DvbcFrontendSettings) {
+                    final int[] rates = {(int) SimulatedStatus.setting(band, "symbolRate")};
+                    scan.notifyScanOnSymbolRates(pipeline, rates, rates.length);
+                }
                 if (band instanceof DvbsFrontendSettings) {
-                    scan.notifyScanOnInputStreamIds(pipeline, new int[] {1}, 1);
-                    scan.notifyScanOnDvbsStandard(pipeline, 4);
-                } else {
-                    scan.notifyScanOnPlpIds(pipeline, new int[] {0, 1}, 2);
-                    scan.notifyScanOnGroupIds(pipeline, new int[] {7}, 1);
-                    scan.notifyScanOnDvbtStandard(pipeline, 4);
-                    scan.notifyScanOnHierarchy(pipeline, 2);
+                    final int[] streams = {(int) SimulatedStatus.setting(band, "inputStreamId")};
+                    scan.notifyScanOnInputStreamIds(pipeline, streams, streams.length);
+                    scan.notifyScanOnDvbsStandard(pipeline, (int) SimulatedStatus.setting(band, "standard"));
+                } else if (band instanceof DvbtFrontendSettings) {
+                    final int[] plps = {(int) SimulatedStatus.setting(band, "plpId")};
+                    final int[] groups = {(int) SimulatedStatus.setting(band, "plpGroupId")};
+                    scan.notifyScanOnPlpIds(pipeline, plps, plps.length);
+                    scan.notifyScanOnGroupIds(pipeline, groups, groups.length);
+                    scan.notifyScanOnDvbtStandard(pipeline, (int) SimulatedStatus.setting(band, "standard"));
+                    scan.notifyScanOnHierarchy(pipeline, (int) SimulatedStatus.setting(band, "hierarchy"));
                 }
                 scan.notifyScanOnSignalType(pipeline, 1);
             }
