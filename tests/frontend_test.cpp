@@ -144,28 +144,6 @@ TEST_F(FrontendTest, OperationsPassJavasResultAndReportFailures) {
     }
 }
 
-TEST_F(FrontendTest, OperationsAttachAThreadForTheirLengthOnly) {
-    const Pipeline pipeline;
-    const Tuner tuner(pipeline);
-    for (const Operation& operation : kOperations) {
-        SCOPED_TRACE(operation.name);
-        const std::string name(operation.javaCall, strcspn(operation.javaCall, "("));
-        for (const bool throws : {false, true}) {
-            desk::scriptReturns(name, 0);
-            if (throws) {
-                desk::scriptThrows(name);
-            }
-            const int attached = desk::attachCount();
-            desk::onFreshThread([&] {
-                EXPECT_EQ(throws && operation.passesResult ? operation.failure : 0,
-                          operation.call(pipeline.handle()));
-            });
-            EXPECT_EQ(attached + 1, desk::attachCount());
-            EXPECT_EQ(0, desk::resourceCounts().attachments);
-        }
-    }
-}
-
 TEST_F(FrontendTest, OperationsFailWithoutPipeline) {
     const Pipeline pipeline;
     desk::setLogLevel("D");

@@ -30,12 +30,12 @@ using desk::Call;
 using Lines = std::vector<std::string>;
 
 // Exits with 0 when every expectation of the body held.
-#define IN_A_PROCESS(body)                                             \
+#define IN_A_PROCESS(...)                                              \
     EXPECT_EXIT(                                                       \
         {                                                              \
             desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni}); \
             desk::setLogLevel("E");                                    \
-            body();                                                    \
+            (__VA_ARGS__)();                                           \
             fflush(stdout);                                            \
             _exit(testing::Test::HasFailure() ? 1 : 0);                \
         },                                                             \
@@ -71,57 +71,47 @@ TEST(LoadTest, FailsWhenThereIsNoEnvironment) {
     });
 }
 
+// A load that fails: which table of natives is refused, by a missing class or a refused registration,
+// and what is said.
 struct Refusal {
     const char* missingClass;  // of the callback class, after the package
     const char* firstNative;   // of the table that is refused
     Lines log;
 };
 
-// A load that fails: which table is refused, by a missing class or a refused registration, and what
-// is said.
-void refused(const Refusal& refusal) {
-    const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
-    for (const bool missing : {true, false}) {
-        if (missing) {
-            desk::failLookup(Call::FindClass, package + refusal.missingClass);
-        } else {
-            desk::failLookup(Call::RegisterNatives, refusal.firstNative);
+TEST(LoadTest, FailsWhenNativesAreRefused) {
+    IN_A_PROCESS([] {
+        const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
+        const char* const frontend = "E ERROR: inner frontend native registration failed";
+        const Refusal refusals[] = {
+            {"ZytTvInnerScanCallback",
+             "notifyScanOnLocked",
+             {"E Failed to register resource scan callback native methods", frontend}},
+            {"ZytTvInnerLnbCallback",
+             "notifyLnbEvent",
+             {"E Failed to register lnb callback native methods", frontend}},
+            {"ZytTvInnerFilterCallback",
+             "nativeFilterSectionEvent",
+             {"E ERROR: inner filter native registration failed"}}};
+        for (const Refusal& refusal : refusals) {
+            for (const bool missing : {true, false}) {
+                if (missing) {
+                    desk::failLookup(Call::FindClass, package + refusal.missingClass);
+                } else {
+                    desk::failLookup(Call::RegisterNatives, refusal.firstNative);
+                }
+                EXPECT_EQ(-1, desk::loadWatchedLibrary());
+                desk::failNothing();
+                EXPECT_EQ(nullptr, g_velmora_javaVM);
+                Lines expected = refusal.log;
+                expected.insert(
+                    expected.begin(),
+                    missing ? "E registerNativeMethods cannot find class return false, class: " +
+                                  package + refusal.missingClass
+                            : "E registerNativeMethods cannot register methods return false");
+                EXPECT_EQ(expected, desk::takeLog());
+            }
         }
-        EXPECT_EQ(-1, desk::loadWatchedLibrary());
-        desk::failNothing();
-        EXPECT_EQ(nullptr, g_velmora_javaVM);
-        Lines expected = {
-            missing ? "E registerNativeMethods cannot find class return false, class: " + package +
-                          refusal.missingClass
-                    : "E registerNativeMethods cannot register methods return false"};
-        expected.insert(expected.end(), refusal.log.begin(), refusal.log.end());
-        EXPECT_EQ(expected, desk::takeLog());
-    }
-}
-
-TEST(LoadTest, FailsWhenScanNativesAreRefused) {
-    IN_A_PROCESS([] {
-        refused({"ZytTvInnerScanCallback",
-                 "notifyScanOnLocked",
-                 {"E Failed to register resource scan callback native methods",
-                  "E ERROR: inner frontend native registration failed"}});
-    });
-}
-
-TEST(LoadTest, FailsWhenLnbNativesAreRefused) {
-    IN_A_PROCESS([] {
-        refused({"ZytTvInnerLnbCallback",
-                 "notifyLnbEvent",
-                 {"E Failed to register lnb callback native methods",
-                  "E ERROR: inner frontend native registration failed"}});
-    });
-}
-
-TEST(LoadTest, FailsWhenFilterNativesAreRefused) {
-    IN_A_PROCESS([] {
-        refused({"ZytTvInnerFilterCallback",
-                 "nativeFilterSectionEvent",
-                 {"E ERROR: inner filter native registration failed"}});
     });
 }
 
@@ -145,13 +135,10 @@ TEST(LoadTest, MissingClassOrMethodIsFatal) {
         "FATAL Error at :[0-9]+";
     const Missing cases[] = {
         {Call::FindClass, services + "ZytTvInnerFrontend", kFrontend},
-        {Call::FindClass, tuner + "AtscFrontendSettings", kFrontend},
         {Call::FindClass, tuner + "FrontendStatus", kFrontend},
         {Call::FindClass, services + "ZytTvInnerFilter", kFilter},
-        {Call::FindClass, services + "ZytTvInnerFilterCallbackThread", kFilter},
         {Call::GetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
         {Call::GetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
-        {Call::GetMethodID, "getCodeRates", "!\\(gFrontendFields.getCodeRatesID != __null\\)"},
         {Call::GetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
         {Call::GetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
     };
