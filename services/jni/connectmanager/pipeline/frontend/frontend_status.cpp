@@ -10,47 +10,11 @@ namespace {
 
 using android::JavaMethod;
 
-// Every status kind, in the order in which the getters are bound. KIND: name after FE_STATUS_TYPE_,
-// result of the getter, getter, field of FE_STATUS_T, log line. LIST: name, member of
-// gFrontendFields, getter, field; the field's count has Len behind its name.
-#define STATUS_KINDS(KIND, LIST)                                                               \
-    KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,                                  \
-         "getFrontendStatus, CallBooleanMethod mIsDemodLocked: %d.")                           \
-    KIND(SNR, jint, getSnr, mSnr, "getFrontendStatus, mSnr: %d.")                              \
-    KIND(BER, jint, getBer, mBer, "getFrontendStatus, mBer: %d.")                              \
-    KIND(PER, jint, getPer, mPer, "getFrontendStatus, mPer: %d.")                              \
-    KIND(PER_BER, jint, getPerBer, mPerBer, "getFrontendStatus, mPerBer: %d.")                 \
-    KIND(SIGNAL_QUALITY, jint, getSignalQuality, mSignalQuality,                               \
-         "getFrontendStatus, mSignalQuality: %d.")                                             \
-    KIND(SIGNAL_STRENGTH, jint, getSignalStrength, mSignalStrength,                            \
-         "getFrontendStatus, mSignalStrength: %d.")                                            \
-    KIND(SYMBOL_RATE, jint, getSymbolRate, mSymbolRate, "getFrontendStatus, mSymbolRate: %d.") \
-    KIND(INNER_FEC, jlong, getInnerFec, mInnerFec, "getFrontendStatus, mInnerFec: %lld.")      \
-    KIND(MODULATION, jint, getModulation, mModulation, "getFrontendStatus, mModulation: %d.")  \
-    LIST(MODULATIONS_EXT, getModulationsExtID, getExtendedModulations, mModulationsExt)        \
-    KIND(SPECTRAL_INVERSION, jint, getSpectralInversion, mInversion,                           \
-         "getFrontendStatus, mInversion: %d.")                                                 \
-    KIND(LNB_VOLTAGE, jint, getLnbVoltage, mLnbVoltage, "getFrontendStatus, mLnbVoltage: %d.") \
-    KIND(PLP_ID, jint, getPlpId, mPlpId, "getFrontendStatus, mPlpId: %d.")                     \
-    KIND(EWBS, jboolean, isEwbs, mIsEwbs, "getFrontendStatus, mIsEwbs: %d.")                   \
-    KIND(AGC, jint, getAgc, mAgc, "getFrontendStatus, mAgc: %d.")                              \
-    KIND(LNA, jboolean, isLnaOn, mIsLnaOn, "getFrontendStatus, mIsLnaOn: %d.")                 \
-    KIND(MER, jint, getMer, mMer, "getFrontendStatus, mMer: %d.")                              \
-    KIND(FREQ_OFFSET, jint, getFreqOffset, mFreqOffset, "getFrontendStatus, mFreqOffset: %d.") \
-    KIND(HIERARCHY, jint, getHierarchy, mHierarchy, "getFrontendStatus, mHierarchy: %d.")      \
-    KIND(RF_LOCK, jboolean, isRfLocked, mIsRfLocked, "getFrontendStatus, mIsRfLocked: %d.")    \
-    KIND(BANDWIDTH, jint, getBandwidth, mBandWidth, "getFrontendStatus, mBandWidth: %d.")      \
-    KIND(SYSTEM_ID, jint, getSystemId, mSystemId, "getFrontendStatus, mSystemId: %d.")         \
-    KIND(ROLL_OFF, jint, getRollOff, mRollOff, "getFrontendStatus, mRollOff: %d.")             \
-    LIST(CODE_RATES, getCodeRatesID, getCodeRates, mCodeRates)
-
 struct FrontendStatusFields {
     jclass frontendStatusClass;
 #define KIND(type, result, getter, field, line) JavaMethod<result()> getter##ID;
 #define LIST(type, member, getter, field) JavaMethod<jintArray()> member;
-    STATUS_KINDS(KIND, LIST)
-#undef KIND
-#undef LIST
+#include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
 };
 FrontendStatusFields gFrontendFields;
 
@@ -61,9 +25,7 @@ constexpr android::JavaMethodRow kGetters[] = {
 #define KIND(type, result, getter, field, line) \
     JAVA_METHOD_ROW(gFrontendFields, getter##ID, #getter, SIGNATURE_##result),
 #define LIST(type, member, getter, field) JAVA_METHOD_ROW(gFrontendFields, member, #getter, "()[I"),
-    STATUS_KINDS(KIND, LIST)
-#undef KIND
-#undef LIST
+#include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
 };
 
 // A request may hold any 32-bit value, also one that the enumeration cannot.
@@ -137,9 +99,7 @@ void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festa
             LOG_ERROR("getFrontendStatus, " #field " is null");                           \
         }                                                                                 \
         break;
-        STATUS_KINDS(KIND, LIST)
-#undef KIND
-#undef LIST
+#include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
         default:
             LOG_DEBUG("getFrontendStatus, unsupport type: %d.", type);
             break;

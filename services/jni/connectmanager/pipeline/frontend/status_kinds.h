@@ -1,0 +1,41 @@
+// Every status kind, in the order in which the getters are bound; included where KIND and LIST are
+// defined. They end with their use here. Each row has a line of its own, which a fatal assertion
+// reports when the getter is missing.
+//
+// KIND: name after FE_STATUS_TYPE_, result of the getter, getter, field of FE_STATUS_T, log line.
+// LIST: name, member of gFrontendFields, getter, field; the field's count has Len behind its name.
+
+// clang-format off
+KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,
+     "getFrontendStatus, CallBooleanMethod mIsDemodLocked: %d.")
+KIND(SNR, jint, getSnr, mSnr, "getFrontendStatus, mSnr: %d.")
+KIND(BER, jint, getBer, mBer, "getFrontendStatus, mBer: %d.")
+KIND(PER, jint, getPer, mPer, "getFrontendStatus, mPer: %d.")
+KIND(PER_BER, jint, getPerBer, mPerBer, "getFrontendStatus, mPerBer: %d.")
+KIND(SIGNAL_QUALITY, jint, getSignalQuality, mSignalQuality,
+     "getFrontendStatus, mSignalQuality: %d.")
+KIND(SIGNAL_STRENGTH, jint, getSignalStrength, mSignalStrength,
+     "getFrontendStatus, mSignalStrength: %d.")
+KIND(SYMBOL_RATE, jint, getSymbolRate, mSymbolRate, "getFrontendStatus, mSymbolRate: %d.")
+KIND(INNER_FEC, jlong, getInnerFec, mInnerFec, "getFrontendStatus, mInnerFec: %lld.")
+KIND(MODULATION, jint, getModulation, mModulation, "getFrontendStatus, mModulation: %d.")
+LIST(MODULATIONS_EXT, getModulationsExtID, getExtendedModulations, mModulationsExt)
+KIND(SPECTRAL_INVERSION, jint, getSpectralInversion, mInversion,
+     "getFrontendStatus, mInversion: %d.")
+KIND(LNB_VOLTAGE, jint, getLnbVoltage, mLnbVoltage, "getFrontendStatus, mLnbVoltage: %d.")
+KIND(PLP_ID, jint, getPlpId, mPlpId, "getFrontendStatus, mPlpId: %d.")
+KIND(EWBS, jboolean, isEwbs, mIsEwbs, "getFrontendStatus, mIsEwbs: %d.")
+KIND(AGC, jint, getAgc, mAgc, "getFrontendStatus, mAgc: %d.")
+KIND(LNA, jboolean, isLnaOn, mIsLnaOn, "getFrontendStatus, mIsLnaOn: %d.")
+KIND(MER, jint, getMer, mMer, "getFrontendStatus, mMer: %d.")
+KIND(FREQ_OFFSET, jint, getFreqOffset, mFreqOffset, "getFrontendStatus, mFreqOffset: %d.")
+KIND(HIERARCHY, jint, getHierarchy, mHierarchy, "getFrontendStatus, mHierarchy: %d.")
+KIND(RF_LOCK, jboolean, isRfLocked, mIsRfLocked, "getFrontendStatus, mIsRfLocked: %d.")
+KIND(BANDWIDTH, jint, getBandwidth, mBandWidth, "getFrontendStatus, mBandWidth: %d.")
+KIND(SYSTEM_ID, jint, getSystemId, mSystemId, "getFrontendStatus, mSystemId: %d.")
+KIND(ROLL_OFF, jint, getRollOff, mRollOff, "getFrontendStatus, mRollOff: %d.")
+LIST(CODE_RATES, getCodeRatesID, getCodeRates, mCodeRates)
+// clang-format on
+
+#undef KIND
+#undef LIST
