@@ -11,8 +11,8 @@ using android::widened;
 
 namespace {
 
-// The address in an instance: what is left of it in a pointer, widened again. It differs from an
-// instance that is no address, which only where pointers have 32 bits there can be.
+// The address in an instance: what is left of it in a pointer, widened again. An instance that is no
+// address differs from it; there can be one only where pointers have 32 bits.
 int64_t addressIn(int64_t instance) {
     return widened(reinterpret_cast<void*>(static_cast<uintptr_t>(instance)));
 }
@@ -125,7 +125,8 @@ int closeFilter(uint32_t hfilter) {
     return 0;
 }
 
-// Both write one line that shows the instance when it was served, and another when it is no address.
+// change adds or drops the reference. served is the line when it was done, refused when the instance
+// is no address.
 static int changeReference(int64_t instance, const char* function,
                            void (android::RefBase::*change)(const void*) const, const char* served,
                            const char* refused) {
