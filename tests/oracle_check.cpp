@@ -57,9 +57,8 @@ std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
     if (env->GetArrayLength(static_cast<jarray>(argument.l)) == kMaxRead) {
         return "[4096 bytes]";
     }
-    const desk::JavaValues array = {{type[1] == 'B' ? "[B" : "[I", argument}};
-    return desk::JavaResult<std::string>::from(desk::callStaticMethod(
-        "java.util.Arrays", "toString", array, desk::JavaResult<std::string>::kType));
+    const desk::JavaValue array = {type[1] == 'B' ? "[B" : "[I", argument};
+    return desk::callStatic<std::string>("java.util.Arrays", "toString", array);
 }
 
 void noteCall(JNIEnv* env, jmethodID method, const jvalue* arguments) {
