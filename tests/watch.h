@@ -1,6 +1,7 @@
 // What the library asks of the virtual machine and of the middleware's services, watched call by
 // call: counted, and made to fail on demand. A watched thread sees a function table of its own, with
-// the JNI functions below; a call of any other ends the process, so that none goes unwatched.
+// the JNI functions below; any other is null there, and its call ends the process, so that none goes
+// unwatched.
 
 #ifndef TESTS_WATCH_H
 #define TESTS_WATCH_H
@@ -80,6 +81,7 @@ const char* name(Failure failure);
 std::vector<Failure> waysToFail(Call call);
 constexpr int kServiceError = -17;  // what a failing service returns
 
+// One of the following at a time; each replaces the one before.
 // The nth watched call from now on (1: the next) fails, once.
 void failCall(Call call, int nth, Failure failure);
 // Every such call fails.
@@ -96,7 +98,7 @@ struct Point {
 };
 void record();
 void recordAndFail(size_t point, Failure failure);  // the point'th call, from 0
-std::vector<Point> recorded();                      // ends the recording
+std::vector<Point> recorded();                      // ends the recording, and a fault
 std::vector<std::string> takeBreaches();
 
 // The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
@@ -133,7 +135,7 @@ int attachCount();  // attachments made since the start
 struct Releases {
     int copiedBack = 0;  // 0
     int aborted = 0;     // JNI_ABORT
-    int other = 0;       // the elements stay held
+    int other = 0;       // JNI_COMMIT: the elements stay held
 };
 Releases takeReleases();
 
