@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <utility>
 
@@ -25,14 +24,12 @@ constexpr char kServices[] = "com.halvorin.tv.velmora.services.";
 JavaVM* gVm;
 // The function table before anybody watched it.
 JNINativeInterface_ gJni;
-jobject gLoader;  // global reference; null: the virtual machine's own
+jvalue gLoader;  // global reference; null: the virtual machine's own
+jclass gClass;   // java.lang.Class, global reference
+jmethodID gForName;
 
-// Never destroyed: threads may still call at the end of the process. The lock is taken again for the
-// class that looks classes up.
-std::recursive_mutex& gClassLock = *new std::recursive_mutex();
-std::map<std::string, jclass>& gClasses =
-    *new std::map<std::string, jclass>();  // global references
-std::mutex& gLock = *new std::mutex();     // of what follows; no JNI call is made with it held
+// Never destroyed: threads may still call at the end of the process.
+std::mutex& gLock = *new std::mutex();  // of what follows; no JNI call is made with it held
 std::vector<std::string>& gLog = *new std::vector<std::string>();
 std::vector<std::string>& gComplaints = *new std::vector<std::string>();
 
@@ -46,9 +43,7 @@ Callback gLnb = {"ZytTvInnerLnbCallback", nullptr, nullptr};
 Callback gFilter = {"ZytTvInnerFilterCallback", nullptr, nullptr};
 constexpr const char* kEventMethods[] = {
 #define DESK_EVENT_METHOD(name, method) method,
-    DESK_EVENTS(DESK_EVENT_METHOD)
-#undef DESK_EVENT_METHOD
-};
+    DESK_EVENTS(DESK_EVENT_METHOD)};
 
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
@@ -100,26 +95,18 @@ bool startsWith(const char* text, const char* start) {
     return strncmp(text, start, strlen(start)) == 0;
 }
 
-// A complaint, or a piece of the stack that follows it.
-void takePrinted(FILE* stream, const char* text) {
-    if (gTolerates()) {
-        return;
-    }
-    if (startsWith(text, "WARNING in native method") || startsWith(text, "WARNING: JNI") ||
-        startsWith(text, "FATAL ERROR")) {
-        const std::lock_guard<std::mutex> lock(gLock);
-        gComplaints.emplace_back(text);
-    }
-    fputs(text, stream);
-    fflush(stream);
-}
-
-// The virtual machine calls this for everything that it prints.
+// The virtual machine calls this for everything that it prints: for a complaint, and then for each
+// piece of the stack that follows it.
 jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     char* text = nullptr;
     const int length = vasprintf(&text, format, args);
-    if (length > 0) {
-        takePrinted(stream, text);
+    if (length > 0 && !gTolerates()) {
+        if (startsWith(text, "WARNING") || startsWith(text, "FATAL ERROR")) {
+            const std::lock_guard<std::mutex> lock(gLock);
+            gComplaints.emplace_back(text);
+        }
+        fputs(text, stream);
+        fflush(stream);
     }
     free(text);
     return length;
@@ -176,8 +163,9 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
     gJni = *env->functions;
 
     const LocalFrame frame;
-    gClasses["java.lang.Class"] =
-        static_cast<jclass>(env->NewGlobalRef(env->FindClass("java/lang/Class")));
+    gClass = static_cast<jclass>(env->NewGlobalRef(env->FindClass("java/lang/Class")));
+    gForName = env->GetStaticMethodID(
+        gClass, "forName", "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;");
     std::vector<std::string> names = {"platform", "tests"};
     if (jar != nullptr) {
         names.push_back(jar);
@@ -190,12 +178,12 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
         env->SetObjectArrayElement(array, i, newObject("java.net.URL", url));
     }
     urls.value.l = ok(array);
-    gLoader = env->NewGlobalRef(newObject("java.net.URLClassLoader", urls));
+    gLoader.l = env->NewGlobalRef(makeObject("java.net.URLClassLoader", {urls}));
 
     for (Callback* callback : {&gScan, &gLnb, &gFilter}) {
         const std::string name =
             std::string(kServices) + "selector.connectmanager." + callback->name;
-        callback->clazz = findClass(name);
+        callback->clazz = static_cast<jclass>(env->NewGlobalRef(findClass(name)));
         callback->object = env->NewGlobalRef(makeObject(name, {}));
     }
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
@@ -250,14 +238,6 @@ jint callFromJava(const std::function<jint()>& work) {
     return tFromJavaResult;
 }
 
-Attached::Attached() {
-    void* env = nullptr;
-    gVm->AttachCurrentThread(&env, nullptr);
-}
-Attached::~Attached() {
-    gVm->DetachCurrentThread();
-}
-
 LocalFrame::LocalFrame() {
     gJni.PushLocalFrame(env(), 64);
 }
@@ -266,18 +246,9 @@ LocalFrame::~LocalFrame() {
 }
 
 jclass findClass(const std::string& name) {
-    const std::lock_guard<std::recursive_mutex> lock(gClassLock);
-    jclass& found = gClasses[name];
-    if (found == nullptr) {
-        const LocalFrame frame;
-        JavaValue loader = {"Ljava/lang/ClassLoader;", {}};
-        loader.value.l = gLoader;
-        const JavaValues arguments = {toJava(name), toJava(false), loader};
-        const jobject local =
-            callStaticMethod("java.lang.Class", "forName", arguments, "Ljava/lang/Class;").l;
-        found = static_cast<jclass>(gJni.NewGlobalRef(env(), local));
-    }
-    return found;
+    const jvalue arguments[] = {toJava(name).value, toJava(false).value, gLoader};
+    return static_cast<jclass>(
+        ok(gJni.CallStaticObjectMethodA(env(), gClass, gForName, arguments)));
 }
 
 JavaValue toJava(const std::string& value) {

@@ -28,7 +28,7 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar = nullp
 // Destroys it, if there is one, on the thread that started it. What is left then has leaked.
 void stopVm();
 // What the virtual machine complained of since the last time. Each complaint is printed too, with
-// Java's stack. What it is about a thread on which tolerates returns true is neither kept nor printed.
+// Java's stack. On a thread on which tolerates returns true it is neither kept nor printed.
 std::vector<std::string> takeComplaints();
 void tolerateComplaints(bool (*tolerates)());
 JavaVM* vm();
@@ -43,10 +43,13 @@ jint callFromJava(const std::function<jint()>& work);
 // Keeps the calling thread attached.
 class Attached {
   public:
-    Attached();
-    ~Attached();
+    Attached() { vm()->AttachCurrentThread(&mEnv, nullptr); }
+    ~Attached() { vm()->DetachCurrentThread(); }
     Attached(const Attached&) = delete;
     Attached& operator=(const Attached&) = delete;
+
+  private:
+    void* mEnv = nullptr;
 };
 
 // Deletes at its end the local references that the calling thread made since.
@@ -60,7 +63,7 @@ class LocalFrame {
 
 // --- Java's methods: the JNI signature follows from the C++ types ---
 
-// A class of the child class loader, for example "tests.ScriptedModel"; never deleted.
+// A class of the child class loader, for example "tests.ScriptedModel". A local reference.
 jclass findClass(const std::string& name);
 
 struct JavaValue {
@@ -84,9 +87,6 @@ DESK_TO_JAVA(jobject, "Ljava/lang/Object;", l)
 DESK_TO_JAVA(jintArray, "[I", l)
 DESK_TO_JAVA(jbyteArray, "[B", l)
 #undef DESK_TO_JAVA
-inline JavaValue toJava(const JavaValue& value) {
-    return value;
-}
 JavaValue toJava(const std::string& value);  // a local reference
 JavaValue toJava(const char* value);         // a local reference
 std::string fromJava(jobject text);

@@ -57,8 +57,9 @@ std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
     if (env->GetArrayLength(static_cast<jarray>(argument.l)) == kMaxRead) {
         return "[4096 bytes]";
     }
-    const desk::JavaValue array = {type[1] == 'B' ? "[B" : "[I", argument};
-    return desk::callStatic<std::string>("java.util.Arrays", "toString", array);
+    const desk::JavaValues array = {{type[1] == 'B' ? "[B" : "[I", argument}};
+    return desk::fromJava(
+        desk::callStaticMethod("java.util.Arrays", "toString", array, "Ljava/lang/String;").l);
 }
 
 void noteCall(JNIEnv* env, jmethodID method, const jvalue* arguments) {

@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -39,33 +38,20 @@ std::atomic<int> gAttachments;
 std::atomic<int> gAttachCount;
 std::array<std::atomic<int>, 3> gReleases;  // by mode: 0, JNI_COMMIT, JNI_ABORT
 
-// What a call that succeeds adds to the resource counts.
-struct Effect {
-    std::atomic<int>* count;
-    int change;
-};
-constexpr Effect kNoEffect = {nullptr, 0};
-constexpr Effect kMakesGlobalRef = {&gGlobalRefs, 1};
-constexpr Effect kDeletesGlobalRef = {&gGlobalRefs, -1};
-constexpr Effect kMakesLocalRef = {&gLocalRefs, 1};
-constexpr Effect kDeletesLocalRef = {&gLocalRefs, -1};
-constexpr Effect kTakesElements = {&gElements, 1};
-constexpr Effect kReleasesElements = {&gElements, -1};
+constexpr std::atomic<int>* kNoCount = nullptr;
 
 // Never destroyed, as what follows: threads may still call at the end of the process.
 struct CallTraits {
     const char* name;
     Ways ways;
     unsigned properties;
-    Effect effect;
+    std::atomic<int>* count;
+    int change;
 };
 const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
-#define DESK_JNI_TRAITS(name, ways, properties, effect) {#name, ways, properties, effect},
-#define DESK_OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoEffect},
-    DESK_CALLS(DESK_JNI_TRAITS, DESK_OTHER_TRAITS)
-#undef DESK_JNI_TRAITS
-#undef DESK_OTHER_TRAITS
-};
+#define DESK_JNI_TRAITS(name, ways, properties, ...) {#name, ways, properties, __VA_ARGS__},
+#define DESK_OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoCount, 0},
+    DESK_CALLS(DESK_JNI_TRAITS, DESK_OTHER_TRAITS)};
 
 const CallTraits& traits(Call call) {
     return gTraits[static_cast<size_t>(call)];
@@ -76,8 +62,13 @@ JNINativeInterface_ gWatchedTable;
 thread_local bool tWatching;
 thread_local jmethodID tLastMethod;  // the Java method that the library called last
 
-// Which calls fail, and how.
-using Fault = std::function<std::optional<Failure>(const Point&)>;
+// Which call fails, and how.
+struct Fault {
+    std::optional<Call> call;  // none: any
+    std::string name;          // of a class or method; empty: any
+    size_t nth;                // such call from now on; 0: each
+    Failure failure;
+};
 
 struct State {
     std::atomic<bool> noting{false};  // recording, or a fault is set
@@ -85,28 +76,30 @@ struct State {
     bool recording = false;
     std::vector<Point> points;
     std::vector<std::string> breaches;
-    Fault fault;  // null: none
+    std::optional<Fault> fault;
+    size_t met = 0;  // calls that the fault is about
     std::map<jmethodID, std::string> methods;
 };
 State& gState = *new State();
 
-void setFault(const Fault& fault) {
+void setFault(const std::optional<Fault>& fault) {
     const std::lock_guard<std::mutex> lock(gState.lock);
     gState.fault = fault;
+    gState.met = 0;
     gState.noting = gState.recording || fault;
 }
 
-void watchEnv(JNIEnv* env, bool watching) {
-    env->functions = watching ? &gWatchedTable : gRealTable;
+bool hits(const Fault& fault, const Point& point) {
+    return fault.call.value_or(point.call) == point.call &&
+           (fault.name.empty() || fault.name == point.name) &&
+           (++gState.met == fault.nth || fault.nth == 0);
 }
 
-void setWatching(bool watching) {
-    if (tWatching != watching) {
-        tWatching = watching;
-        void* env = nullptr;
-        if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
-            watchEnv(static_cast<JNIEnv*>(env), watching);
-        }
+// Lets the calling thread see the function table that it is to see.
+void setTable() {
+    void* env = nullptr;
+    if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
+        static_cast<JNIEnv*>(env)->functions = tWatching ? &gWatchedTable : gRealTable;
     }
 }
 
@@ -155,7 +148,9 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
                 gState.breaches.push_back(std::string(name(call)) + " " + point.name);
             }
         }
-        result = gState.fault ? gState.fault(point) : std::nullopt;
+        if (gState.fault && hits(*gState.fault, point)) {
+            result = gState.fault->failure;
+        }
     }
     if (result == Failure::kThrows) {
         throwException(env);
@@ -166,15 +161,15 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
 // --- The function table ---
 
 void account(Call call, jint mode) {
-    const Effect& effect = traits(call).effect;
-    if (effect.count == &gElements && effect.change < 0) {
+    const CallTraits& made = traits(call);
+    if (made.count == &gElements && made.change < 0) {
         ++gReleases.at(static_cast<size_t>(mode));
         if (mode == JNI_COMMIT) {
             return;
         }
     }
-    if (effect.count != nullptr) {
-        *effect.count += effect.change;
+    if (made.count != kNoCount) {
+        *made.count += made.change;
     }
 }
 
@@ -224,8 +219,6 @@ void fillTable() {
 #define DESK_HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
 #define DESK_NO_HOOK(...)
     DESK_CALLS(DESK_HOOK, DESK_NO_HOOK)
-#undef DESK_HOOK
-#undef DESK_NO_HOOK
 }
 
 // --- The invocation interface ---
@@ -251,7 +244,7 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
     tAttachedBefore = vm()->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
     const jint result = vm()->AttachCurrentThread(env, args);
     if (result == JNI_OK) {
-        watchEnv(static_cast<JNIEnv*>(*env), tWatching);
+        setTable();
         ++gAttachments;
         ++gAttachCount;
     }
@@ -260,18 +253,13 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
 
 jint JNICALL detachHook(JavaVM*) {
     void* env = nullptr;
-    const bool attached = vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK;
+    vm()->GetEnv(&env, JNI_VERSION_1_4);
     const std::optional<Failure> failure =
         intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
     --gAttachments;
+    const Watch unwatched(false);
     // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
-    if (tAttachedBefore) {
-        return failure ? JNI_ERR : JNI_OK;
-    }
-    if (attached) {
-        watchEnv(static_cast<JNIEnv*>(env), false);
-    }
-    const jint result = vm()->DetachCurrentThread();
+    const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
     return failure ? JNI_ERR : result;
 }
 
@@ -307,26 +295,19 @@ std::vector<Failure> waysToFail(Call call) {
 }
 
 void failCall(Call call, int nth, Failure failure) {
-    setFault([=](const Point& point) mutable {
-        return point.call == call && --nth == 0 ? std::optional(failure) : std::nullopt;
-    });
+    setFault(Fault{call, "", static_cast<size_t>(nth), failure});
 }
 
 void failEvery(Call call, Failure failure) {
-    setFault([=](const Point& point) {
-        return point.call == call ? std::optional(failure) : std::nullopt;
-    });
+    setFault(Fault{call, "", 0, failure});
 }
 
 void failLookup(Call call, const std::string& name) {
-    setFault([=](const Point& point) {
-        return point.call == call && point.name == name ? std::optional(Failure::kNull)
-                                                        : std::nullopt;
-    });
+    setFault(Fault{call, name, 0, Failure::kNull});
 }
 
 void failNothing() {
-    setFault(nullptr);
+    setFault(std::nullopt);
     desk_fail_none();
 }
 
@@ -338,15 +319,13 @@ void record() {
 
 void recordAndFail(size_t point, Failure failure) {
     record();
-    setFault([=](const Point&) {
-        return gState.points.size() == point + 1 ? std::optional(failure) : std::nullopt;
-    });
+    setFault(Fault{std::nullopt, "", point + 1, failure});
 }
 
 std::vector<Point> recorded() {
     const std::lock_guard<std::mutex> lock(gState.lock);
     gState.recording = gState.noting = false;
-    gState.fault = nullptr;
+    gState.fault.reset();
     return std::exchange(gState.points, {});
 }
 
@@ -377,16 +356,13 @@ void watchServices() {
 }
 
 jint loadWatchedLibrary() {
-    return callFromJava([] { return bridge([] { return JNI_OnLoad(watchedVm(), nullptr); }); });
-}
-
-JavaVM* watchedVm() {
     static JNIInvokeInterface_ table = *vm()->functions;
     table.GetEnv = getEnvHook;
     table.AttachCurrentThread = attachHook;
     table.DetachCurrentThread = detachHook;
     static JavaVM_ watched = {&table};
-    return &watched;
+    const Watch unwatched(false);  // on the way to the entry
+    return callFromJava([] { return bridge([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
 bool ResourceCounts::operator==(const ResourceCounts& other) const {
@@ -416,11 +392,12 @@ Releases takeReleases() {
             gReleases[JNI_COMMIT].exchange(0)};
 }
 
-Watch::Watch(bool watching) : mBefore(tWatching) {
-    setWatching(watching);
+Watch::Watch(bool watching) : mBefore(std::exchange(tWatching, watching)) {
+    setTable();
 }
 Watch::~Watch() {
-    setWatching(mBefore);
+    tWatching = mBefore;
+    setTable();
 }
 
 }  // namespace desk
