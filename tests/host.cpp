@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <utility>
 
@@ -25,40 +24,32 @@ constexpr char kServices[] = "com.halvorin.tv.velmora.services.";
 JavaVM* gVm;
 // The function table before anybody watched it.
 JNINativeInterface_ gJni;
-jobject gLoader;       // global reference
-jmethodID gLoadClass;  // of the loader
+jvalue gLoader;  // global reference; null: the virtual machine's own
+jclass gClass;   // java.lang.Class, global reference
+jmethodID gForName;
 
 // Never destroyed: threads may still call at the end of the process.
-std::mutex& gClassLock = *new std::mutex();
-std::map<std::string, jclass>& gClasses =
-    *new std::map<std::string, jclass>();  // global references
-std::mutex& gLock = *new std::mutex();     // of what follows; no JNI call is made with it held
+std::mutex& gLock = *new std::mutex();  // of what follows; no JNI call is made with it held
 std::vector<std::string>& gLog = *new std::vector<std::string>();
 std::vector<std::string>& gComplaints = *new std::vector<std::string>();
 
-struct EventTraits {
-    const char* className;
-    const char* method;
-    const char* resultType;
+struct Callback {
+    const char* name;
     jclass clazz;
     jobject object;  // global reference
 };
-EventTraits gEvents[] = {
-#define DESK_EVENT_TRAITS(name, clazz, method, result) \
-    {clazz, method, JavaResult<result>::kType, nullptr, nullptr},
-    DESK_EVENTS(DESK_EVENT_TRAITS)
-#undef DESK_EVENT_TRAITS
-};
+Callback gScan = {"ZytTvInnerScanCallback", nullptr, nullptr};
+Callback gLnb = {"ZytTvInnerLnbCallback", nullptr, nullptr};
+Callback gFilter = {"ZytTvInnerFilterCallback", nullptr, nullptr};
+constexpr const char* kEventMethods[] = {
+#define DESK_EVENT_METHOD(name, method) method,
+    DESK_EVENTS(DESK_EVENT_METHOD)};
 
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
 thread_local int tHeard;
 
 bool (*gTolerates)() = [] { return false; };
-enum class Complaint { kNone, kKept, kTolerated };
-thread_local Complaint tComplaint;  // which the virtual machine is printing on this thread
-thread_local size_t tComplaintIndex;
-thread_local bool tInLine;
 
 [[noreturn]] void give(const char* what) {
     fprintf(stderr, "set-up of the virtual machine failed: %s\n", what);
@@ -91,14 +82,6 @@ std::vector<jvalue> valuesOf(const JavaValues& arguments) {
     return values;
 }
 
-void deleteTemporaries(const JavaValues& arguments) {
-    for (const JavaValue& argument : arguments) {
-        if (argument.temporary) {
-            gJni.DeleteLocalRef(env(), argument.value.l);
-        }
-    }
-}
-
 void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
 }
@@ -112,43 +95,42 @@ bool startsWith(const char* text, const char* start) {
     return strncmp(text, start, strlen(start)) == 0;
 }
 
-// A piece of what the virtual machine prints on this thread. A complaint is one line and a stack: of
-// Java methods, or of native frames whose lines come piece by piece, the first one character long.
-void takePrinted(FILE* stream, const char* text) {
-    if (startsWith(text, "WARNING in native method") || startsWith(text, "WARNING: JNI") ||
-        startsWith(text, "FATAL ERROR")) {
-        tComplaint = gTolerates() ? Complaint::kTolerated : Complaint::kKept;
-        const std::lock_guard<std::mutex> lock(gLock);
-        tComplaintIndex = gComplaints.size();
-        if (tComplaint == Complaint::kKept) {
-            gComplaints.emplace_back();
-        }
-    } else if (!tInLine && *text != '\t' && !startsWith(text, "Native frames") &&
-               strlen(text) != 1) {
-        tComplaint = Complaint::kNone;
-    }
-    tInLine = text[strlen(text) - 1] != '\n';
-    if (tComplaint == Complaint::kKept) {
-        const std::lock_guard<std::mutex> lock(gLock);
-        if (tComplaintIndex < gComplaints.size()) {
-            gComplaints[tComplaintIndex] += text;
-        }
-    }
-    if (tComplaint != Complaint::kTolerated) {
-        fputs(text, stream);
-        fflush(stream);
-    }
-}
-
-// The virtual machine calls this for everything that it prints.
+// The virtual machine calls this for everything that it prints: for a complaint, and then for each
+// piece of the stack that follows it.
 jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     char* text = nullptr;
     const int length = vasprintf(&text, format, args);
-    if (length > 0) {
-        takePrinted(stream, text);
+    if (length > 0 && !gTolerates()) {
+        if (startsWith(text, "WARNING") || startsWith(text, "FATAL ERROR")) {
+            const std::lock_guard<std::mutex> lock(gLock);
+            gComplaints.emplace_back(text);
+        }
+        fputs(text, stream);
+        fflush(stream);
     }
     free(text);
     return length;
+}
+
+// The caller asks for the exception. The result is in the member that resultType says.
+jvalue callUnchecked(const std::string& name, const char* method, const JavaValues& arguments,
+                     const char* resultType) {
+    const jclass clazz = findClass(name);
+    const jmethodID id = ok(
+        gJni.GetStaticMethodID(env(), clazz, method, signatureOf(arguments, resultType).c_str()));
+    const std::vector<jvalue> values = valuesOf(arguments);
+    jvalue result = {};
+    switch (*resultType) {
+        case 'V':
+            gJni.CallStaticVoidMethodA(env(), clazz, id, values.data());
+            break;
+        case 'Z':
+            result.z = gJni.CallStaticBooleanMethodA(env(), clazz, id, values.data());
+            break;
+        default:
+            result.l = gJni.CallStaticObjectMethodA(env(), clazz, id, values.data());
+    }
+    return result;
 }
 
 template <typename... Args>
@@ -181,35 +163,28 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
     gJni = *env->functions;
 
     const LocalFrame frame;
-    const jclass urlClass = env->FindClass("java/net/URL");
-    const jmethodID newUrl = env->GetMethodID(urlClass, "<init>", "(Ljava/lang/String;)V");
-    std::vector<const char*> names = {"platform", "tests"};
+    gClass = static_cast<jclass>(env->NewGlobalRef(env->FindClass("java/lang/Class")));
+    gForName = env->GetStaticMethodID(
+        gClass, "forName", "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;");
+    std::vector<std::string> names = {"platform", "tests"};
     if (jar != nullptr) {
         names.push_back(jar);
     }
-    const jobjectArray urls =
-        env->NewObjectArray(static_cast<jsize>(names.size()), urlClass, nullptr);
-    for (size_t i = 0; i < names.size(); ++i) {
-        const std::string url = std::string("file:" DESK_JARS "/") + names[i] + ".jar";
-        jvalue text;
-        text.l = env->NewStringUTF(url.c_str());
-        env->SetObjectArrayElement(urls, static_cast<jsize>(i),
-                                   ok(env->NewObjectA(urlClass, newUrl, &text)));
-        ok(0);
+    JavaValue urls = {"[Ljava/net/URL;", {}};
+    const jsize count = static_cast<jsize>(names.size());
+    const jobjectArray array = env->NewObjectArray(count, findClass("java.net.URL"), nullptr);
+    for (jsize i = 0; i < count; ++i) {
+        const std::string url = "file:" DESK_JARS "/" + names[static_cast<size_t>(i)] + ".jar";
+        env->SetObjectArrayElement(array, i, newObject("java.net.URL", url));
     }
-    const jclass loaderClass = env->FindClass("java/net/URLClassLoader");
-    jvalue argument;
-    argument.l = urls;
-    gLoader = env->NewGlobalRef(ok(env->NewObjectA(
-        loaderClass, env->GetMethodID(loaderClass, "<init>", "([Ljava/net/URL;)V"), &argument)));
-    gLoadClass =
-        env->GetMethodID(loaderClass, "loadClass", "(Ljava/lang/String;)Ljava/lang/Class;");
+    urls.value.l = ok(array);
+    gLoader.l = env->NewGlobalRef(makeObject("java.net.URLClassLoader", {urls}));
 
-    for (EventTraits& event : gEvents) {
+    for (Callback* callback : {&gScan, &gLnb, &gFilter}) {
         const std::string name =
-            std::string(kServices) + "selector.connectmanager." + event.className;
-        event.clazz = findClass(name);
-        event.object = env->NewGlobalRef(makeObject(name, {}));
+            std::string(kServices) + "selector.connectmanager." + callback->name;
+        callback->clazz = static_cast<jclass>(env->NewGlobalRef(findClass(name)));
+        callback->object = env->NewGlobalRef(makeObject(name, {}));
     }
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
                                     reinterpret_cast<void*>(runFromJava)};
@@ -246,35 +221,21 @@ JNIEnv* env() {
 }
 
 bool loadLibrary() {
-    const JavaValues path = {toJava(DESK_BRIDGE)};
-    const jclass loader = findClass("desk.Loader");
-    const jmethodID load =
-        gJni.GetStaticMethodID(env(), loader, "load", signatureOf(path, "V").c_str());
-    gJni.CallStaticVoidMethodA(env(), loader, load, valuesOf(path).data());
+    const LocalFrame frame;
+    callUnchecked("desk.Loader", "load", {toJava(DESK_BRIDGE)}, "V");
     const bool loaded = !gJni.ExceptionCheck(env());
     if (!loaded) {
         gJni.ExceptionDescribe(env());
         gJni.ExceptionClear(env());
     }
-    deleteTemporaries(path);
     return loaded;
 }
 
 jint callFromJava(const std::function<jint()>& work) {
     tFromJava = &work;
-    const jclass clazz = findClass("tests.FromJava");
-    gJni.CallStaticVoidMethodA(env(), clazz, gJni.GetStaticMethodID(env(), clazz, "run", "()V"),
-                               nullptr);
+    callUnchecked("tests.FromJava", "run", {}, "V");
     gJni.ExceptionCheck(env());  // -Xcheck:jni wants to see that it is asked
     return tFromJavaResult;
-}
-
-Attached::Attached() {
-    void* env = nullptr;
-    gVm->AttachCurrentThread(&env, nullptr);
-}
-Attached::~Attached() {
-    gVm->DetachCurrentThread();
 }
 
 LocalFrame::LocalFrame() {
@@ -285,36 +246,9 @@ LocalFrame::~LocalFrame() {
 }
 
 jclass findClass(const std::string& name) {
-    const std::lock_guard<std::mutex> lock(gClassLock);
-    jclass& found = gClasses[name];
-    if (found == nullptr) {
-        const JavaValue argument = toJava(name);
-        const jobject local =
-            ok(gJni.CallObjectMethodA(env(), gLoader, gLoadClass, &argument.value));
-        found = static_cast<jclass>(gJni.NewGlobalRef(env(), local));
-        gJni.DeleteLocalRef(env(), local);
-        deleteTemporaries({argument});
-    }
-    return found;
-}
-
-// One for each Java type: its letters in a signature and its member of jvalue.
-#define DESK_TO_JAVA(Type, letters, member) \
-    JavaValue toJava(Type value) {          \
-        JavaValue result = {letters, {}};   \
-        result.value.member = value;        \
-        return result;                      \
-    }
-DESK_TO_JAVA(bool, "Z", z)
-DESK_TO_JAVA(jint, "I", i)
-DESK_TO_JAVA(jlong, "J", j)
-DESK_TO_JAVA(jobject, "Ljava/lang/Object;", l)
-DESK_TO_JAVA(jintArray, "[I", l)
-DESK_TO_JAVA(jbyteArray, "[B", l)
-#undef DESK_TO_JAVA
-
-JavaValue toJava(uint32_t value) {
-    return toJava(static_cast<jint>(value));
+    const jvalue arguments[] = {toJava(name).value, toJava(false).value, gLoader};
+    return static_cast<jclass>(
+        ok(gJni.CallStaticObjectMethodA(env(), gClass, gForName, arguments)));
 }
 
 JavaValue toJava(const std::string& value) {
@@ -322,51 +256,29 @@ JavaValue toJava(const std::string& value) {
 }
 
 JavaValue toJava(const char* value) {
-    JavaValue result = {"Ljava/lang/String;", {}, true};
+    JavaValue result = {"Ljava/lang/String;", {}};
     result.value.l = ok(gJni.NewStringUTF(env(), value));
     return result;
 }
 
-std::string fromJava(jstring text) {
-    const char* chars = gJni.GetStringUTFChars(env(), text, nullptr);
+std::string fromJava(jobject text) {
+    const jstring string = static_cast<jstring>(text);
+    const char* chars = gJni.GetStringUTFChars(env(), string, nullptr);
     std::string result = chars;
-    gJni.ReleaseStringUTFChars(env(), text, chars);
-    gJni.DeleteLocalRef(env(), text);
+    gJni.ReleaseStringUTFChars(env(), string, chars);
     return result;
 }
 
 jvalue callStaticMethod(const std::string& name, const char* method, const JavaValues& arguments,
                         const char* resultType) {
-    const jclass clazz = findClass(name);
-    const jmethodID id = ok(
-        gJni.GetStaticMethodID(env(), clazz, method, signatureOf(arguments, resultType).c_str()));
-    const std::vector<jvalue> values = valuesOf(arguments);
-    jvalue result = {};
-    switch (*resultType) {
-        case 'V':
-            gJni.CallStaticVoidMethodA(env(), clazz, id, values.data());
-            break;
-        case 'Z':
-            result.z = gJni.CallStaticBooleanMethodA(env(), clazz, id, values.data());
-            break;
-        case 'I':
-            result.i = gJni.CallStaticIntMethodA(env(), clazz, id, values.data());
-            break;
-        default:
-            result.l = gJni.CallStaticObjectMethodA(env(), clazz, id, values.data());
-    }
-    ok(0);
-    deleteTemporaries(arguments);
-    return result;
+    return ok(callUnchecked(name, method, arguments, resultType));
 }
 
 jobject makeObject(const std::string& name, const JavaValues& arguments) {
     const jclass clazz = findClass(name);
     const jmethodID id =
         ok(gJni.GetMethodID(env(), clazz, "<init>", signatureOf(arguments, "V").c_str()));
-    const jobject object = ok(gJni.NewObjectA(env(), clazz, id, valuesOf(arguments).data()));
-    deleteTemporaries(arguments);
-    return object;
+    return ok(gJni.NewObjectA(env(), clazz, id, valuesOf(arguments).data()));
 }
 
 jintArray newArray(const std::vector<jint>& values) {
@@ -384,19 +296,21 @@ jbyteArray newArray(const std::vector<jbyte>& values) {
 }
 
 jint reportEvent(Event event, const JavaValues& arguments) {
-    const EventTraits& traits = gEvents[static_cast<size_t>(event)];
-    const jmethodID id = ok(gJni.GetMethodID(env(), traits.clazz, traits.method,
-                                             signatureOf(arguments, traits.resultType).c_str()));
+    const bool ofFilter = event >= Event::kSection;
+    const Callback& callback = ofFilter ? gFilter : event >= Event::kLnb ? gLnb : gScan;
+    const std::string signature = signatureOf(arguments, ofFilter ? "V" : "I");
+    const jmethodID id =
+        ok(gJni.GetMethodID(env(), callback.clazz, methodOf(event), signature.c_str()));
     const std::vector<jvalue> values = valuesOf(arguments);
-    if (*traits.resultType == 'I') {
-        return ok(gJni.CallIntMethodA(env(), traits.object, id, values.data()));
+    if (!ofFilter) {
+        return ok(gJni.CallIntMethodA(env(), callback.object, id, values.data()));
     }
-    gJni.CallVoidMethodA(env(), traits.object, id, values.data());
+    gJni.CallVoidMethodA(env(), callback.object, id, values.data());
     return ok(0);
 }
 
 const char* methodOf(Event event) {
-    return gEvents[static_cast<size_t>(event)].method;
+    return kEventMethods[static_cast<size_t>(event)];
 }
 
 void registerCountingCallbacks(uint32_t h_pipeline) {
@@ -418,44 +332,13 @@ void registerCountingCallbacks(uint32_t h_pipeline) {
 }
 
 int takeHeard() {
-    const int heard = tHeard;
-    tHeard = 0;
-    return heard;
+    return std::exchange(tHeard, 0);
 }
 
-void resetModel() {
-    callStatic("tests.ScriptedModel", "reset");
-}
-
-void scriptThrows(const std::string& method) {
-    callStatic("tests.ScriptedModel", "throwsException", method);
-}
-
-void scriptSection(const std::vector<jbyte>& bytes) {
-    const LocalFrame frame;
-    callStatic("tests.ScriptedModel", "section", newArray(bytes));
-}
-
-void scriptHold(const std::string& method) {
-    callStatic("tests.ScriptedModel", "hold", method);
-}
-
-bool awaitHeld(const std::string& method) {
-    return callStatic<bool>("tests.ScriptedModel", "awaitHeld", method);
-}
-
-void scriptRelease(const std::string& method) {
-    callStatic("tests.ScriptedModel", "release", method);
-}
-
-std::string takeCalls() {
-    return callStatic<std::string>("tests.ScriptedModel", "takeCalls");
-}
-
-Pipeline::Pipeline(const std::string& name) {
+Pipeline::Pipeline() {
     const LocalFrame frame;
     mObject = gJni.NewGlobalRef(
-        env(), newObject(std::string(kServices) + "pipeline.PipelineHandler", name));
+        env(), newObject(std::string(kServices) + "pipeline.PipelineHandler", "tv"));
     mWeak = gJni.NewWeakGlobalRef(env(), mObject);
     handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
 }

@@ -27,8 +27,8 @@ constexpr char kSmallHeap[] = "-Xmx128m";
 JNIEnv* startVm(const std::vector<std::string>& options, const char* jar = nullptr);
 // Destroys it, if there is one, on the thread that started it. What is left then has leaked.
 void stopVm();
-// What the virtual machine complained of since the last time, with Java's stack. Each complaint is
-// printed too, unless tolerates returns true on the thread that it is about.
+// What the virtual machine complained of since the last time. Each complaint is printed too, with
+// Java's stack. On a thread on which tolerates returns true it is neither kept nor printed.
 std::vector<std::string> takeComplaints();
 void tolerateComplaints(bool (*tolerates)());
 JavaVM* vm();
@@ -43,10 +43,13 @@ jint callFromJava(const std::function<jint()>& work);
 // Keeps the calling thread attached.
 class Attached {
   public:
-    Attached();
-    ~Attached();
+    Attached() { vm()->AttachCurrentThread(&mEnv, nullptr); }
+    ~Attached() { vm()->DetachCurrentThread(); }
     Attached(const Attached&) = delete;
     Attached& operator=(const Attached&) = delete;
+
+  private:
+    void* mEnv = nullptr;
 };
 
 // Deletes at its end the local references that the calling thread made since.
@@ -60,57 +63,50 @@ class LocalFrame {
 
 // --- Java's methods: the JNI signature follows from the C++ types ---
 
-// A class of the child class loader, for example "tests.ScriptedModel"; never deleted.
+// A class of the child class loader, for example "tests.ScriptedModel". A local reference.
 jclass findClass(const std::string& name);
 
 struct JavaValue {
     const char* type;
     jvalue value;
-    bool temporary = false;  // a local reference that ends with the call
 };
-JavaValue toJava(bool value);
-JavaValue toJava(jint value);
-JavaValue toJava(uint32_t value);  // a handle
-JavaValue toJava(jlong value);
-JavaValue toJava(const std::string& value);
-JavaValue toJava(const char* value);
-JavaValue toJava(jobject value);
-JavaValue toJava(jintArray value);
-JavaValue toJava(jbyteArray value);
-std::string fromJava(jstring text);  // deletes the reference
-
-template <typename Result>
-struct JavaResult;
-template <>
-struct JavaResult<void> {
-    static constexpr const char* kType = "V";
-    static void from(jvalue) {}
-};
-template <>
-struct JavaResult<bool> {
-    static constexpr const char* kType = "Z";
-    static bool from(jvalue result) { return result.z == JNI_TRUE; }
-};
-template <>
-struct JavaResult<jint> {
-    static constexpr const char* kType = "I";
-    static jint from(jvalue result) { return result.i; }
-};
-template <>
-struct JavaResult<std::string> {
-    static constexpr const char* kType = "Ljava/lang/String;";
-    static std::string from(jvalue result) { return fromJava(static_cast<jstring>(result.l)); }
-};
-
 using JavaValues = std::vector<JavaValue>;
+
+// One for each Java type: its letters in a signature and its member of jvalue.
+#define DESK_TO_JAVA(Type, letters, member)                                      \
+    inline JavaValue toJava(Type value) {                                        \
+        JavaValue result = {letters, {}};                                        \
+        result.value.member = static_cast<decltype(result.value.member)>(value); \
+        return result;                                                           \
+    }
+DESK_TO_JAVA(bool, "Z", z)
+DESK_TO_JAVA(jint, "I", i)
+DESK_TO_JAVA(uint32_t, "I", i)  // a handle
+DESK_TO_JAVA(jlong, "J", j)
+DESK_TO_JAVA(jobject, "Ljava/lang/Object;", l)
+DESK_TO_JAVA(jintArray, "[I", l)
+DESK_TO_JAVA(jbyteArray, "[B", l)
+#undef DESK_TO_JAVA
+JavaValue toJava(const std::string& value);  // a local reference
+JavaValue toJava(const char* value);         // a local reference
+std::string fromJava(jobject text);
+
 jvalue callStaticMethod(const std::string& clazz, const char* method, const JavaValues& arguments,
                         const char* resultType);
 jobject makeObject(const std::string& clazz, const JavaValues& arguments);
 
+// Result: void, bool or std::string.
 template <typename Result = void, typename... Args>
 Result callStatic(const std::string& clazz, const char* method, const Args&... args) {
-    return JavaResult<Result>::from(
-        callStaticMethod(clazz, method, {toJava(args)...}, JavaResult<Result>::kType));
+    const LocalFrame frame;
+    const JavaValues arguments = {toJava(args)...};
+    if constexpr (std::is_same_v<Result, bool>) {
+        return callStaticMethod(clazz, method, arguments, "Z").z == JNI_TRUE;
+    } else if constexpr (std::is_same_v<Result, std::string>) {
+        return fromJava(callStaticMethod(clazz, method, arguments, "Ljava/lang/String;").l);
+    } else {
+        callStaticMethod(clazz, method, arguments, "V");
+    }
 }
 
 // Returns a local reference.
@@ -121,29 +117,31 @@ jobject newObject(const std::string& clazz, const Args&... args) {
 jintArray newArray(const std::vector<jint>& values);
 jbyteArray newArray(const std::vector<jbyte>& values);
 
-// --- Events, as Java reports them: name, class after the package, method ---
+// --- Events, as Java reports them: name and method ---
 
-#define DESK_EVENTS(EVENT)                                                               \
-    EVENT(kLocked, "ZytTvInnerScanCallback", "notifyScanOnLocked", jint)                 \
-    EVENT(kStopped, "ZytTvInnerScanCallback", "notifyScanOnScanStopped", jint)           \
-    EVENT(kProgress, "ZytTvInnerScanCallback", "notifyScanOnProgress", jint)             \
-    EVENT(kFrequencies, "ZytTvInnerScanCallback", "notifyScanOnFrequenciesReport", jint) \
-    EVENT(kSymbolRates, "ZytTvInnerScanCallback", "notifyScanOnSymbolRates", jint)       \
-    EVENT(kPlpIds, "ZytTvInnerScanCallback", "notifyScanOnPlpIds", jint)                 \
-    EVENT(kGroupIds, "ZytTvInnerScanCallback", "notifyScanOnGroupIds", jint)             \
-    EVENT(kStreamIds, "ZytTvInnerScanCallback", "notifyScanOnInputStreamIds", jint)      \
-    EVENT(kDvbsStandard, "ZytTvInnerScanCallback", "notifyScanOnDvbsStandard", jint)     \
-    EVENT(kDvbtStandard, "ZytTvInnerScanCallback", "notifyScanOnDvbtStandard", jint)     \
-    EVENT(kHierarchy, "ZytTvInnerScanCallback", "notifyScanOnHierarchy", jint)           \
-    EVENT(kSignalType, "ZytTvInnerScanCallback", "notifyScanOnSignalType", jint)         \
-    EVENT(kLnb, "ZytTvInnerLnbCallback", "notifyLnbEvent", jint)                         \
-    EVENT(kDiseqc, "ZytTvInnerLnbCallback", "onDiseqcMessage", jint)                     \
-    EVENT(kSection, "ZytTvInnerFilterCallback", "nativeFilterSectionEvent", void)        \
-    EVENT(kRestart, "ZytTvInnerFilterCallback", "nativeFilterRestartEvent", void)        \
-    EVENT(kFilterStatus, "ZytTvInnerFilterCallback", "nativeFilterStatusChanged", void)
+// The methods from kLnb on are of the LNB callback, from kSection on of the filter callback, and
+// those before of the scan callback.
+#define DESK_EVENTS(EVENT)                               \
+    EVENT(kLocked, "notifyScanOnLocked")                 \
+    EVENT(kStopped, "notifyScanOnScanStopped")           \
+    EVENT(kProgress, "notifyScanOnProgress")             \
+    EVENT(kFrequencies, "notifyScanOnFrequenciesReport") \
+    EVENT(kSymbolRates, "notifyScanOnSymbolRates")       \
+    EVENT(kPlpIds, "notifyScanOnPlpIds")                 \
+    EVENT(kGroupIds, "notifyScanOnGroupIds")             \
+    EVENT(kStreamIds, "notifyScanOnInputStreamIds")      \
+    EVENT(kDvbsStandard, "notifyScanOnDvbsStandard")     \
+    EVENT(kDvbtStandard, "notifyScanOnDvbtStandard")     \
+    EVENT(kHierarchy, "notifyScanOnHierarchy")           \
+    EVENT(kSignalType, "notifyScanOnSignalType")         \
+    EVENT(kLnb, "notifyLnbEvent")                        \
+    EVENT(kDiseqc, "onDiseqcMessage")                    \
+    EVENT(kSection, "nativeFilterSectionEvent")          \
+    EVENT(kRestart, "nativeFilterRestartEvent")          \
+    EVENT(kFilterStatus, "nativeFilterStatusChanged")
 
 enum class Event {
-#define DESK_EVENT_NAME(name, clazz, method, result) name,
+#define DESK_EVENT_NAME(name, method) name,
     DESK_EVENTS(DESK_EVENT_NAME)
 #undef DESK_EVENT_NAME
 };
@@ -161,28 +159,43 @@ int takeHeard();  // events that reached them on the calling thread since the la
 
 // --- The scripted device model, see tests.ScriptedModel ---
 
-void resetModel();  // puts it in force; it then answers nothing and remembers nothing
+// Puts it in force; it then answers nothing and remembers nothing.
+inline void resetModel() {
+    callStatic("tests.ScriptedModel", "reset");
+}
 // value: a number, a truth value, or an object or null.
 template <typename Value>
 void scriptReturns(const std::string& method, const Value& value) {
-    if constexpr (std::is_convertible_v<Value, jobject>) {
-        callStatic("tests.ScriptedModel", "returns", method, static_cast<jobject>(value));
-    } else {
-        callStatic("tests.ScriptedModel", "returns", method, value);
-    }
+    using Given = std::conditional_t<std::is_convertible_v<Value, jobject>, jobject, Value>;
+    callStatic("tests.ScriptedModel", "returns", method, static_cast<Given>(value));
 }
-void scriptThrows(const std::string& method);
-void scriptSection(const std::vector<jbyte>& bytes);  // what onRead puts into its buffer
+inline void scriptThrows(const std::string& method) {
+    const LocalFrame frame;
+    scriptReturns(method, newObject("java.lang.IllegalStateException", "scripted: " + method));
+}
+// What onRead puts into its buffer.
+inline void scriptSection(const std::vector<jbyte>& bytes) {
+    const LocalFrame frame;
+    scriptReturns("section", newArray(bytes));
+}
 // The method waits from scriptHold to scriptRelease; awaitHeld returns when a call has come.
-void scriptHold(const std::string& method);
-bool awaitHeld(const std::string& method);
-void scriptRelease(const std::string& method);
-std::string takeCalls();
+inline void scriptHold(const std::string& method) {
+    callStatic("tests.ScriptedModel", "hold", method);
+}
+inline bool awaitHeld(const std::string& method) {
+    return callStatic<bool>("tests.ScriptedModel", "awaitHeld", method);
+}
+inline void scriptRelease(const std::string& method) {
+    callStatic("tests.ScriptedModel", "release", method);
+}
+inline std::string takeCalls() {
+    return callStatic<std::string>("tests.ScriptedModel", "takeCalls");
+}
 
 // A pipeline as another component of the device makes it.
 class Pipeline {
   public:
-    explicit Pipeline(const std::string& name = "tv");
+    Pipeline();
     ~Pipeline();
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;

@@ -58,8 +58,8 @@ std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
         return "[4096 bytes]";
     }
     const desk::JavaValues array = {{type[1] == 'B' ? "[B" : "[I", argument}};
-    return desk::JavaResult<std::string>::from(desk::callStaticMethod(
-        "java.util.Arrays", "toString", array, desk::JavaResult<std::string>::kType));
+    return desk::fromJava(
+        desk::callStaticMethod("java.util.Arrays", "toString", array, "Ljava/lang/String;").l);
 }
 
 void noteCall(JNIEnv* env, jmethodID method, const jvalue* arguments) {

@@ -2,16 +2,14 @@
 
 #include <desk/basic_faults.h>
 
+#include <array>
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <ostream>
-#include <tuple>
+#include <set>
 #include <utility>
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
@@ -22,96 +20,86 @@ namespace desk {
 
 namespace {
 
-constexpr unsigned bit(Failure failure) {
-    return 1u << static_cast<unsigned>(failure);
-}
-constexpr unsigned kNever = 0;
-constexpr unsigned kFails = bit(Failure::kNull);
-constexpr unsigned kThrows = bit(Failure::kThrows);
-constexpr unsigned kFailsOrThrows = kFails | kThrows;
-constexpr unsigned kFailsOrIsEmpty = kFails | bit(Failure::kEmpty);
-constexpr unsigned kFailsOrKeeps = kFails | bit(Failure::kKeeps);
+using Ways = std::vector<Failure>;
+const Ways kNever = {};
+const Ways kFails = {Failure::kNull};
+const Ways kThrows = {Failure::kThrows};
+const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
+const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
+const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
 
 constexpr unsigned kWhilePending = 1;  // JNI allows it with a Java exception pending
 constexpr unsigned kEntersJava = 2;
 
-// What a call that succeeds adds to the resource counts.
-struct Effect {
-    int globalRefs;
-    int localRefs;
-    int elements;
-};
-constexpr Effect kNoEffect = {};
-constexpr Effect kMakesGlobalRef = {1, 0, 0};
-constexpr Effect kDeletesGlobalRef = {-1, 0, 0};
-constexpr Effect kMakesLocalRef = {0, 1, 0};
-constexpr Effect kDeletesLocalRef = {0, -1, 0};
-constexpr Effect kTakesElements = {0, 0, 1};
-constexpr Effect kReleasesElements = {0, 0, -1};
+std::atomic<int> gGlobalRefs;
+std::atomic<int> gLocalRefs;
+std::atomic<int> gElements;
+std::atomic<int> gAttachments;
+std::atomic<int> gAttachCount;
+std::array<std::atomic<int>, 3> gReleases;  // by mode: 0, JNI_COMMIT, JNI_ABORT
 
+constexpr std::atomic<int>* kNoCount = nullptr;
+
+// Never destroyed, as what follows: threads may still call at the end of the process.
 struct CallTraits {
     const char* name;
-    unsigned ways;
+    Ways ways;
     unsigned properties;
-    Effect effect;
+    std::atomic<int>* count;
+    int change;
 };
-constexpr CallTraits kTraits[] = {
-#define DESK_JNI_TRAITS(name, ways, properties, effect) {#name, ways, properties, effect},
-#define DESK_OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoEffect},
-    DESK_CALLS(DESK_JNI_TRAITS, DESK_OTHER_TRAITS)
-#undef DESK_JNI_TRAITS
-#undef DESK_OTHER_TRAITS
-};
+const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
+#define DESK_JNI_TRAITS(name, ways, properties, ...) {#name, ways, properties, __VA_ARGS__},
+#define DESK_OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoCount, 0},
+    DESK_CALLS(DESK_JNI_TRAITS, DESK_OTHER_TRAITS)};
 
-constexpr const CallTraits& traits(Call call) {
-    return kTraits[static_cast<size_t>(call)];
+const CallTraits& traits(Call call) {
+    return gTraits[static_cast<size_t>(call)];
 }
 
 const JNINativeInterface_* gRealTable;
 JNINativeInterface_ gWatchedTable;
 thread_local bool tWatching;
 thread_local jmethodID tLastMethod;  // the Java method that the library called last
-std::atomic<int> gGlobalRefs;
-std::atomic<int> gLocalRefs;
-std::atomic<int> gElements;
-std::atomic<int> gAttachments;
-std::atomic<int> gAttachCount;
-std::atomic<int> gCopiedBack;
-std::atomic<int> gAborted;
-std::atomic<int> gOtherReleases;
 
+// Which call fails, and how.
 struct Fault {
-    std::atomic<int> callsUntilFault;  // 0: none; below: every call fails
-    std::atomic<Failure> failure;
-    std::string name;  // of the class or method; empty: by count
+    std::optional<Call> call;  // none: any
+    std::string name;          // of a class or method; empty: any
+    size_t nth;                // such call from now on; 0: each
+    Failure failure;
 };
 
-constexpr size_t kNone = SIZE_MAX;
-
-// Never destroyed: threads may still call at the end of the process.
 struct State {
-    Fault faults[std::size(kTraits)];
-    std::atomic<bool> recording{false};
-    std::mutex lock;  // of what follows
+    std::atomic<bool> noting{false};  // recording, or a fault is set
+    std::mutex lock;                  // of what follows
+    bool recording = false;
     std::vector<Point> points;
     std::vector<std::string> breaches;
-    size_t failAt = kNone;
-    Failure failure;
+    std::optional<Fault> fault;
+    size_t met = 0;  // calls that the fault is about
     std::map<jmethodID, std::string> methods;
 };
 State& gState = *new State();
 
-void watchEnv(JNIEnv* env, bool watching) {
-    env->functions = watching ? &gWatchedTable : gRealTable;
+void setFault(const std::optional<Fault>& fault) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.fault = fault;
+    gState.met = 0;
+    gState.noting = gState.recording || fault;
 }
 
-void setWatching(bool watching) {
-    if (tWatching != watching) {
-        tWatching = watching;
-        void* env = nullptr;
-        if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
-            watchEnv(static_cast<JNIEnv*>(env), watching);
-        }
+bool hits(const Fault& fault, const Point& point) {
+    return fault.call.value_or(point.call) == point.call &&
+           (fault.name.empty() || fault.name == point.name) &&
+           (++gState.met == fault.nth || fault.nth == 0);
+}
+
+// Lets the calling thread see the function table that it is to see.
+void setTable() {
+    void* env = nullptr;
+    if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
+        static_cast<JNIEnv*>(env)->functions = tWatching ? &gWatchedTable : gRealTable;
     }
 }
 
@@ -125,31 +113,44 @@ std::string methodName(jmethodID id) {
     return method != gState.methods.end() ? method->second : std::string();
 }
 
-// Notes a call, and says how it is to fail, if it is.
-std::optional<Failure> noteCall(Call call, JNIEnv* env, const char* lookup, jmethodID method) {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.points.push_back({call, lookup != nullptr ? lookup : methodName(method)});
-    if (env != nullptr && (traits(call).properties & kWhilePending) == 0 &&
-        gRealTable->ExceptionCheck(env)) {
-        gState.breaches.push_back(std::string(name(call)) + " " + gState.points.back().name);
-    }
-    return gState.points.size() - 1 == gState.failAt ? std::optional(gState.failure) : std::nullopt;
-}
+// What a JNI call is about, from its arguments.
+struct Subject {
+    const char* lookup = nullptr;  // the name that is looked up or registered
+    jmethodID method = nullptr;    // the Java method that is called
+    jobject object = nullptr;
+    jint mode = 0;  // of a release
+
+    // What the virtual machine complains of until here is about the method called before.
+    ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
+
+    void take(const char* name) { lookup = lookup != nullptr ? lookup : name; }
+    void take(const JNINativeMethod* methods) { lookup = methods->name; }
+    void take(jmethodID id) { method = id; }
+    void take(jobject argument) { object = argument; }
+    void take(jint argument) { mode = argument; }
+    void take(...) {}
+};
 
 // How this call is to fail; a Java exception is then pending if that is how.
-std::optional<Failure> intercept(Call call, JNIEnv* env, const char* lookup = nullptr,
-                                 jmethodID method = nullptr) {
-    if (!tWatching) {
+std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject& subject = {}) {
+    if (!tWatching || !gState.noting) {
         return std::nullopt;
     }
-    Fault& fault = gState.faults[static_cast<size_t>(call)];
     std::optional<Failure> result;
-    if (gState.recording) {
-        result = noteCall(call, env, lookup, method);
-    }
-    if ((lookup != nullptr && fault.name == lookup) || fault.callsUntilFault < 0 ||
-        (fault.callsUntilFault > 0 && --fault.callsUntilFault == 0)) {
-        result = fault.failure;
+    {
+        const std::lock_guard<std::mutex> lock(gState.lock);
+        const Point point = {
+            call, subject.lookup != nullptr ? subject.lookup : methodName(subject.method)};
+        if (gState.recording) {
+            gState.points.push_back(point);
+            if (env != nullptr && (traits(call).properties & kWhilePending) == 0 &&
+                gRealTable->ExceptionCheck(env)) {
+                gState.breaches.push_back(std::string(name(call)) + " " + point.name);
+            }
+        }
+        if (gState.fault && hits(*gState.fault, point)) {
+            result = gState.fault->failure;
+        }
     }
     if (result == Failure::kThrows) {
         throwException(env);
@@ -159,49 +160,18 @@ std::optional<Failure> intercept(Call call, JNIEnv* env, const char* lookup = nu
 
 // --- The function table ---
 
-void account(Call call) {
-    const Effect& effect = traits(call).effect;
-    gGlobalRefs += effect.globalRefs;
-    gLocalRefs += effect.localRefs;
-    gElements += effect.elements;
-}
-
-// Only without JNI_COMMIT do the elements end.
-void accountRelease(Call call, jint mode) {
-    ++(mode == 0 ? gCopiedBack : mode == JNI_ABORT ? gAborted : gOtherReleases);
-    if (mode == 0 || mode == JNI_ABORT) {
-        account(call);
+void account(Call call, jint mode) {
+    const CallTraits& made = traits(call);
+    if (made.count == &gElements && made.change < 0) {
+        ++gReleases.at(static_cast<size_t>(mode));
+        if (mode == JNI_COMMIT) {
+            return;
+        }
+    }
+    if (made.count != kNoCount) {
+        *made.count += made.change;
     }
 }
-
-// The first argument that is what is asked for, or null: the name that is looked up or registered,
-// the Java method that is called.
-const char* find(const char* name, const char*) {
-    return name;
-}
-const char* find(const JNINativeMethod* methods, const char*) {
-    return methods->name;
-}
-jmethodID find(jmethodID id, jmethodID) {
-    return id;
-}
-template <typename Other, typename Wanted>
-Wanted find(Other, Wanted) {
-    return nullptr;
-}
-template <typename Wanted, typename... Args>
-Wanted firstOf(Args... args) {
-    Wanted result = nullptr;
-    ((result = result != nullptr ? result : find(args, Wanted())), ...);
-    return result;
-}
-
-// Notes at its end that the library has called a Java method. What the virtual machine complains of
-// before is about the method called last.
-struct NoteMethod {
-    jmethodID method;
-    ~NoteMethod() { tLastMethod = method != nullptr ? method : tLastMethod; }
-};
 
 template <auto member, Call call>
 struct Hook;
@@ -210,10 +180,9 @@ template <typename Result, typename... Args,
           Result (JNICALL* JNINativeInterface_::*member)(JNIEnv*, Args...), Call call>
 struct Hook<member, call> {
     static Result JNICALL run(JNIEnv* env, Args... args) {
-        const char* lookup = firstOf<const char*>(args...);
-        const jmethodID method = firstOf<jmethodID>(args...);
-        const NoteMethod noteMethod = {method};
-        if (intercept(call, env, lookup, method)) {
+        Subject subject;
+        (subject.take(args), ...);
+        if (intercept(call, env, subject)) {
             if constexpr (call == Call::RegisterNatives) {
                 return JNI_ERR;
             } else {
@@ -222,21 +191,17 @@ struct Hook<member, call> {
         }
         if constexpr (std::is_void_v<Result>) {
             callReal(env, args...);
-            if constexpr (traits(call).effect.elements != 0) {
-                accountRelease(call, std::get<sizeof...(Args) - 1>(std::tuple(args...)));
-            } else if (std::get<0>(std::tuple(args..., nullptr)) != nullptr) {
-                account(call);
+            if (subject.object != nullptr) {
+                account(call, subject.mode);
             }
         } else {
             const Result result = callReal(env, args...);
-            if constexpr (std::is_pointer_v<Result>) {
-                if (result != nullptr) {
-                    account(call);
-                }
+            if (result != Result()) {
+                account(call, 0);
             }
-            if constexpr (call == Call::GetMethodID) {
+            if constexpr (std::is_same_v<Result, jmethodID>) {
                 const std::lock_guard<std::mutex> lock(gState.lock);
-                gState.methods[result] = lookup;
+                gState.methods[result] = subject.lookup;
             }
             return result;
         }
@@ -249,26 +214,11 @@ struct Hook<member, call> {
     }
 };
 
-// Stands for every function that is not in the list.
-template <size_t index>
-void* notWatched() {
-    fprintf(stderr, "the library calls entry %zu of the JNI function table, which is not watched\n",
-            index);
-    abort();
-}
-
-constexpr size_t kEntries = sizeof(JNINativeInterface_) / sizeof(void*);
-
-template <size_t... index>
-void fillTable(std::index_sequence<index...>) {
-    void* const functions[] = {reinterpret_cast<void*>(notWatched<index>)...};
-    static_assert(sizeof(functions) == sizeof(gWatchedTable));
-    memcpy(&gWatchedTable, functions, sizeof(functions));
+// What is not in the list stays null.
+void fillTable() {
 #define DESK_HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
 #define DESK_NO_HOOK(...)
     DESK_CALLS(DESK_HOOK, DESK_NO_HOOK)
-#undef DESK_HOOK
-#undef DESK_NO_HOOK
 }
 
 // --- The invocation interface ---
@@ -276,7 +226,7 @@ void fillTable(std::index_sequence<index...>) {
 thread_local bool tAttachedBefore;
 
 jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
-    const std::optional<Failure> failure = intercept(Call::GetEnv, nullptr);
+    const std::optional<Failure> failure = intercept(Call::GetEnv);
     if (failure) {
         *env = nullptr;
         return failure == Failure::kEmpty ? JNI_OK : JNI_EDETACHED;
@@ -285,7 +235,7 @@ jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
 }
 
 jint JNICALL attachHook(JavaVM*, void** env, void* args) {
-    const std::optional<Failure> failure = intercept(Call::AttachCurrentThread, nullptr);
+    const std::optional<Failure> failure = intercept(Call::AttachCurrentThread);
     if (failure) {
         *env = nullptr;
         return failure == Failure::kEmpty ? JNI_OK : JNI_ERR;
@@ -294,7 +244,7 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
     tAttachedBefore = vm()->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
     const jint result = vm()->AttachCurrentThread(env, args);
     if (result == JNI_OK) {
-        watchEnv(static_cast<JNIEnv*>(*env), tWatching);
+        setTable();
         ++gAttachments;
         ++gAttachCount;
     }
@@ -303,25 +253,20 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
 
 jint JNICALL detachHook(JavaVM*) {
     void* env = nullptr;
-    const bool attached = vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK;
+    vm()->GetEnv(&env, JNI_VERSION_1_4);
     const std::optional<Failure> failure =
         intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
     --gAttachments;
+    const Watch unwatched(false);
     // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
-    if (tAttachedBefore) {
-        return failure ? JNI_ERR : JNI_OK;
-    }
-    if (attached) {
-        watchEnv(static_cast<JNIEnv*>(env), false);
-    }
-    const jint result = vm()->DetachCurrentThread();
+    const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
     return failure ? JNI_ERR : result;
 }
 
 int32_t serviceHook(desk_service_t service) {
     const auto call =
         static_cast<Call>(static_cast<int>(Call::handle_alloc) + static_cast<int>(service));
-    const std::optional<Failure> failure = intercept(call, nullptr);
+    const std::optional<Failure> failure = intercept(call);
     return !failure                     ? 0
            : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
            : failure == Failure::kKeeps ? DESK_KEEP_TAKEN
@@ -340,63 +285,48 @@ const char* name(Call call) {
 }
 
 const char* name(Failure failure) {
-    return failure == Failure::kNull     ? "fails"
-           : failure == Failure::kThrows ? "throws"
-           : failure == Failure::kKeeps  ? "does not release"
-                                         : "gives nothing";
+    static constexpr const char* kNames[] = {"fails", "throws", "gives nothing",
+                                             "does not release"};
+    return kNames[static_cast<size_t>(failure)];
 }
 
 std::vector<Failure> waysToFail(Call call) {
-    std::vector<Failure> ways;
-    for (const Failure failure :
-         {Failure::kNull, Failure::kThrows, Failure::kEmpty, Failure::kKeeps}) {
-        if ((traits(call).ways & bit(failure)) != 0) {
-            ways.push_back(failure);
-        }
-    }
-    return ways;
+    return traits(call).ways;
 }
 
 void failCall(Call call, int nth, Failure failure) {
-    Fault& fault = gState.faults[static_cast<size_t>(call)];
-    fault.failure = failure;
-    fault.callsUntilFault = nth;
+    setFault(Fault{call, "", static_cast<size_t>(nth), failure});
 }
 
 void failEvery(Call call, Failure failure) {
-    failCall(call, -1, failure);
+    setFault(Fault{call, "", 0, failure});
 }
 
 void failLookup(Call call, const std::string& name) {
-    Fault& fault = gState.faults[static_cast<size_t>(call)];
-    fault.failure = Failure::kNull;
-    fault.name = name;
+    setFault(Fault{call, name, 0, Failure::kNull});
 }
 
 void failNothing() {
-    for (Fault& fault : gState.faults) {
-        fault.callsUntilFault = 0;
-        fault.name.clear();
-    }
+    setFault(std::nullopt);
     desk_fail_none();
 }
 
 void record() {
-    recordAndFail(kNone, Failure::kNull);
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.points.clear();
+    gState.recording = gState.noting = true;
 }
 
 void recordAndFail(size_t point, Failure failure) {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.points.clear();
-    gState.failAt = point;
-    gState.failure = failure;
-    gState.recording = true;
+    record();
+    setFault(Fault{std::nullopt, "", point + 1, failure});
 }
 
 std::vector<Point> recorded() {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.recording = false;
-    return std::move(gState.points);
+    gState.recording = gState.noting = false;
+    gState.fault.reset();
+    return std::exchange(gState.points, {});
 }
 
 std::vector<std::string> takeBreaches() {
@@ -405,19 +335,16 @@ std::vector<std::string> takeBreaches() {
 }
 
 bool isNeglected(const std::string& javaMethod) {
-    for (const char* method : {"setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
-                               "onStop", "onFlush", "onRead", "onSetSectionConfig"}) {
-        if (javaMethod == method) {
-            return true;
-        }
-    }
-    return false;
+    static const auto& kMethods = *new std::set<std::string>{
+        "setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
+        "onStop",          "onFlush",      "onRead",        "onSetSectionConfig"};
+    return kMethods.count(javaMethod) != 0;
 }
 
 JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
     JNIEnv* env = startVm(options);
     gRealTable = env->functions;
-    fillTable(std::make_index_sequence<kEntries>());
+    fillTable();
     tolerateComplaints(toleratesComplaint);
     watchServices();
     keepLog();
@@ -429,23 +356,18 @@ void watchServices() {
 }
 
 jint loadWatchedLibrary() {
-    return callFromJava([] { return bridge([] { return JNI_OnLoad(watchedVm(), nullptr); }); });
-}
-
-JavaVM* watchedVm() {
     static JNIInvokeInterface_ table = *vm()->functions;
     table.GetEnv = getEnvHook;
     table.AttachCurrentThread = attachHook;
     table.DetachCurrentThread = detachHook;
     static JavaVM_ watched = {&table};
-    return &watched;
+    const Watch unwatched(false);  // on the way to the entry
+    return callFromJava([] { return bridge([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
 bool ResourceCounts::operator==(const ResourceCounts& other) const {
-    return globalRefs == other.globalRefs && localRefs == other.localRefs &&
-           elements == other.elements && attachments == other.attachments &&
-           handles == other.handles && semaphores == other.semaphores && blocks == other.blocks &&
-           peers == other.peers && badFrees == other.badFrees;
+    static_assert(std::has_unique_object_representations_v<ResourceCounts>);
+    return memcmp(this, &other, sizeof(other)) == 0;
 }
 
 std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts) {
@@ -466,14 +388,16 @@ int attachCount() {
 }
 
 Releases takeReleases() {
-    return {gCopiedBack.exchange(0), gAborted.exchange(0), gOtherReleases.exchange(0)};
+    return {gReleases[0].exchange(0), gReleases[JNI_ABORT].exchange(0),
+            gReleases[JNI_COMMIT].exchange(0)};
 }
 
-Watch::Watch(bool watching) : mBefore(tWatching) {
-    setWatching(watching);
+Watch::Watch(bool watching) : mBefore(std::exchange(tWatching, watching)) {
+    setTable();
 }
 Watch::~Watch() {
-    setWatching(mBefore);
+    tWatching = mBefore;
+    setTable();
 }
 
 }  // namespace desk

@@ -1,6 +1,6 @@
 // What the library asks of the virtual machine and of the middleware's services, watched call by
 // call: counted, and made to fail on demand. A watched thread sees a function table of its own, with
-// the JNI functions below; a call of any other ends the process, so that none goes unwatched.
+// the JNI functions below; any other is null there, and its call ends the process: none goes unwatched.
 
 #ifndef TESTS_WATCH_H
 #define TESTS_WATCH_H
@@ -15,48 +15,49 @@
 
 namespace desk {
 
-// Every call that the library makes: JNI functions with their ways to fail, properties and effect on
-// the resource counts; then the invocation interface and, in the order of desk_service_t, the
-// services. IsSameObject and the array regions never fail: the library sets whole arrays.
-#define DESK_CALLS(JNI, OTHER)                                              \
-    JNI(FindClass, kFailsOrThrows, kEntersJava, kMakesLocalRef)             \
-    JNI(GetMethodID, kFailsOrThrows, kEntersJava, kNoEffect)                \
-    JNI(RegisterNatives, kFailsOrThrows, 0, kNoEffect)                      \
-    JNI(NewGlobalRef, kFailsOrThrows, 0, kMakesGlobalRef)                   \
-    JNI(DeleteGlobalRef, kNever, kWhilePending, kDeletesGlobalRef)          \
-    JNI(NewLocalRef, kFailsOrThrows, 0, kMakesLocalRef)                     \
-    JNI(DeleteLocalRef, kNever, kWhilePending, kDeletesLocalRef)            \
-    JNI(IsSameObject, kNever, 0, kNoEffect)                                 \
-    JNI(NewObjectA, kFailsOrThrows, kEntersJava, kMakesLocalRef)            \
-    JNI(CallVoidMethodA, kThrows, kEntersJava, kNoEffect)                   \
-    JNI(CallBooleanMethodA, kThrows, kEntersJava, kNoEffect)                \
-    JNI(CallIntMethodA, kThrows, kEntersJava, kNoEffect)                    \
-    JNI(CallLongMethodA, kThrows, kEntersJava, kNoEffect)                   \
-    JNI(CallObjectMethodA, kFailsOrThrows, kEntersJava, kMakesLocalRef)     \
-    JNI(NewByteArray, kFailsOrThrows, 0, kMakesLocalRef)                    \
-    JNI(NewIntArray, kFailsOrThrows, 0, kMakesLocalRef)                     \
-    JNI(GetArrayLength, kNever, 0, kNoEffect)                               \
-    JNI(SetByteArrayRegion, kNever, 0, kNoEffect)                           \
-    JNI(SetIntArrayRegion, kNever, 0, kNoEffect)                            \
-    JNI(GetByteArrayElements, kFailsOrThrows, 0, kTakesElements)            \
-    JNI(GetIntArrayElements, kFailsOrThrows, 0, kTakesElements)             \
-    JNI(ReleaseByteArrayElements, kNever, kWhilePending, kReleasesElements) \
-    JNI(ReleaseIntArrayElements, kNever, kWhilePending, kReleasesElements)  \
-    JNI(ExceptionCheck, kNever, kWhilePending, kNoEffect)                   \
-    JNI(ExceptionDescribe, kNever, kWhilePending | kEntersJava, kNoEffect)  \
-    JNI(ExceptionClear, kNever, kWhilePending, kNoEffect)                   \
-    OTHER(GetEnv, kFailsOrIsEmpty, kWhilePending)                           \
-    OTHER(AttachCurrentThread, kFailsOrIsEmpty, kWhilePending)              \
-    OTHER(DetachCurrentThread, kFails, 0)                                   \
-    OTHER(handle_alloc, kFails, kWhilePending)                              \
-    OTHER(handle_get_type_obj, kFailsOrIsEmpty, kWhilePending)              \
-    OTHER(handle_get_obj, kFailsOrIsEmpty, kWhilePending)                   \
-    OTHER(handle_free, kFails, kWhilePending)                               \
-    OTHER(x_sema_create, kFails, kWhilePending)                             \
-    OTHER(x_sema_lock, kFails, kWhilePending)                               \
-    OTHER(x_sema_unlock, kFailsOrKeeps, kWhilePending)                      \
-    OTHER(x_sema_delete, kFails, kWhilePending)                             \
-    OTHER(x_mem_alloc, kFails, kWhilePending)                               \
+// Every call that the library makes: JNI functions with their ways to fail, their properties and the
+// resource count that they change; then the invocation interface and, in the order of
+// desk_service_t, the services. IsSameObject and the array regions never fail: the library sets
+// whole arrays.
+#define DESK_CALLS(JNI, OTHER)                                               \
+    JNI(FindClass, kFailsOrThrows, kEntersJava, &gLocalRefs, 1)              \
+    JNI(GetMethodID, kFailsOrThrows, kEntersJava, kNoCount, 0)               \
+    JNI(RegisterNatives, kFailsOrThrows, 0, kNoCount, 0)                     \
+    JNI(NewGlobalRef, kFailsOrThrows, 0, &gGlobalRefs, 1)                    \
+    JNI(DeleteGlobalRef, kNever, kWhilePending, &gGlobalRefs, -1)            \
+    JNI(NewLocalRef, kFailsOrThrows, 0, &gLocalRefs, 1)                      \
+    JNI(DeleteLocalRef, kNever, kWhilePending, &gLocalRefs, -1)              \
+    JNI(IsSameObject, kNever, 0, kNoCount, 0)                                \
+    JNI(NewObjectA, kFailsOrThrows, kEntersJava, &gLocalRefs, 1)             \
+    JNI(CallVoidMethodA, kThrows, kEntersJava, kNoCount, 0)                  \
+    JNI(CallBooleanMethodA, kThrows, kEntersJava, kNoCount, 0)               \
+    JNI(CallIntMethodA, kThrows, kEntersJava, kNoCount, 0)                   \
+    JNI(CallLongMethodA, kThrows, kEntersJava, kNoCount, 0)                  \
+    JNI(CallObjectMethodA, kFailsOrThrows, kEntersJava, &gLocalRefs, 1)      \
+    JNI(NewByteArray, kFailsOrThrows, 0, &gLocalRefs, 1)                     \
+    JNI(NewIntArray, kFailsOrThrows, 0, &gLocalRefs, 1)                      \
+    JNI(GetArrayLength, kNever, 0, kNoCount, 0)                              \
+    JNI(SetByteArrayRegion, kNever, 0, kNoCount, 0)                          \
+    JNI(SetIntArrayRegion, kNever, 0, kNoCount, 0)                           \
+    JNI(GetByteArrayElements, kFailsOrThrows, 0, &gElements, 1)              \
+    JNI(GetIntArrayElements, kFailsOrThrows, 0, &gElements, 1)               \
+    JNI(ReleaseByteArrayElements, kNever, kWhilePending, &gElements, -1)     \
+    JNI(ReleaseIntArrayElements, kNever, kWhilePending, &gElements, -1)      \
+    JNI(ExceptionCheck, kNever, kWhilePending, kNoCount, 0)                  \
+    JNI(ExceptionDescribe, kNever, kWhilePending | kEntersJava, kNoCount, 0) \
+    JNI(ExceptionClear, kNever, kWhilePending, kNoCount, 0)                  \
+    OTHER(GetEnv, kFailsOrIsEmpty, kWhilePending)                            \
+    OTHER(AttachCurrentThread, kFailsOrIsEmpty, kWhilePending)               \
+    OTHER(DetachCurrentThread, kFails, 0)                                    \
+    OTHER(handle_alloc, kFails, kWhilePending)                               \
+    OTHER(handle_get_type_obj, kFailsOrIsEmpty, kWhilePending)               \
+    OTHER(handle_get_obj, kFailsOrIsEmpty, kWhilePending)                    \
+    OTHER(handle_free, kFails, kWhilePending)                                \
+    OTHER(x_sema_create, kFails, kWhilePending)                              \
+    OTHER(x_sema_lock, kFails, kWhilePending)                                \
+    OTHER(x_sema_unlock, kFailsOrKeeps, kWhilePending)                       \
+    OTHER(x_sema_delete, kFails, kWhilePending)                              \
+    OTHER(x_mem_alloc, kFails, kWhilePending)                                \
     OTHER(x_mem_free, kNever, kWhilePending)
 
 // Each is named as the function is.
@@ -80,6 +81,7 @@ const char* name(Failure failure);
 std::vector<Failure> waysToFail(Call call);
 constexpr int kServiceError = -17;  // what a failing service returns
 
+// One of the following at a time; each replaces the one before.
 // The nth watched call from now on (1: the next) fails, once.
 void failCall(Call call, int nth, Failure failure);
 // Every such call fails.
@@ -96,7 +98,7 @@ struct Point {
 };
 void record();
 void recordAndFail(size_t point, Failure failure);  // the point'th call, from 0
-std::vector<Point> recorded();                      // ends the recording
+std::vector<Point> recorded();                      // ends the recording, and a fault
 std::vector<std::string> takeBreaches();
 
 // The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
@@ -107,9 +109,7 @@ bool isNeglected(const std::string& javaMethod);
 // Starts the virtual machine so that threads can be watched, and keeps the log.
 JNIEnv* startWatchedVm(const std::vector<std::string>& options);
 void watchServices();  // is done then; again for who had a service hook of his own
-// A virtual machine pointer in front of the real one.
-JavaVM* watchedVm();
-// Calls the library's load entry with that pointer, watched, below a Java method; returns its result.
+// Calls the library's load entry, watched, below a Java method; returns its result.
 jint loadWatchedLibrary();
 
 // What the library holds, counted only inside Watch scopes on their threads.
@@ -133,7 +133,7 @@ int attachCount();  // attachments made since the start
 struct Releases {
     int copiedBack = 0;  // 0
     int aborted = 0;     // JNI_ABORT
-    int other = 0;       // the elements stay held
+    int other = 0;       // JNI_COMMIT: the elements stay held
 };
 Releases takeReleases();
 
