@@ -78,26 +78,25 @@ struct Case {
     // the source says or, without a source, returns a value unlike all others.
     std::map<std::string, Answer> answers;
     std::optional<Source> source;
+    // Of the object that Java answers a question to the frontend with; expect finds the one that has
+    // the getters.
+    std::string objectClass = "AtscFrontendSettings";
 };
 
-constexpr size_t kSettingsSize = 72;
 constexpr size_t kFrequencyOffset = 56;
 constexpr size_t kEndFrequencyOffset = 60;
 constexpr size_t kTypeOffset = 64;
 constexpr size_t kCodeRateOffset = sizeof(void*);  // the pointer's
 constexpr size_t kCodeRateSize = 16;
-constexpr size_t kStatusSize = 208;
 constexpr size_t kPatternSize = 16;
 constexpr int64_t kMaxRead = 4096;
 constexpr int32_t kDvbs = 5;
-constexpr int32_t kDvbt = 6;
 constexpr int32_t kIsdbt = 9;
-constexpr int32_t kDtmb = 10;
 
 // Bytes in which no two fields of a record are alike. onRead fills its array with them.
 Bytes pattern(size_t size);
-// As many bytes as a read may write, and at least one.
-Bytes readBuffer(int64_t size);
+// Of the record that an entry takes; a read may write as many bytes, at least one is there.
+size_t recordSize(Entry entry, int64_t size = kMaxRead);
 // A case made from arbitrary bytes.
 Case caseFrom(Source source);
 
@@ -110,8 +109,18 @@ struct Expected {
 };
 constexpr const char* kExceptionLeft = "an exception is left";  // the trace's last line
 
-// Adds to the case's answers those of the other methods that are called.
+// Adds to the case's answers those of the other methods that are called, and the object's class.
 Expected expect(Case* call);
+
+// What came of a call, line by line; equal when the library did as expected.
+struct Outcome {
+    std::string expected;
+    std::string actual;
+};
+
+// Makes the call in a real Java virtual machine that has the library loaded, on a tuner that it
+// registers and a filter that it opens.
+Outcome check(Case call);
 
 // The numbers as Java shows them: "[1, 2]".
 template <typename Number>
