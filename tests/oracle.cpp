@@ -24,6 +24,7 @@ constexpr int kListsToTry = 14;
 constexpr int64_t kSomeValue = 0x7afedcba13579bdf;
 
 constexpr const char* kFrontend = "ZytTvInnerFrontend";
+constexpr const char* kFilter = "ZytTvInnerFilter";
 
 // The settings classes and their constructors' arguments, and the line that shows the request. What
 // stands in braces is read from the record: a letter (see valueAt) and an offset. {} is the argument
@@ -132,20 +133,15 @@ int64_t valueAt(char letter, const Bytes& record, size_t offset) {
 }
 
 // The format with values of the record in place of what stands in braces.
-std::string fill(const char* format, const Bytes& record, const std::string& argument = "") {
-    std::string text;
-    for (; *format != '\0'; ++format) {
-        if (*format != '{') {
-            text += *format;
-            continue;
-        }
+std::string fill(std::string text, const Bytes& record, const std::string& argument = "") {
+    for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{')) {
         char letter = 0;
         char end = 0;
         size_t offset = 0;
-        const bool isField = sscanf(++format, "%c%zu%c", &letter, &offset, &end) == 3;
+        const bool isField = sscanf(&text[at], "{%c%zu%c", &letter, &offset, &end) == 3;
         offset += end == '+' && sizeof(void*) == 8 ? 8 : 0;
-        text += isField ? std::to_string(valueAt(letter, record, offset)) : argument;
-        format = strchr(format, '}');
+        text.replace(at, text.find('}') + 1 - at,
+                     isField ? std::to_string(valueAt(letter, record, offset)) : argument);
     }
     return text;
 }
@@ -173,12 +169,15 @@ class Oracle {
     explicit Oracle(Case* call) : mCase(*call) { mExpected.record = mCase.record; }
 
     Expected run() {
-        if (!mCase.live) {
+        if (mCase.missing == Case::kHandle) {
             return mExpected;
         }
         try {
             mExpected.result = call();
         } catch (const Failed&) {
+            if (!mFailure.empty()) {
+                log('E', mFailure);
+            }
         }
         if (mCase.entry <= Entry::kStatus && mExpected.result != 0) {
             log('E', kFailureLines[static_cast<int>(mCase.entry)] +
@@ -242,6 +241,9 @@ class Oracle {
             answer.list = {number, -number};
         }
         answer.type = type;
+        if (answer.does == Answer::kThrows && clazz == kFilter) {
+            mExpected.trace.push_back(kExceptionLeft);
+        }
         if (answer.does != Answer::kReturns) {
             answer.value = 0;
         } else if (type == Type::kBoolean) {
@@ -266,18 +268,8 @@ class Oracle {
 
     int request(const std::string& operation, const char* method, const std::string& lastArgument,
                 const std::string& logged) {
-        std::string settings;
-        try {
-            settings = makeSettings(operation, logged);
-        } catch (const Failed&) {
-            failIf(true, operation + ", generate frontendsettings failed.");
-        }
-        return java(kFrontend, method, settings + lastArgument, Type::kInt);
-    }
-
-    // The class of the settings, as arguments are shown.
-    std::string makeSettings(const std::string& operation, const std::string& logged) {
-        failIf(mCase.null == 0, "transMW2FrontendSettings, argument is null.");
+        mFailure = operation + ", generate frontendsettings failed.";
+        failIf(mCase.missing == 0, "transMW2FrontendSettings, argument is null.");
         const Bytes& record = mCase.record;
         log('D', operation + fill(", fe_type: {I64}, freq: {I56}", record) + logged);
         const auto found = kSystems.find(at<int32_t>(record, kTypeOffset));
@@ -291,7 +283,8 @@ class Oracle {
             show(record, {"[DVBS] mEndFrequency = {M60}(in Hz)"});
             java("FrontendSettings", "setEndFrequency", fill("{M60}", record), Type::kVoid);
         }
-        return system.clazz;
+        mFailure.clear();
+        return java(kFrontend, method, system.clazz + lastArgument, Type::kInt);
     }
 
     std::string areaCode() {
@@ -329,7 +322,7 @@ class Oracle {
     // --- Readback ---
 
     int readback() {
-        failIf(mCase.null == 0, "getFrontendSetting, pt_fesettings == NULL.");
+        failIf(mCase.missing == 0, "getFrontendSetting, pt_fesettings == NULL.");
         const Answer& object = answer(kFrontend, "onGetFrontendSetting", "", Type::kObject);
         failIf(object.does != Answer::kReturns, "getFrontendSetting, frontend settings is null.");
         Bytes& record = mExpected.record;
@@ -353,7 +346,7 @@ class Oracle {
         log('D', "start getFrontendStatus, type len: " + std::to_string(count));
         failIf(count == 0 || count > kMaxKinds,
                "getFrontendStatus, ui1_len: " + std::to_string(count) + ", error.");
-        failIf(mCase.null == 0 || mCase.null == 1,
+        failIf(mCase.missing == 0 || mCase.missing == 1,
                "getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.");
         for (const int32_t kind : mCase.kinds) {
             log('D', "getFrontendStatus, get type is " + std::to_string(kind));
@@ -385,7 +378,7 @@ class Oracle {
             log('D', line + ": " + std::to_string(answer.value) + ".");
         } else if (answer.does != Answer::kReturns) {
             log('E', line + " is null");
-        } else if (mCase.elementsFail && mElementsAsked++ == 0) {
+        } else if (mCase.missing == Case::kElements && mElementsAsked++ == 0) {
             log('E', "getFrontendStatus, int_ptr is null, return");
             return true;
         } else {
@@ -403,7 +396,7 @@ class Oracle {
     // --- Filters: an exception is left to the caller ---
 
     int sectionConfig() {
-        if (mCase.null >= 0) {
+        if (mCase.missing >= 0 && mCase.missing < Case::kHandle) {
             throw Failed();
         }
         std::string arguments = std::to_string(mCase.number);
@@ -413,16 +406,17 @@ class Oracle {
         for (auto at = mCase.record.begin(); at != mCase.record.end(); at += kPatternSize) {
             arguments += ", " + listOf(std::vector<int8_t>(at, at + kPatternSize));
         }
-        return filter("onSetSectionConfig", arguments);
+        return static_cast<int>(answer(kFilter, "onSetSectionConfig", arguments, Type::kInt).value);
     }
 
     int read() {
-        if (mCase.null == 0) {
+        if (mCase.missing == 0) {
             throw Failed();
         }
         const int64_t wanted = std::min(mCase.size, kMaxRead);
-        const int given = filter("onRead", "[4096 bytes], " + std::to_string(mCase.position) +
-                                               ", " + std::to_string(wanted));
+        const std::string arguments =
+            "[4096 bytes], " + std::to_string(mCase.position) + ", " + std::to_string(wanted);
+        const auto given = static_cast<int>(answer(kFilter, "onRead", arguments, Type::kInt).value);
         if (given < 1 || given > wanted) {
             return -1;
         }
@@ -431,17 +425,10 @@ class Oracle {
         return given;
     }
 
-    int filter(const char* method, const std::string& arguments) {
-        const Answer& result = answer("ZytTvInnerFilter", method, arguments, Type::kInt);
-        if (result.does == Answer::kThrows) {
-            mExpected.trace.push_back(kExceptionLeft);
-        }
-        return static_cast<int>(result.value);
-    }
-
     Case& mCase;
     Expected mExpected;
     int mElementsAsked = 0;
+    std::string mFailure;  // the line that is logged when the call fails
 };
 
 }  // namespace
@@ -466,9 +453,7 @@ Case caseFrom(Source source) {
     call.entry = static_cast<Entry>(source.take<uint8_t>() % static_cast<int>(Entry::kCount));
     call.logLevel = "VDIE-"[source.take<uint8_t>() % 5];
     const auto choice = source.take<uint8_t>();
-    call.live = choice % 16 != 15;
-    call.null = choice % 16 == 14 ? choice / 16 % 3 : -1;
-    call.elementsFail = choice % 16 == 13;
+    call.missing = choice % 8 == 7 ? choice / 8 % Case::kMissingCount : Case::kNothing;
     call.number = source.take<int32_t>();
     for (uint8_t& flag : call.flags) {
         flag = static_cast<uint8_t>(source.take<int8_t>() % 3);

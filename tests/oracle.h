@@ -62,16 +62,15 @@ enum class Entry { kTune, kScan, kReadback, kStatus, kSectionConfig, kRead, kCou
 struct Case {
     Entry entry = Entry::kTune;
     char logLevel = 'V';
-    bool live = true;  // the handle names a registered tuner or an open filter
-    Bytes record;      // settings, status, three patterns in a row, or the buffer of a read
-    // The pointer that is null, -1 for none: 0 is the record's, 1 that of the kinds; of the patterns
-    // each has its number.
-    int null = -1;
+    Bytes record;  // settings, status, three patterns in a row, or the buffer of a read
+    // What the call lacks: a pointer, by its number (the record is 0, the kinds are 1, and each
+    // pattern has its own), a handle of something, or the elements of its first list of a status.
+    enum { kNothing = -1, kHandle = 3, kElements, kMissingCount };
+    int missing = kNothing;
     std::optional<Bytes> codeRate;  // of settings for DVB-S
     int32_t number = 0;             // scan type, or value of a section configuration
     uint8_t flags[3] = {};          // of a section configuration
     std::vector<int32_t> kinds;     // of a status query
-    bool elementsFail = false;      // the elements of its first list cannot be had
     int64_t position = 0;           // of a read
     int64_t size = 0;
     // What Java does, by method; a constructor is "Class.<init>". A method that is not here does what

@@ -35,15 +35,9 @@ std::string nameOf(jclass clazz) {
 
 // type: where the argument's type stands in a signature.
 std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
-    switch (*type) {
-        case 'Z':  // the byte itself; Java would see true for every one but 0
-            return std::to_string(argument.z);
-        case 'I':
-            return std::to_string(argument.i);
-        case 'J':
-            return std::to_string(argument.j);
-        default:
-            break;
+    if (strchr("ZIJ", *type) != nullptr) {
+        // Of a boolean the byte itself; Java would see true for every one but 0.
+        return std::to_string(*type == 'Z' ? argument.z : *type == 'I' ? argument.i : argument.j);
     }
     if (argument.l == nullptr) {
         return "null";
@@ -147,7 +141,7 @@ std::string textOf(int result, const std::vector<std::string>& trace, const Byte
 
 int make(const Case& call, uint32_t pipeline, uint32_t filter, uint8_t* record, int32_t* kinds) {
     const auto unlessNull = [&](int pointer, auto* value) {
-        return pointer == call.null ? nullptr : value;
+        return pointer == call.missing ? nullptr : value;
     };
     auto* settings = unlessNull(0, reinterpret_cast<MW_FESETTING_T*>(record));
     switch (call.entry) {
@@ -200,15 +194,15 @@ Outcome check(Case call) {
     });
     script(call);
     desk::setLogLevel(call.logLevel == '-' ? "" : std::string(1, call.logLevel).c_str());
-    if (call.elementsFail) {
+    if (call.missing == Case::kElements) {
         desk::failCall(desk::Call::GetIntArrayElements, 1, desk::Failure::kThrows);
     }
 
     std::vector<std::string> trace;
     gTrace = &trace;
+    const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handles
     const int result = desk::bridge([&] {
-        return make(call, call.live ? h_pipeline : ~h_pipeline, call.live ? filter : ~filter,
-                    record.data(), kinds.data());
+        return make(call, h_pipeline ^ wrong, filter ^ wrong, record.data(), kinds.data());
     });
     gTrace = nullptr;
     desk::failNothing();

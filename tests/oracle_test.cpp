@@ -127,7 +127,7 @@ TEST_F(OracleTest, ListsOfUpToNineAreCopied) {
             call.answers["getCodeRates"].list.push_back(200 + i);
         }
         expectRight(call);
-        call.elementsFail = true;
+        call.missing = Case::kElements;
         expectRight(call);
     }
 }
@@ -170,10 +170,7 @@ TEST_F(OracleTest, ExceptionsAndNullsOfJavaAreFailures) {
 
 TEST_F(OracleTest, UnknownHandlesAndNullsAreRefused) {
     for (Case call : goodCases()) {
-        call.live = false;
-        expectRight(call);
-        call.live = true;
-        for (call.null = 0; call.null < 3; ++call.null) {
+        for (call.missing = 0; call.missing <= Case::kHandle; ++call.missing) {
             expectRight(call);
         }
     }

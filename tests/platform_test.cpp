@@ -15,9 +15,19 @@
 #include <type_traits>
 #include <vector>
 
+#include "mw/basic_services.h"
 #include "tests/refbase_count.h"
 
 namespace {
+
+TEST(SemaphoreTest, OnlyAHeldOneIsUnlockedAndNoOtherKindIsCreated) {
+    uint32_t semaphore = 0;
+    EXPECT_NE(0, x_sema_create(&semaphore, X_SEMA_TYPE_BINARY_HELD + 1, 0));
+    ASSERT_EQ(0, x_sema_create(&semaphore, X_SEMA_TYPE_BINARY_HELD, 0));
+    EXPECT_EQ(0, x_sema_unlock(semaphore));
+    EXPECT_NE(0, x_sema_unlock(semaphore));
+    EXPECT_EQ(0, x_sema_delete(semaphore));
+}
 
 TEST(PropertyTest, StartsFromTheEnvironmentAndKeepsItsBounds) {
     char value[PROPERTY_VALUE_MAX];
