@@ -166,24 +166,24 @@ struct Failed {};
 
 class Oracle {
   public:
-    explicit Oracle(Case* call) : mCase(*call) { mExpected.record = mCase.record; }
+    explicit Oracle(Case* call) : mCase(*call), mRecord(mCase.record) {}
 
-    Expected run() {
+    std::string run() {
+        int result = -1;
         if (mCase.missing == Case::kHandle) {
-            return mExpected;
+            return outcome(result, mTrace, mRecord, mRecord);
         }
         try {
-            mExpected.result = call();
+            result = call();
         } catch (const Failed&) {
             if (!mFailure.empty()) {
                 log('E', mFailure);
             }
         }
-        if (mCase.entry <= Entry::kStatus && mExpected.result != 0) {
-            log('E', kFailureLines[static_cast<int>(mCase.entry)] +
-                         std::to_string(mExpected.result) + ".");
+        if (mCase.entry <= Entry::kStatus && result != 0) {
+            log('E', kFailureLines[static_cast<int>(mCase.entry)] + std::to_string(result) + ".");
         }
-        return mExpected;
+        return outcome(result, mTrace, mCase.record, mRecord);
     }
 
   private:
@@ -209,7 +209,7 @@ class Oracle {
     void log(char level, const std::string& text) {
         static const std::string kLevels = "VDIE-";
         if (kLevels.find(level) >= kLevels.find(mCase.logLevel)) {
-            mExpected.trace.push_back(std::string(1, level) + " " + text);
+            mTrace.push_back(std::string(1, level) + " " + text);
         }
     }
 
@@ -229,7 +229,7 @@ class Oracle {
     // A call of Java, whatever it does.
     const Answer& answer(const std::string& clazz, const std::string& method,
                          const std::string& arguments, Type type) {
-        mExpected.trace.push_back(clazz + "." + method + "(" + arguments + ")");
+        mTrace.push_back(clazz + "." + method + "(" + arguments + ")");
         const auto [entry, isNew] =
             mCase.answers.try_emplace(method == "<init>" ? clazz + "." + method : method);
         Answer& answer = entry->second;
@@ -242,7 +242,7 @@ class Oracle {
         }
         answer.type = type;
         if (answer.does == Answer::kThrows && clazz == kFilter) {
-            mExpected.trace.push_back(kExceptionLeft);
+            mTrace.push_back(kExceptionLeft);
         }
         if (answer.does != Answer::kReturns) {
             answer.value = 0;
@@ -325,16 +325,15 @@ class Oracle {
         failIf(mCase.missing == 0, "getFrontendSetting, pt_fesettings == NULL.");
         const Answer& object = answer(kFrontend, "onGetFrontendSetting", "", Type::kObject);
         failIf(object.does != Answer::kReturns, "getFrontendSetting, frontend settings is null.");
-        Bytes& record = mExpected.record;
         for (const Readback& row : kReadbacks) {
-            if (row.type == 0 || row.type == at<int32_t>(record, kTypeOffset)) {
+            if (row.type == 0 || row.type == at<int32_t>(mRecord, kTypeOffset)) {
                 mCase.objectClass = row.type == 0 ? mCase.objectClass : row.clazz;
-                put(&record, row.offset, java(row.clazz, row.getter, "", Type::kInt));
-                show(record, {row.line});
+                put(&mRecord, row.offset, java(row.clazz, row.getter, "", Type::kInt));
+                show(mRecord, {row.line});
             }
         }
-        if (kSystems.count(at<int32_t>(record, kTypeOffset)) == 0) {
-            show(record, {"getFrontendSetting, not support e_type: {I64}."});
+        if (kSystems.count(at<int32_t>(mRecord, kTypeOffset)) == 0) {
+            show(mRecord, {"getFrontendSetting, not support e_type: {I64}."});
         }
         return 0;
     }
@@ -371,10 +370,9 @@ class Oracle {
     bool readKind(const StatusKind& row) {
         const Answer& answer = this->answer("FrontendStatus", row.getter, "", row.type);
         const std::string line = std::string("getFrontendStatus, ") + row.name;
-        Bytes& record = mExpected.record;
         if (row.type != Type::kList) {
             const size_t width = row.type == Type::kBoolean ? 1 : row.type == Type::kInt ? 4 : 8;
-            memcpy(&record[row.offset], &answer.value, width);
+            memcpy(&mRecord[row.offset], &answer.value, width);
             log('D', line + ": " + std::to_string(answer.value) + ".");
         } else if (answer.does != Answer::kReturns) {
             log('E', line + " is null");
@@ -383,11 +381,11 @@ class Oracle {
             return true;
         } else {
             const size_t count = answer.list.size();
-            put(&record, row.offset + kListSize, static_cast<int32_t>(count));
+            put(&mRecord, row.offset + kListSize, static_cast<int32_t>(count));
             for (size_t i = 0; i < count && count <= kMaxListCopy; ++i) {
-                put(&record, row.offset + i * sizeof(int32_t), answer.list[i]);
+                put(&mRecord, row.offset + i * sizeof(int32_t), answer.list[i]);
             }
-            log('D', line + ": " + std::to_string(at<int32_t>(record, row.offset)) +
+            log('D', line + ": " + std::to_string(at<int32_t>(mRecord, row.offset)) +
                          ", length:" + std::to_string(count));
         }
         return answer.does == Answer::kThrows;
@@ -421,12 +419,13 @@ class Oracle {
             return -1;
         }
         const Bytes section = pattern(static_cast<size_t>(given));
-        std::copy(section.begin(), section.end(), mExpected.record.begin());
+        std::copy(section.begin(), section.end(), mRecord.begin());
         return given;
     }
 
     Case& mCase;
-    Expected mExpected;
+    std::vector<std::string> mTrace;
+    Bytes mRecord;  // afterwards
     int mElementsAsked = 0;
     std::string mFailure;  // the line that is logged when the call fails
 };
@@ -478,7 +477,21 @@ Case caseFrom(Source source) {
     return call;
 }
 
-Expected expect(Case* call) {
+std::string outcome(int result, const std::vector<std::string>& trace, const Bytes& before,
+                    const Bytes& after) {
+    std::string text = "result " + std::to_string(result);
+    for (const std::string& line : trace) {
+        text += "\n" + line;
+    }
+    for (size_t i = 0; i < after.size(); ++i) {
+        if (after[i] != before[i]) {
+            text += "\nwrote " + std::to_string(after[i]) + " to byte " + std::to_string(i);
+        }
+    }
+    return text;
+}
+
+std::string expect(Case* call) {
     return Oracle(call).run();
 }
 

@@ -99,22 +99,20 @@ size_t recordSize(Entry entry, int64_t size = kMaxRead);
 // A case made from arbitrary bytes.
 Case caseFrom(Source source);
 
-struct Expected {
-    int result = -1;
-    Bytes record;  // afterwards
-    // In their order, calls of Java as "Class.method(1, 2)", with the class that declares it,
-    // and lines of the log as "D text": the frontend's, for the filter's show addresses.
-    std::vector<std::string> trace;
-};
+// What came of a call, line by line: the result; in their order, calls of Java as
+// "Class.method(1, 2)", with the class that declares it, and lines of the log as "D text" (the
+// frontend's, for the filter's show addresses); and the bytes of the record that were written.
+std::string outcome(int result, const std::vector<std::string>& trace, const Bytes& before,
+                    const Bytes& after);
 constexpr const char* kExceptionLeft = "an exception is left";  // the trace's last line
 
-// Adds to the case's answers those of the other methods that are called, and the object's class.
-Expected expect(Case* call);
+// What must come of a call. Adds to the case's answers those of the other methods that are called,
+// and the object's class.
+std::string expect(Case* call);
 
-// What came of a call, line by line; equal when the library did as expected.
 struct Outcome {
     std::string expected;
-    std::string actual;
+    std::string actual;  // the same when the library did right
 };
 
 // Makes the call in a real Java virtual machine that has the library loaded, on a tuner that it

@@ -125,20 +125,6 @@ void script(const Case& call) {
     }
 }
 
-std::string textOf(int result, const std::vector<std::string>& trace, const Bytes& before,
-                   const Bytes& after) {
-    std::string text = "result " + std::to_string(result);
-    for (const std::string& line : trace) {
-        text += "\n" + line;
-    }
-    for (size_t i = 0; i < after.size(); ++i) {
-        if (after[i] != before[i]) {
-            text += "\nwrote " + std::to_string(after[i]) + " to byte " + std::to_string(i);
-        }
-    }
-    return text;
-}
-
 int make(const Case& call, uint32_t pipeline, uint32_t filter, uint8_t* record, int32_t* kinds) {
     const auto unlessNull = [&](int pointer, auto* value) {
         return pointer == call.missing ? nullptr : value;
@@ -181,7 +167,7 @@ Outcome check(Case call) {
     }
     Bytes record = call.record;
     std::vector<int32_t> kinds = call.kinds;
-    const Expected expected = expect(&call);
+    const std::string expected = expect(&call);
 
     const desk::Pipeline pipeline;
     const uint32_t h_pipeline = pipeline.handle();
@@ -220,8 +206,7 @@ Outcome check(Case call) {
     if (!(desk::resourceCounts() == before)) {
         trace.push_back("not all was given back");
     }
-    return {textOf(expected.result, expected.trace, call.record, expected.record),
-            textOf(result, trace, call.record, record)};
+    return {expected, outcome(result, trace, call.record, record)};
 }
 
 }  // namespace oracle
