@@ -109,18 +109,16 @@ void script(const Case& call) {
             desk::scriptThrows(method);
         } else if (answer.does == Answer::kIsNull) {
             desk::scriptReturns(method, nullptr);
-        } else if (answer.type == Type::kBoolean) {
-            desk::scriptReturns(method, answer.value != 0);
-        } else if (answer.type == Type::kInt) {
-            desk::scriptReturns(method, static_cast<jint>(answer.value));
-        } else if (answer.type == Type::kLong) {
-            desk::scriptReturns(method, static_cast<jlong>(answer.value));
         } else if (answer.type == Type::kList) {
             desk::scriptReturns(method, desk::newArray(answer.list));
         } else if (answer.type == Type::kObject) {
             desk::scriptReturns(method,
                                 desk::env()->AllocObject(desk::findClass(
                                     "android.media.tv.tuner.frontend." + call.objectClass)));
+        } else if (answer.type == Type::kBoolean) {
+            desk::scriptReturns(method, answer.value != 0);
+        } else {
+            desk::scriptReturns(method, static_cast<jlong>(answer.value));
         }
     }
 }

@@ -61,16 +61,15 @@ TEST(PropertyTest, ASignalHandlerMayReadWhatItInterrupted) {
     storm.join();
 }
 
+std::atomic<int> gDestroyed;
+
 struct Counted : android::RefBase {
-    explicit Counted(std::atomic<int>& destroyed) : mDestroyed(destroyed) {}
-    ~Counted() override { ++mDestroyed; }
-    std::atomic<int>& mDestroyed;
+    ~Counted() override { ++gDestroyed; }
 };
 
 TEST(RefBaseTest, DestroyedOnceByTheLastOfManyThreads) {
-    std::atomic<int> destroyed{0};
     for (int round = 0; round < 200; ++round) {
-        android::sp<Counted> object(new Counted(destroyed));
+        android::sp<Counted> object(new Counted());
         std::vector<std::thread> threads;
         for (int i = 0; i < 3; ++i) {
             threads.emplace_back([copy = object]() mutable { copy.clear(); });
@@ -80,7 +79,7 @@ TEST(RefBaseTest, DestroyedOnceByTheLastOfManyThreads) {
             thread.join();
         }
     }
-    EXPECT_EQ(200, destroyed);
+    EXPECT_EQ(200, gDestroyed);
     EXPECT_EQ(0, desk::liveRefBases());
 }
 
@@ -127,8 +126,7 @@ TEST(RefBaseTest, TellsItsObjectOfTheFirstAndTheLastReference) {
 }
 
 TEST(RefBaseTest, AReferenceTooManyDroppedEndsTheProcess) {
-    std::atomic<int> destroyed{0};
-    EXPECT_EXIT((new Counted(destroyed))->decStrong(nullptr), testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT((new Counted())->decStrong(nullptr), testing::KilledBySignal(SIGABRT), "");
 }
 
 std::string gLogged;
