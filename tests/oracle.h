@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/host.h"
+
 namespace oracle {
 
 using Bytes = std::vector<uint8_t>;
@@ -115,9 +117,15 @@ struct Outcome {
     std::string actual;  // the same when the library did right
 };
 
-// Makes the call in a real Java virtual machine that has the library loaded, on a tuner that it
-// registers and a filter that it opens.
-Outcome check(Case call);
+// A registered tuner and an open filter, in a virtual machine that has the library loaded. Opening
+// them for each call would make the fuzzer four times as slow.
+struct Device {
+    Device();
+    ~Device();
+    const desk::Pipeline pipeline;
+    uint32_t filter = 0;
+};
+Outcome check(const Device& device, Case call);
 
 // The numbers as Java shows them: "[1, 2]".
 template <typename Number>

@@ -153,10 +153,23 @@ int make(const Case& call, uint32_t pipeline, uint32_t filter, uint8_t* record, 
 
 }  // namespace
 
-Outcome check(Case call) {
+Device::Device() {
     if (gTool == nullptr) {
         listen();
     }
+    const desk::Watch watch;
+    FLT_EVT_CB_T event = {};
+    x_native_frontend_require_tuner(pipeline.handle());
+    x_velmora_filter_open(pipeline.handle(), 1, 2, kMaxRead, &filter, &event, nullptr);
+}
+
+Device::~Device() {
+    const desk::Watch watch;
+    x_velmora_filter_close(filter);
+    x_native_frontend_close_tuner(pipeline.handle());
+}
+
+Outcome check(const Device& device, Case call) {
     const desk::LocalFrame frame;
     // Copies of exactly these bytes, so that the sanitizers see an access beyond them.
     Bytes codeRate = call.codeRate.value_or(Bytes());
@@ -167,15 +180,6 @@ Outcome check(Case call) {
     std::vector<int32_t> kinds = call.kinds;
     const std::string expected = expect(&call);
 
-    const desk::Pipeline pipeline;
-    const uint32_t h_pipeline = pipeline.handle();
-    uint32_t filter = 0;
-    FLT_EVT_CB_T event = {};
-    const desk::ResourceCounts before = desk::resourceCounts();
-    desk::bridge([&] {
-        x_native_frontend_require_tuner(h_pipeline);
-        return x_velmora_filter_open(h_pipeline, 1, 2, kMaxRead, &filter, &event, nullptr);
-    });
     script(call);
     desk::setLogLevel(call.logLevel == '-' ? "" : std::string(1, call.logLevel).c_str());
     if (call.missing == Case::kElements) {
@@ -183,10 +187,12 @@ Outcome check(Case call) {
     }
 
     std::vector<std::string> trace;
+    const desk::ResourceCounts before = desk::resourceCounts();
     gTrace = &trace;
     const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handles
     const int result = desk::bridge([&] {
-        return make(call, h_pipeline ^ wrong, filter ^ wrong, record.data(), kinds.data());
+        return make(call, device.pipeline.handle() ^ wrong, device.filter ^ wrong, record.data(),
+                    kinds.data());
     });
     gTrace = nullptr;
     desk::failNothing();
@@ -197,10 +203,6 @@ Outcome check(Case call) {
     if (codeRate != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
         trace.push_back("what may only be read was written");
     }
-    desk::bridge([&] {
-        x_velmora_filter_close(filter);
-        return x_native_frontend_close_tuner(h_pipeline);
-    });
     if (!(desk::resourceCounts() == before)) {
         trace.push_back("not all was given back");
     }

@@ -15,14 +15,26 @@ namespace oracle {
 
 namespace {
 
-using OracleTest = desk::BridgeTest;
+class OracleTest : public desk::BridgeTest {
+  protected:
+    void SetUp() override {
+        BridgeTest::SetUp();
+        mDevice.emplace();
+    }
+    void TearDown() override {
+        mDevice.reset();
+        BridgeTest::TearDown();
+    }
+
+    void expectRight(const Case& call) {
+        const Outcome outcome = check(*mDevice, call);
+        EXPECT_EQ(outcome.expected, outcome.actual);
+    }
+
+    std::optional<Device> mDevice;
+};
 
 constexpr int32_t kTypes[] = {INT_MIN, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, INT_MAX};
-
-void expectRight(const Case& call) {
-    const Outcome outcome = check(call);
-    EXPECT_EQ(outcome.expected, outcome.actual);
-}
 
 Case caseOf(Entry entry) {
     Case call;
