@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/host.h"
+
 namespace oracle {
 
 using Bytes = std::vector<uint8_t>;
@@ -62,56 +64,68 @@ enum class Entry { kTune, kScan, kReadback, kStatus, kSectionConfig, kRead, kCou
 struct Case {
     Entry entry = Entry::kTune;
     char logLevel = 'V';
-    bool live = true;  // the handle names a registered tuner or an open filter
-    Bytes record;      // settings, status, three patterns in a row, or the buffer of a read
-    // The pointer that is null, -1 for none: 0 is the record's, 1 that of the kinds; of the patterns
-    // each has its number.
-    int null = -1;
+    Bytes record;  // settings, status, three patterns in a row, or the buffer of a read
+    // What the call lacks: a pointer, by its number (the record is 0, the kinds are 1, and each
+    // pattern has its own), a handle of something, or the elements of its first list of a status.
+    enum { kNothing = -1, kHandle = 3, kElements, kMissingCount };
+    int missing = kNothing;
     std::optional<Bytes> codeRate;  // of settings for DVB-S
     int32_t number = 0;             // scan type, or value of a section configuration
     uint8_t flags[3] = {};          // of a section configuration
     std::vector<int32_t> kinds;     // of a status query
-    bool elementsFail = false;      // the elements of its first list cannot be had
     int64_t position = 0;           // of a read
     int64_t size = 0;
     // What Java does, by method; a constructor is "Class.<init>". A method that is not here does what
     // the source says or, without a source, returns a value unlike all others.
     std::map<std::string, Answer> answers;
     std::optional<Source> source;
+    // Of the object that Java answers a question to the frontend with; expect finds the one that has
+    // the getters.
+    std::string objectClass = "AtscFrontendSettings";
 };
 
-constexpr size_t kSettingsSize = 72;
 constexpr size_t kFrequencyOffset = 56;
 constexpr size_t kEndFrequencyOffset = 60;
 constexpr size_t kTypeOffset = 64;
 constexpr size_t kCodeRateOffset = sizeof(void*);  // the pointer's
 constexpr size_t kCodeRateSize = 16;
-constexpr size_t kStatusSize = 208;
 constexpr size_t kPatternSize = 16;
 constexpr int64_t kMaxRead = 4096;
 constexpr int32_t kDvbs = 5;
-constexpr int32_t kDvbt = 6;
 constexpr int32_t kIsdbt = 9;
-constexpr int32_t kDtmb = 10;
 
 // Bytes in which no two fields of a record are alike. onRead fills its array with them.
 Bytes pattern(size_t size);
-// As many bytes as a read may write, and at least one.
-Bytes readBuffer(int64_t size);
+// Of the record that an entry takes; a read may write as many bytes, at least one is there.
+size_t recordSize(Entry entry, int64_t size = kMaxRead);
 // A case made from arbitrary bytes.
 Case caseFrom(Source source);
 
-struct Expected {
-    int result = -1;
-    Bytes record;  // afterwards
-    // In their order, calls of Java as "Class.method(1, 2)", with the class that declares it,
-    // and lines of the log as "D text": the frontend's, for the filter's show addresses.
-    std::vector<std::string> trace;
-};
+// What came of a call, line by line: the result; in their order, calls of Java as
+// "Class.method(1, 2)", with the class that declares it, and lines of the log as "D text" (the
+// frontend's, for the filter's show addresses); and the bytes of the record that were written.
+std::string outcome(int result, const std::vector<std::string>& trace, const Bytes& before,
+                    const Bytes& after);
 constexpr const char* kExceptionLeft = "an exception is left";  // the trace's last line
 
-// Adds to the case's answers those of the other methods that are called.
-Expected expect(Case* call);
+// What must come of a call. Adds to the case's answers those of the other methods that are called,
+// and the object's class.
+std::string expect(Case* call);
+
+struct Outcome {
+    std::string expected;
+    std::string actual;  // the same when the library did right
+};
+
+// A registered tuner and an open filter, in a virtual machine that has the library loaded. Opening
+// them for each call would make the fuzzer four times as slow.
+struct Device {
+    Device();
+    ~Device();
+    const desk::Pipeline pipeline;
+    uint32_t filter = 0;
+};
+Outcome check(const Device& device, Case call);
 
 // The numbers as Java shows them: "[1, 2]".
 template <typename Number>

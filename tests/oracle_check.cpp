@@ -1,14 +1,11 @@
-#include "tests/oracle_check.h"
-
 #include <android/log.h>
 #include <jvmti.h>
 
-#include <algorithm>
 #include <cstring>
-#include <sstream>
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
+#include "tests/oracle.h"
 #include "tests/watch.h"
 
 namespace oracle {
@@ -38,15 +35,9 @@ std::string nameOf(jclass clazz) {
 
 // type: where the argument's type stands in a signature.
 std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
-    switch (*type) {
-        case 'Z':  // the byte itself; Java would see true for every one but 0
-            return std::to_string(argument.z);
-        case 'I':
-            return std::to_string(argument.i);
-        case 'J':
-            return std::to_string(argument.j);
-        default:
-            break;
+    if (strchr("ZIJ", *type) != nullptr) {
+        // Of a boolean the byte itself; Java would see true for every one but 0.
+        return std::to_string(*type == 'Z' ? argument.z : *type == 'I' ? argument.i : argument.j);
     }
     if (argument.l == nullptr) {
         return "null";
@@ -84,57 +75,28 @@ void noteCall(JNIEnv* env, jmethodID method, const jvalue* arguments) {
     gTool->Deallocate(reinterpret_cast<unsigned char*>(signature));
 }
 
-// Notes a call of one function of the table and passes it on.
-template <auto member>
-struct Noting;
-template <typename Result, typename Self,
-          Result (JNICALL* jniNativeInterface::*member)(JNIEnv*, Self, jmethodID, const jvalue*)>
-struct Noting<member> {
-    static Result JNICALL call(JNIEnv* env, Self self, jmethodID method, const jvalue* arguments) {
-        noteCall(env, method, arguments);
-        return (gBelow.*member)(env, self, method, arguments);
-    }
-};
-
-// In the function table that a watched thread sees.
-template <auto... members>
-void note() {
+// Notes these calls in the function table that a watched thread sees, and passes them on.
+void listen() {
+    __android_log_set_logger(noteLine);
     desk::vm()->GetEnv(reinterpret_cast<void**>(&gTool), JVMTI_VERSION_1_2);
     const desk::Watch watch;
     auto* table = const_cast<jniNativeInterface*>(desk::env()->functions);
     gBelow = *table;
-    ((table->*members = Noting<members>::call), ...);
-}
-
-// What the exceptions print is more than anybody reads.
-void silenceJava() {
-    const desk::LocalFrame frame;
-    desk::JavaValue stream = {"Ljava/io/OutputStream;", {}};
-    stream.value =
-        desk::callStaticMethod("java.io.OutputStream", "nullOutputStream", {}, stream.type);
-    desk::JavaValue printer = {"Ljava/io/PrintStream;", {}};
-    printer.value.l = desk::makeObject("java.io.PrintStream", {stream});
-    desk::callStaticMethod("java.lang.System", "setErr", {printer}, "V");
+#define NOTE(function, Self)                                                             \
+    table->function = [](JNIEnv* env, Self self, jmethodID method, const jvalue* args) { \
+        noteCall(env, method, args);                                                     \
+        return gBelow.function(env, self, method, args);                                 \
+    }
+    NOTE(NewObjectA, jclass);
+    NOTE(CallVoidMethodA, jobject);
+    NOTE(CallBooleanMethodA, jobject);
+    NOTE(CallIntMethodA, jobject);
+    NOTE(CallLongMethodA, jobject);
+    NOTE(CallObjectMethodA, jobject);
+#undef NOTE
 }
 
 // --- A case ---
-
-// The object that Java answers a frontend's question with. The readback asks the object for its
-// type, and expects its class to have the getters of that type.
-jobject objectFor(const Case& call) {
-    std::string name = "AtscFrontendSettings";
-    const auto type = call.answers.find("getType");
-    if (call.entry == Entry::kStatus) {
-        name = "FrontendStatus";
-    } else if (type != call.answers.end()) {
-        const int64_t value = type->second.value;
-        name = value == kDvbt    ? "DvbtFrontendSettings"
-               : value == kIsdbt ? "IsdbtFrontendSettings"
-               : value == kDtmb  ? "DtmbFrontendSettings"
-                                 : name;
-    }
-    return desk::env()->AllocObject(desk::findClass("android.media.tv.tuner.frontend." + name));
-}
 
 void script(const Case& call) {
     desk::resetModel();
@@ -147,97 +109,23 @@ void script(const Case& call) {
             desk::scriptThrows(method);
         } else if (answer.does == Answer::kIsNull) {
             desk::scriptReturns(method, nullptr);
-        } else if (answer.type == Type::kBoolean) {
-            desk::scriptReturns(method, answer.value != 0);
-        } else if (answer.type == Type::kInt) {
-            desk::scriptReturns(method, static_cast<jint>(answer.value));
-        } else if (answer.type == Type::kLong) {
-            desk::scriptReturns(method, static_cast<jlong>(answer.value));
         } else if (answer.type == Type::kList) {
             desk::scriptReturns(method, desk::newArray(answer.list));
         } else if (answer.type == Type::kObject) {
-            desk::scriptReturns(method, objectFor(call));
+            desk::scriptReturns(method,
+                                desk::env()->AllocObject(desk::findClass(
+                                    "android.media.tv.tuner.frontend." + call.objectClass)));
+        } else if (answer.type == Type::kBoolean) {
+            desk::scriptReturns(method, answer.value != 0);
+        } else {
+            desk::scriptReturns(method, static_cast<jlong>(answer.value));
         }
     }
 }
 
-std::string textOf(int result, const std::vector<std::string>& trace, const Bytes& bytes,
-                   const desk::ResourceCounts& held) {
-    std::ostringstream text;
-    text << "result " << result;
-    for (const std::string& line : trace) {
-        text << "\n" << line;
-    }
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        text << (i % 8 == 0 ? "\nbytes from " + std::to_string(i) + ":" : "") << " "
-             << int{bytes[i]};
-    }
-    text << "\nheld: " << held;
-    return text.str();
-}
-
-}  // namespace
-
-Checker::Checker() {
-    if (gTool == nullptr) {
-        using Table = jniNativeInterface;
-        note<&Table::NewObjectA, &Table::CallVoidMethodA, &Table::CallBooleanMethodA,
-             &Table::CallIntMethodA, &Table::CallLongMethodA, &Table::CallObjectMethodA>();
-        silenceJava();
-    }
-    __android_log_set_logger(noteLine);
-    const desk::Watch watch;
-    FLT_EVT_CB_T event = {};
-    x_native_frontend_require_tuner(mPipeline.handle());
-    x_velmora_filter_open(mPipeline.handle(), 1, 2, kMaxRead, &mFilter, &event, nullptr);
-}
-
-Checker::~Checker() {
-    desk::keepLog();
-    const desk::Watch watch;
-    x_velmora_filter_close(mFilter);
-    x_native_frontend_close_tuner(mPipeline.handle());
-}
-
-Outcome Checker::check(Case call) {
-    const desk::LocalFrame frame;
-    // Copies of exactly these bytes, so that the sanitizers see an access beyond them.
-    Bytes codeRate = call.codeRate.value_or(Bytes());
-    if (call.entry <= Entry::kScan && at<int32_t>(call.record, kTypeOffset) == kDvbs) {
-        put(&call.record, kCodeRateOffset, call.codeRate ? codeRate.data() : nullptr);
-    }
-    Bytes record = call.record;
-    std::vector<int32_t> kinds = call.kinds;
-    const Expected expected = expect(&call);
-    script(call);
-    desk::setLogLevel(call.logLevel == '-' ? "" : std::string(1, call.logLevel).c_str());
-    if (call.elementsFail) {
-        desk::failCall(desk::Call::GetIntArrayElements, 1, desk::Failure::kThrows);
-    }
-
-    std::vector<std::string> trace;
-    const desk::ResourceCounts before = desk::resourceCounts();
-    gTrace = &trace;
-    const int result = desk::bridge([&] { return run(call, record.data(), kinds.data()); });
-    gTrace = nullptr;
-    const desk::ResourceCounts after = desk::resourceCounts();
-    desk::failNothing();
-    if (desk::env()->ExceptionCheck()) {
-        desk::env()->ExceptionClear();
-        trace.push_back(kExceptionLeft);
-    }
-    if (codeRate != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
-        trace.push_back("what may only be read was written");
-    }
-    return {textOf(expected.result, expected.trace, expected.record, before),
-            textOf(result, trace, record, after)};
-}
-
-int Checker::run(const Case& call, uint8_t* record, int32_t* kinds) {
-    const uint32_t pipeline = call.live ? mPipeline.handle() : ~mPipeline.handle();
-    const uint32_t filter = call.live ? mFilter : ~mFilter;
+int make(const Case& call, uint32_t pipeline, uint32_t filter, uint8_t* record, int32_t* kinds) {
     const auto unlessNull = [&](int pointer, auto* value) {
-        return pointer == call.null ? nullptr : value;
+        return pointer == call.missing ? nullptr : value;
     };
     auto* settings = unlessNull(0, reinterpret_cast<MW_FESETTING_T*>(record));
     switch (call.entry) {
@@ -261,6 +149,64 @@ int Checker::run(const Case& call, uint8_t* record, int32_t* kinds) {
             return x_velmora_filter_read(filter, unlessNull(0, reinterpret_cast<int8_t*>(record)),
                                          call.position, call.size);
     }
+}
+
+}  // namespace
+
+Device::Device() {
+    if (gTool == nullptr) {
+        listen();
+    }
+    const desk::Watch watch;
+    FLT_EVT_CB_T event = {};
+    x_native_frontend_require_tuner(pipeline.handle());
+    x_velmora_filter_open(pipeline.handle(), 1, 2, kMaxRead, &filter, &event, nullptr);
+}
+
+Device::~Device() {
+    const desk::Watch watch;
+    x_velmora_filter_close(filter);
+    x_native_frontend_close_tuner(pipeline.handle());
+}
+
+Outcome check(const Device& device, Case call) {
+    const desk::LocalFrame frame;
+    // Copies of exactly these bytes, so that the sanitizers see an access beyond them.
+    Bytes codeRate = call.codeRate.value_or(Bytes());
+    if (call.entry <= Entry::kScan && at<int32_t>(call.record, kTypeOffset) == kDvbs) {
+        put(&call.record, kCodeRateOffset, call.codeRate ? codeRate.data() : nullptr);
+    }
+    Bytes record = call.record;
+    std::vector<int32_t> kinds = call.kinds;
+    const std::string expected = expect(&call);
+
+    script(call);
+    desk::setLogLevel(call.logLevel == '-' ? "" : std::string(1, call.logLevel).c_str());
+    if (call.missing == Case::kElements) {
+        desk::failCall(desk::Call::GetIntArrayElements, 1, desk::Failure::kThrows);
+    }
+
+    std::vector<std::string> trace;
+    const desk::ResourceCounts before = desk::resourceCounts();
+    gTrace = &trace;
+    const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handles
+    const int result = desk::bridge([&] {
+        return make(call, device.pipeline.handle() ^ wrong, device.filter ^ wrong, record.data(),
+                    kinds.data());
+    });
+    gTrace = nullptr;
+    desk::failNothing();
+    if (desk::env()->ExceptionCheck()) {
+        desk::env()->ExceptionClear();
+        trace.push_back(kExceptionLeft);
+    }
+    if (codeRate != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
+        trace.push_back("what may only be read was written");
+    }
+    if (!(desk::resourceCounts() == before)) {
+        trace.push_back("not all was given back");
+    }
+    return {expected, outcome(result, trace, call.record, record)};
 }
 
 }  // namespace oracle

@@ -6,13 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "tests/oracle_check.h"
+#include "tests/oracle.h"
 #include "tests/watch.h"
 
 namespace {
 
 FILE* gReport;  // the error stream, also when the fuzzer has closed it for everybody else
-oracle::Checker* gChecker;
+oracle::Device* gDevice;
 
 }  // namespace
 
@@ -22,13 +22,13 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     if (!desk::loadWatchedLibrary()) {
         abort();
     }
-    gChecker = new oracle::Checker();
+    gDevice = new oracle::Device();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const oracle::Bytes bytes(data, data + size);
-    const oracle::Outcome outcome = gChecker->check(oracle::caseFrom({bytes}));
+    const oracle::Outcome outcome = oracle::check(*gDevice, oracle::caseFrom({bytes}));
     if (outcome.expected != outcome.actual) {
         fprintf(gReport, "expected:\n%s\n\nactual:\n%s\n", outcome.expected.c_str(),
                 outcome.actual.c_str());
