@@ -365,8 +365,7 @@ std::optional<int> expectedResult(const Function& function, const Fault& fault) 
 struct Attempt {
     int result;
     bool exceptionLeft;
-    bool fatal;
-    std::string report;  // of the fatal assertion
+    std::string fatal;  // what the assertion said; empty: none failed
 };
 thread_local std::promise<Attempt>* tAttempt;
 
@@ -380,7 +379,7 @@ void __android_log_assert(const char* condition, const char*, const char* format
         va_start(args, format);
         vsnprintf(text, sizeof(text), format, args);
         va_end(args);
-        tAttempt->set_value({0, false, true, std::string(condition) + " " + text});
+        tAttempt->set_value({0, false, std::string(condition) + " " + text});
         while (true) {
             pause();
         }
@@ -401,7 +400,7 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
             // As a daemon: a thread that stays for good must not hold up the end of the process.
             desk::vm()->AttachCurrentThreadAsDaemon(&env, nullptr);
         }
-        Attempt returned = {desk::bridge(call), false, false, ""};
+        Attempt returned = {desk::bridge(call), false, ""};
         if (attached) {
             returned.exceptionLeft = desk::env()->ExceptionCheck() == JNI_TRUE;
             desk::env()->ExceptionClear();
@@ -450,9 +449,7 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
         const desk::Releases releases = desk::takeReleases();
         EXPECT_EQ(0, mFunction.releaseMode == 0 ? releases.aborted : releases.copiedBack);
         EXPECT_EQ(0, releases.other);
-        if (mMayKeep) {
-            mCounts = desk::resourceCounts();
-        }
+        mCounts = desk::resourceCounts();  // compared after each fault
         BridgeTest::TearDown();
     }
 
@@ -498,59 +495,51 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
         const Attempt faulty = run(attached);
         desk::recorded();
         const std::vector<std::string> breaches = desk::takeBreaches();
-        EXPECT_EQ(!expectedResult(mFunction, fault), faulty.fatal);
-        if (faulty.fatal && fault.failure == Failure::kNull &&
-            (fault.point.call == Call::FindClass || fault.point.call == Call::GetMethodID)) {
-            EXPECT_TRUE(mReports.insert(faulty.report).second)
-                << faulty.report << " does not tell what is missing";
-        }
-        if (!faulty.fatal) {
-            checkReturned(fault, faulty, breaches);
-            if (faulty.result == mFunction.success) {
-                take(mFunction.undo);
-            }
-        }
-        // A plain call works: of a function that failed, with what it left.
-        if (faulty.fatal || faulty.result == mFunction.success) {
-            take(mFunction.prepare);
-        }
-        EXPECT_EQ(mFunction.success, run(attached).result);
-        take(mFunction.undo);
-        checkCounts(before, fault, faulty.fatal);
-    }
-
-    void checkReturned(const Fault& fault, const Attempt& faulty,
-                       const std::vector<std::string>& breaches) {
-        if (fault.failure == Failure::kThrows && desk::isNeglected(fault.point.name)) {
-            EXPECT_TRUE(faulty.result == mFunction.success || faulty.result == mFunction.failure);
+        const bool fatal = !faulty.fatal.empty();
+        const bool succeeded = !fatal && faulty.result == mFunction.success;
+        EXPECT_EQ(!expectedResult(mFunction, fault), fatal);
+        if (fatal) {
+            const bool lookup =
+                fault.point.call == Call::FindClass || fault.point.call == Call::GetMethodID;
+            EXPECT_TRUE(!lookup || fault.failure != Failure::kNull ||
+                        mReports.insert(faulty.fatal).second)
+                << faulty.fatal << " does not tell what is missing";
+        } else if (fault.failure == Failure::kThrows && desk::isNeglected(fault.point.name)) {
+            EXPECT_TRUE(succeeded || faulty.result == mFunction.failure);
         } else {
             EXPECT_EQ(expectedResult(mFunction, fault), faulty.result);
             EXPECT_EQ(std::vector<std::string>(), breaches);
             // What is missing is told to whoever loads the library.
             EXPECT_TRUE(!faulty.exceptionLeft || mFunction.side == Side::kLoad);
         }
-        if (faulty.result != mFunction.success) {
+        if (!fatal && !succeeded) {
             EXPECT_EQ(sizeof(gOutput),
                       std::count(std::begin(gOutput), std::end(gOutput), kUntouched));
         }
+        // A plain call works: of a function that failed, with what it left.
+        if (succeeded) {
+            take(mFunction.undo);
+        }
+        if (succeeded || fatal) {
+            take(mFunction.prepare);
+        }
+        EXPECT_EQ(mFunction.success, run(attached).result);
+        take(mFunction.undo);
+        if (!fatal) {
+            checkCounts(before, fault);
+        }
     }
 
-    // What stays on purpose: what the threads hold whose fatal assertion would have ended the
-    // process, the classes of a load, the references of a peer without an environment.
-    void checkCounts(const desk::ResourceCounts& before, const Fault& fault, bool fatal) {
+    // What stays on purpose: the classes of a load, the references of a peer without an environment.
+    // What a thread holds whose fatal assertion would have ended the process is not looked at.
+    void checkCounts(const desk::ResourceCounts& before, const Fault& fault) {
         desk::ResourceCounts after = desk::resourceCounts();
-        if (fatal) {
-            mMayKeep = true;
-            return;
-        }
         const Call call = fault.point.call;
         const bool noEnvironment = call == Call::GetEnv || call == Call::AttachCurrentThread ||
                                    call == Call::DetachCurrentThread;
         if (mFunction.side == Side::kLoad ||
-            (noEnvironment && mFunction.keptWithoutEnv > 0 &&
-             after.globalRefs == before.globalRefs + mFunction.keptWithoutEnv)) {
+            (noEnvironment && after.globalRefs == before.globalRefs + mFunction.keptWithoutEnv)) {
             after.globalRefs = before.globalRefs;
-            mMayKeep = true;
         }
         EXPECT_EQ(before, after);
     }
@@ -559,8 +548,6 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
     std::unique_ptr<desk::Pipeline> mPipeline;
     Stage mStage;
     std::set<std::string> mReports;  // of missing classes and methods
-    // Whether counts may differ at the end: a load keeps classes.
-    bool mMayKeep = mFunction.side == Side::kLoad;
 };
 
 TEST_P(FaultsTest, LogsWithTheLogOpen) {
@@ -569,10 +556,7 @@ TEST_P(FaultsTest, LogsWithTheLogOpen) {
     EXPECT_EQ(mFunction.success, run(true).result);
     desk::setLogLevel("");
     take(mFunction.undo);
-    std::string log;
-    for (const std::string& line : desk::takeLog()) {
-        log += line + "\n";
-    }
+    const std::string log = testing::PrintToString(desk::takeLog());
     EXPECT_NE(std::string::npos, log.find(mFunction.logged)) << log;
 }
 

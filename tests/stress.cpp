@@ -191,17 +191,14 @@ void useTuner(uint32_t pipeline, bool shared) {
             FE_STATUS_T status = {};
             const int result = x_native_frontend_get_frontend_status(pipeline, kinds, 2, &status);
             expect("status", result, 0, shared);
-            check(result != 0 ||
-                      (status.mSnr == 77 && status.mCodeRatesLen == 3 && status.mCodeRates[2] == 3),
-                  "status record", status.mSnr, status.mCodeRatesLen);
+            check(result != 0 || (status.mSnr == 77 && status.mCodeRates[2] == 3), "status record",
+                  status.mSnr, status.mCodeRates[2]);
             break;
         }
         case 2: {
             const int result = x_native_frontend_get_frontend_setting(pipeline, &settings);
             expect("readback", result, 0, shared);
-            check(result != 0 || (settings.e_type == MW_FE_TYPE_DTMB &&
-                                  settings.mFrequency == 9000 && settings.u.t_dtmb.mBandwidth == 6),
-                  "settings read back", settings.e_type, settings.mFrequency);
+            check(result != 0 || settings.mFrequency == 9000, "readback", settings.mFrequency);
             break;
         }
         case 3: {
@@ -231,10 +228,8 @@ struct Report {
     uint64_t at;
     uint32_t handle;
     int32_t values[4];
-    bool delivered;
 };
 thread_local Report tReport;
-int gScanTag;
 
 void checkFilterEvent(uint32_t hfilter, const FLT_EVT_CB_T* pt_evt, void* pv_tag) {
     const Opened* opened = static_cast<Opened*>(pv_tag);
@@ -263,36 +258,12 @@ void onStatus(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, int32_t status, void* pv_t
     checkFilterEvent(hfilter, pt_evt, pv_tag);
 }
 
-int onScan(unsigned int pipeline, void* pv_tag) {
-    check(pipeline == tReport.handle && pv_tag == &gScanTag, "scan event", pipeline);
-    tReport.delivered = true;
-    return 0;
-}
-
-int onScanValue(unsigned int pipeline, int32_t value, void* pv_tag) {
-    check(value == tReport.values[0], "scan value", value);
-    return onScan(pipeline, pv_tag);
-}
-
-int onScanList(unsigned int pipeline, const int32_t* values, int32_t count, void* pv_tag) {
-    check(std::count(values, values + count, count) == count, "scan list", count);
-    return onScanValue(pipeline, count, pv_tag);
-}
-
-int onLnb(unsigned int pipeline, int32_t type) {
-    return onScanValue(pipeline, type, &gScanTag);
-}
-
-int onDiseqc(unsigned int pipeline, const int8_t*, int32_t length) {
-    return onScanValue(pipeline, length, &gScanTag);
-}
-
 void reportFilterEvent(uint32_t handle) {
     const jint value = static_cast<jint>(pick(UINT32_MAX));
-    tReport = {++gClock, handle, {value}, false};
+    tReport = {++gClock, handle, {value}};
     switch (pick(3)) {
         case 0:
-            tReport = {++gClock, handle, {value, 2, -3, 4}, false};
+            tReport = {++gClock, handle, {value, 2, -3, 4}};
             desk::report(Event::kSection, handle, value, 2, -3, 4);
             break;
         case 1:
@@ -308,7 +279,6 @@ void reportFrontendEvent(uint32_t handle) {
     const desk::LocalFrame frame;
     const jint value = static_cast<jint>(pick(64)) + 1;
     const size_t length = static_cast<size_t>(value);
-    tReport = {++gClock, handle, {value}, false};
     jint result = 0;
     switch (pick(4)) {
         case 0:
@@ -328,7 +298,7 @@ void reportFrontendEvent(uint32_t handle) {
             result = desk::report(Event::kDiseqc, handle,
                                   desk::newArray(std::vector<jbyte>(length)), value);
     }
-    check(result == 0 && tReport.delivered, "frontend event not delivered", result);
+    check(result == 0 && desk::takeHeard() == 1, "frontend event not delivered", result);
 }
 
 // --- Threads ---
@@ -400,24 +370,7 @@ void javaThread(const Pipelines& pipelines, int index, unsigned seed) {
     }
 }
 
-void registerCallbacks(uint32_t h_pipeline) {
-    const desk::Watch watch;
-    x_velmora_filter_register_section_callback(onSection);
-    x_velmora_filter_register_filter_status_callback(onStatus);
-    FE_SCAN_CB_T scan = {};
-    scan.pf_locked_nfy = scan.pf_stopped_nfy = onScan;
-    scan.pf_progress_nfy = scan.pf_dvbs_standard_nfy = scan.pf_dvbt_standard_nfy =
-        scan.pf_hierarchy_nfy = onScanValue;
-    scan.pf_freq_report_nfy = scan.pf_symbol_rate_nfy = scan.pf_plp_id_nfy = scan.pf_group_id_nfy =
-        scan.pf_stream_id_nfy = onScanList;
-    scan.pv_tag = &gScanTag;
-    x_native_frontend_register_scan_callback(&scan);
-    x_native_frontend_require_tuner(h_pipeline);
-    x_native_frontend_register_lnb_callback(h_pipeline, onLnb);
-    x_native_frontend_register_lnb_DiseqcMessage_callback(h_pipeline, onDiseqc);
-    x_native_frontend_close_tuner(h_pipeline);
-}
-
+// Returns when everything is closed.
 void runThreads(const Pipelines& pipelines, unsigned seconds, unsigned seed) {
     alarm(seconds + kHangSeconds);  // ends the process when a thread hangs
     std::vector<std::thread> threads;
@@ -432,9 +385,6 @@ void runThreads(const Pipelines& pipelines, unsigned seconds, unsigned seed) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-}
-
-void closeShared(const Pipelines& pipelines) {
     const desk::Watch watch;
     for (const desk::Pipeline& pipeline : pipelines.shared) {
         x_native_frontend_close_tuner(pipeline.handle());
@@ -470,14 +420,13 @@ int main(int argc, char** argv) {
 
     const desk::ResourceCounts before = desk::resourceCounts();
     auto pipelines = std::make_unique<Pipelines>();
-    registerCallbacks(pipelines->shared[0].handle());
+    desk::registerCountingCallbacks(pipelines->shared[0].handle());
+    x_velmora_filter_register_section_callback(onSection);
+    x_velmora_filter_register_filter_status_callback(onStatus);
     runThreads(*pipelines, seconds, seed);
-    closeShared(*pipelines);
     pipelines.reset();
     const std::string wrong = desk::callStatic<std::string>("tests.StressModel", "fault");
-    if (!wrong.empty()) {
-        fault(wrong);
-    }
+    check(wrong.empty(), wrong.c_str());
     if (!(desk::resourceCounts() == before)) {
         std::cerr << "before: " << before << "\nafter:  " << desk::resourceCounts() << "\n";
         fault("resources were left");
