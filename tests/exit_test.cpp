@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
-#include <vector>
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
@@ -51,18 +50,13 @@ uint32_t leaveAllOpen() {
 [[noreturn]] void keepCalling(uint32_t pipeline) {
     MW_FESETTING_T settings = {};
     settings.e_type = MW_FE_TYPE_ATSC;
-    FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
-    FE_STATUS_T status = {};
     int8_t buffer[16];
-    uint8_t pattern[FLT_PATTERN_SIZE] = {};
     const desk::Watch watch;
     for (;;) {
         x_native_frontend_require_tuner(pipeline);
         x_native_frontend_tune(pipeline, &settings);
-        x_native_frontend_get_frontend_status(pipeline, &type, 1, &status);
         x_native_frontend_close_tuner(pipeline);
         const uint32_t filter = openFilter(pipeline);
-        x_velmora_filter_setSectionConfig(filter, 1, 0, 1, 0, pattern, pattern, pattern);
         x_velmora_filter_read(filter, buffer, 0, sizeof(buffer));
         x_velmora_filter_close(filter);
     }
