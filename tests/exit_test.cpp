@@ -47,15 +47,21 @@ uint32_t leaveAllOpen() {
     return pipeline;
 }
 
-[[noreturn]] void keepCalling(uint32_t pipeline) {
+[[noreturn]] void useTuner(uint32_t pipeline) {
     MW_FESETTING_T settings = {};
     settings.e_type = MW_FE_TYPE_ATSC;
-    int8_t buffer[16];
     const desk::Watch watch;
     for (;;) {
         x_native_frontend_require_tuner(pipeline);
         x_native_frontend_tune(pipeline, &settings);
         x_native_frontend_close_tuner(pipeline);
+    }
+}
+
+[[noreturn]] void useFilter(uint32_t pipeline) {
+    int8_t buffer[16];
+    const desk::Watch watch;
+    for (;;) {
         const uint32_t filter = openFilter(pipeline);
         x_velmora_filter_read(filter, buffer, 0, sizeof(buffer));
         x_velmora_filter_close(filter);
@@ -65,8 +71,9 @@ uint32_t leaveAllOpen() {
 // Threads that go on until the process is gone; two each share a pipeline.
 void keepBusy() {
     for (const uint32_t pipeline : {newPipeline(), newPipeline()}) {
-        std::thread(keepCalling, pipeline).detach();
-        std::thread(keepCalling, pipeline).detach();
+        for (const auto work : {useTuner, useTuner, useFilter, useFilter}) {
+            std::thread(work, pipeline).detach();
+        }
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
 }
