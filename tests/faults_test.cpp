@@ -449,7 +449,7 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
         const desk::Releases releases = desk::takeReleases();
         EXPECT_EQ(0, mFunction.releaseMode == 0 ? releases.aborted : releases.copiedBack);
         EXPECT_EQ(0, releases.other);
-        mCounts = desk::resourceCounts();  // compared after each fault
+        mCounts = desk::resourceCounts();  // each test has compared them
         BridgeTest::TearDown();
     }
 
@@ -551,11 +551,13 @@ class FaultsTest : public desk::BridgeTest, public testing::WithParamInterface<F
 };
 
 TEST_P(FaultsTest, LogsWithTheLogOpen) {
+    const desk::ResourceCounts before = desk::resourceCounts();
     take(mFunction.prepare);
     desk::setLogLevel("V");
     EXPECT_EQ(mFunction.success, run(true).result);
     desk::setLogLevel("");
     take(mFunction.undo);
+    EXPECT_TRUE(mFunction.side == Side::kLoad || desk::resourceCounts() == before);
     const std::string log = testing::PrintToString(desk::takeLog());
     EXPECT_NE(std::string::npos, log.find(mFunction.logged)) << log;
 }
