@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
-#include <vector>
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
@@ -48,27 +47,22 @@ uint32_t leaveAllOpen() {
     return pipeline;
 }
 
-void useTuner(uint32_t pipeline) {
+[[noreturn]] void useTuner(uint32_t pipeline) {
     MW_FESETTING_T settings = {};
     settings.e_type = MW_FE_TYPE_ATSC;
-    FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
-    FE_STATUS_T status = {};
     const desk::Watch watch;
     for (;;) {
         x_native_frontend_require_tuner(pipeline);
         x_native_frontend_tune(pipeline, &settings);
-        x_native_frontend_get_frontend_status(pipeline, &type, 1, &status);
         x_native_frontend_close_tuner(pipeline);
     }
 }
 
-void useFilter(uint32_t pipeline) {
+[[noreturn]] void useFilter(uint32_t pipeline) {
     int8_t buffer[16];
-    uint8_t pattern[FLT_PATTERN_SIZE] = {};
     const desk::Watch watch;
     for (;;) {
         const uint32_t filter = openFilter(pipeline);
-        x_velmora_filter_setSectionConfig(filter, 1, 0, 1, 0, pattern, pattern, pattern);
         x_velmora_filter_read(filter, buffer, 0, sizeof(buffer));
         x_velmora_filter_close(filter);
     }
@@ -76,30 +70,19 @@ void useFilter(uint32_t pipeline) {
 
 // Threads that go on until the process is gone; two each share a pipeline.
 void keepBusy() {
-    for (int i = 0; i < 2; ++i) {
-        const uint32_t pipeline = newPipeline();
-        for (int thread = 0; thread < 2; ++thread) {
-            std::thread(useTuner, pipeline).detach();
-            std::thread(useFilter, pipeline).detach();
+    for (const uint32_t pipeline : {newPipeline(), newPipeline()}) {
+        for (const auto work : {useTuner, useTuner, useFilter, useFilter}) {
+            std::thread(work, pipeline).detach();
         }
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
 }
 
-[[noreturn]] void exitFromMiddleware(int status) {
-    std::thread([status] { exit(status); }).join();
-    abort();
-}
-
 // The functions of a registered tuner fail without a virtual machine, and do not crash.
 bool refusesWithoutVm(uint32_t pipeline) {
     MW_FESETTING_T settings = {};
-    FE_STATUS_TYPE_E type = FE_STATUS_TYPE_SNR;
-    FE_STATUS_T status = {};
     return x_native_frontend_tune(pipeline, &settings) == -1 &&
-           x_native_frontend_get_frontend_status(pipeline, &type, 1, &status) == -1 &&
-           x_native_frontend_lnb_get_tone(pipeline) == 0 &&
-           x_native_frontend_set_ontune_listener(pipeline) == 0;
+           x_native_frontend_lnb_get_tone(pipeline) == 0;
 }
 
 }  // namespace
@@ -115,8 +98,9 @@ extern "C" void reportEnd() {
     }
     const std::string calls = "\n" + desk::takeCalls() + "\n";
     for (int i = 1; i <= kTuners; ++i) {
-        const std::string tuner = "ZytTvInnerFrontend#" + std::to_string(i);
-        const bool closed = calls.find("\n" + tuner + ".onCloseFrontend()\n") != std::string::npos;
+        const std::string close =
+            "\nZytTvInnerFrontend#" + std::to_string(i) + ".onCloseFrontend()\n";
+        const bool closed = calls.find(close) != std::string::npos;
         printf("tuner %d %s\n", i, closed ? "closed" : "not closed");
     }
     // Threads that are still busy show here whether something that they use is gone.
@@ -136,14 +120,10 @@ extern "C" int endProcess(const char* way) {
         keepBusy();
         way += 5;
     }
-    if (strcmp(way, "after_vm") == 0) {
-        return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(pipeline) ? kAfterVm
-                                                                                   : kFailed;
-    }
     if (strcmp(way, "from_java") == 0) {
         desk::callStatic("java.lang.System", "exit", kFromJava);
     } else if (strcmp(way, "from_thread") == 0) {
-        exitFromMiddleware(kFromThread);
+        std::thread(exit, kFromThread).join();
     }
-    return kFailed;
+    return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(pipeline) ? kAfterVm : kFailed;
 }

@@ -10,7 +10,6 @@ import desk.DeviceModel;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.atomic.AtomicInteger;
-import java.util.concurrent.atomic.AtomicLong;
 
 /**
  * The device model of the stress: answers that follow from the arguments, so that the middleware's side can tell
@@ -19,9 +18,8 @@ import java.util.concurrent.atomic.AtomicLong;
 public final class StressModel implements DeviceModel {
     private static final StressModel INSTANCE = new StressModel();
 
+    /** The calls that run, of each open object. */
     private final Map<Object, AtomicInteger> mOpen = new ConcurrentHashMap<>();
-    private final AtomicLong mOpened = new AtomicLong();
-    private final AtomicLong mClosed = new AtomicLong();
     private volatile String mFault = "";
     private final FrontendStatus mStatus = new FrontendStatus();
     private final FrontendSettings mSettings = new DtmbFrontendSettings(9000, 0, 0, 0, 0, 0, 6);
@@ -34,66 +32,49 @@ public final class StressModel implements DeviceModel {
 
     /** What was wrong, or empty. Every object must be closed. */
     public static String fault() {
-        final long left = INSTANCE.mOpened.get() - INSTANCE.mClosed.get();
+        final int left = INSTANCE.mOpen.size();
         return INSTANCE.mFault.isEmpty() && left != 0 ? left + " objects are not closed" : INSTANCE.mFault;
     }
 
     @Override
     public Object call(Object self, String method, Object... args) {
-        if (self instanceof ZytTvInnerFilter filter) {
-            return switch (method) {
-                case "<init>", "setNativeHandle" -> null;
-                case "onOpenFilter" -> open(self, (Integer) args[0] == 9 ? 3 : 0);
-                default -> watched(self, method, 1, method.equals("onCloseFilter"),
-                        () -> answer(filter.nativeHandle(), method, args));
-            };
-        }
-        if (self instanceof ZytTvInnerFrontend) {
-            return switch (method) {
-                case "<init>", "onSetNativeHandle" -> null;
-                case "onOpenFrontend" -> open(self, 0);
-                default -> watched(self, method, Integer.MAX_VALUE, method.equals("onCloseFrontend"),
-                        () -> answer(method, args));
-            };
-        }
         return switch (method) {
-            case "isDemodLocked" -> true;
+            case "<init>", "setNativeHandle", "onSetNativeHandle" -> null;
+            case "onOpenFilter" -> (Integer) args[0] == 9 ? 3 : open(self);
+            case "onOpenFrontend" -> open(self);
             case "getSnr" -> 77;
             case "getCodeRates" -> new int[] {1, 2, 3};
-            default -> null;
+            default -> {
+                final boolean isFilter = self instanceof ZytTvInnerFilter;
+                yield isFilter || self instanceof ZytTvInnerFrontend ? watched(self, isFilter, method, args) : null;
+            }
         };
     }
 
-    private Object open(Object self, int result) {
-        if (result == 0) {
-            mOpen.put(self, new AtomicInteger());
-            mOpened.incrementAndGet();
-        }
-        return result;
+    private int open(Object self) {
+        mOpen.put(self, new AtomicInteger());
+        return 0;
     }
 
-    /** Calls of one object: none before its open, none after its close, at most so many at once. */
-    private Object watched(Object self, String method, int most, boolean closes, java.util.function.Supplier<Object> answer) {
+    /** Calls of one object: none before its open, none after its close; of a filter, and to close, one at a time. */
+    private Object watched(Object self, boolean isFilter, String method, Object[] args) {
+        final boolean closes = method.startsWith("onClose");
         final AtomicInteger calls = closes ? mOpen.remove(self) : mOpen.get(self);
         if (calls == null) {
             mFault = method + " of an object that is not open";
             return 0;
         }
-        final int now = calls.incrementAndGet();
-        if (now > most || (closes && now > 1)) {
+        if (calls.incrementAndGet() > 1 && (isFilter || closes)) {
             mFault = method + " while another call runs";
         }
         try {
-            return answer.get();
+            return answer(isFilter ? ((ZytTvInnerFilter) self).nativeHandle() : 0, method, args);
         } finally {
             calls.decrementAndGet();
-            if (closes) {
-                mClosed.incrementAndGet();
-            }
         }
     }
 
-    private static Object answer(int handle, String method, Object[] args) {
+    private Object answer(int handle, String method, Object[] args) {
         return switch (method) {
             case "onStart" -> handle & 0xff;
             case "onStop" -> 0x100 + (handle & 0xff);
@@ -107,18 +88,12 @@ public final class StressModel implements DeviceModel {
                 }
                 yield length;
             }
-            default -> 0;
-        };
-    }
-
-    private Object answer(String method, Object[] args) {
-        return switch (method) {
             case "onTune" -> tuned((FrontendSettings) args[0]);
             case "onScan" -> tuned((FrontendSettings) args[0]) + (Integer) args[1];
-            case "onGetFrontendStatus" -> ((int[]) args[0])[0] == 33 ? null : mStatus;
+            case "onGetFrontendStatus" -> mStatus;
             case "onGetFrontendSetting" -> mSettings;
-            case "onSetVoltage", "onSetTone", "onSetSatellitePosition" -> (Integer) args[0] + 1;
-            case "onGetVoltage", "onGetTone", "onGetSatellitePosition" -> 13;
+            case "onSetVoltage" -> (Integer) args[0] + 1;
+            case "onGetTone" -> 13;
             case "onSendDiseqcMessage" -> ((byte[]) args[0]).length;
             default -> 0;
         };
