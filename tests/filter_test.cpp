@@ -15,7 +15,6 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
-#include <regex>
 #include <thread>
 
 #include "mw/basic_services.h"
@@ -455,9 +454,13 @@ Lines takePlainLog(uint32_t hfilter, const std::string& instance = "none") {
     snprintf(handle, sizeof(handle), "0x%x", hfilter);
     Lines lines = desk::takeLog();
     for (std::string& line : lines) {
-        line = std::regex_replace(line, std::regex("^I <(\\w+): *\\d+>"), "$1>");
-        line = std::regex_replace(line, std::regex(handle), "H");
-        line = std::regex_replace(line, std::regex(instance), "I");
+        line.erase(line.find(':'), line.find('>') - line.find(':')).erase(0, strlen("I <"));
+        for (const auto& [value, letter] :
+             {std::pair<std::string, const char*>(handle, "H"), {instance, "I"}}) {
+            if (const size_t at = line.find(value); at != std::string::npos) {
+                line.replace(at, value.size(), letter);
+            }
+        }
     }
     return lines;
 }
