@@ -237,7 +237,7 @@ class Oracle {
         if (isNew && mCase.source) {
             answer = answerFrom(&*mCase.source, type);
         } else if (isNew) {
-            answer.value = kSomeValue + 2 * number;
+            answer.value = kSomeValue + int64_t{2} * number;
             answer.list = {number, -number};
         }
         answer.type = type;

@@ -123,7 +123,7 @@ TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachIsStoredInItsFieldAndNowher
     for (const int32_t kind : allKinds()) {
         queries.push_back({kind});
     }
-    for (const size_t count : {0, 34, 35, 255}) {
+    for (const size_t count : {size_t{0}, size_t{34}, size_t{35}, size_t{255}}) {
         queries.push_back(std::vector<int32_t>(count, 1));
     }
     for (const std::vector<int32_t>& kinds : queries) {
