@@ -218,7 +218,8 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     // Java's compiler runs before what it compiles, not beside it, and collections are short.
     desk::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"}, "bench");
-    if (benchmark::ReportUnrecognizedArguments(argc, argv) || !desk::loadLibrary()) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv) ||
+        !desk::keepingInterrupt(desk::loadLibrary)) {
         return 1;
     }
     const std::vector<bench::Call> calls = bench::makeCalls();

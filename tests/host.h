@@ -6,6 +6,7 @@
 #define TESTS_HOST_H
 
 #include <jni.h>
+#include <signal.h>
 
 #include <cstdint>
 #include <functional>
@@ -36,6 +37,16 @@ JNIEnv* env();  // of the calling thread, which must be attached
 
 // Loads the library through that class loader. False when Java threw; the exception is printed.
 bool loadLibrary();
+// Runs a load of the library and gives SIGINT its action back, which the load takes: a program that
+// runs for long must end with Ctrl-C.
+template <typename Load>
+auto keepingInterrupt(const Load& load) {
+    struct sigaction before = {};
+    sigaction(SIGINT, nullptr, &before);
+    const auto result = load();
+    sigaction(SIGINT, &before, nullptr);
+    return result;
+}
 // Does the work below a Java method of a class of that loader, and returns its result: from there
 // the library's load entry finds its classes. A Java exception that the work leaves stays pending.
 jint callFromJava(const std::function<jint()>& work);

@@ -9,7 +9,6 @@
 // after the close had returned; a Java object gets no call before its open, after its close, or, a
 // filter, while another runs. Checked at the end: the resource counts.
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -410,12 +409,7 @@ int main(int argc, char** argv) {
     gPlant = options["--plant"];
 
     desk::startWatchedVm({desk::kSmallHeap});
-    // The library's load installs a handler that ignores SIGINT, with which Ctrl-C could not end a
-    // run of hours.
-    struct sigaction interrupt = {};
-    sigaction(SIGINT, nullptr, &interrupt);
-    check(desk::loadWatchedLibrary() == JNI_VERSION_1_4, "load");
-    sigaction(SIGINT, &interrupt, nullptr);
+    check(desk::keepingInterrupt(desk::loadWatchedLibrary) == JNI_VERSION_1_4, "load");
     desk::callStatic("tests.StressModel", "install");
 
     const desk::ResourceCounts before = desk::resourceCounts();
