@@ -211,15 +211,14 @@ void timeThreads(const std::string& name, const char* answer, int (*call)(uint32
     };
     add("threads: " + name, work)->UseRealTime()->ThreadRange(1, 2);
 }
-
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     // Java's compiler runs before what it compiles, not beside it, and collections are short.
     desk::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"}, "bench");
-    if (benchmark::ReportUnrecognizedArguments(argc, argv) ||
-        !desk::keepingInterrupt(desk::loadLibrary)) {
+    const bool loaded = desk::keepingInterrupt(desk::loadLibrary);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv) || !loaded) {
         return 1;
     }
     const std::vector<bench::Call> calls = bench::makeCalls();

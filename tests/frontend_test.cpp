@@ -174,6 +174,9 @@ TEST_F(FrontendTest, UnboundPeerIsRegisteredAndCallsNothing) {
     const Case cases[] = {
         {"no such handle", [](Pipeline&) { desk_fail_call(DESK_HANDLE_GET_OBJ, 1, 7); },
          "E JNativeInnerFrontend, handle_get_obj fail, pipeline handle: 0x"},
+        {"empty handle",
+         [](Pipeline&) { desk_fail_call(DESK_HANDLE_GET_OBJ, 1, DESK_ANSWER_EMPTY); },
+         "E JNativeInnerFrontend, handle_get_obj fail, pipeline handle: 0x"},
         {"collected", [](Pipeline& pipeline) { pipeline.collect(); },
          "E JNativeInnerFrontend, pipeline maybe already release."},
         {"constructor throws", [](Pipeline&) { desk::scriptThrows("ZytTvInnerFrontend.<init>"); },
