@@ -63,7 +63,8 @@ void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, co
 }
 
 // Reads a list from the status object; false when there is none. line shows the first element and
-// the length.
+// the length. Unlike with readKind, an exception of the getter is cleared here, because further JNI
+// calls follow.
 bool readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
               const char* line, int32_t* values, int32_t* lengthField) {
     const auto list = getter.call(env, status);

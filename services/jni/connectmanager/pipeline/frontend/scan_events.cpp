@@ -85,7 +85,8 @@ jint scanValueEvent(const char* function, const std::atomic<fe_scan_value_nfy_fc
 
 // noArray is for a list that cannot be used, delivered for the line before the callback. Some formats
 // end before the last values that they are given: reported gets the length, delivered gets the first
-// element and the array's real length.
+// element and the array's real length. A list without an element is refused before, so there is a
+// first one.
 jint scanListEvent(const char* function, const std::atomic<fe_scan_list_nfy_fct>& slot,
                    const char* reported, const char* missing, const char* noArray,
                    const char* delivered, JNIEnv* env, jint pipeline, jintArray values,
