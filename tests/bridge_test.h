@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <optional>
 
 #include "tests/host.h"
@@ -25,10 +24,6 @@ class BridgeTest : public testing::Test {
   private:
     std::optional<LocalFrame> mFrame;
 };
-
-// Runs work on a thread that the virtual machine has never seen, and waits for it. The work must not
-// leave the thread attached.
-void onFreshThread(const std::function<void()>& work);
 
 }  // namespace desk
 

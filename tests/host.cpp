@@ -349,14 +349,6 @@ Pipeline::~Pipeline() {
     gJni.DeleteGlobalRef(env(), mObject);
 }
 
-void Pipeline::collect() {
-    gJni.DeleteGlobalRef(env(), mObject);
-    mObject = nullptr;
-    while (!gJni.IsSameObject(env(), mWeak, nullptr)) {
-        callStatic("java.lang.System", "gc");
-    }
-}
-
 void setLogLevel(const char* level) {
     property_set("vendor.zyt.broadcast.log.level", level);
 }

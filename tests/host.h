@@ -211,8 +211,6 @@ class Pipeline {
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
     uint32_t handle() const { return mHandle; }
-    // Lets the garbage collector have the Java object.
-    void collect();
 
   private:
     jobject mObject = nullptr;

@@ -71,46 +71,34 @@ TEST(LoadTest, FailsWhenThereIsNoEnvironment) {
     });
 }
 
-// A load that fails: which table of natives is refused, by a missing class or a refused registration,
-// and what is said.
-struct Refusal {
-    const char* missingClass;  // of the callback class, after the package
-    const char* firstNative;   // of the table that is refused
-    Lines log;
-};
-
 TEST(LoadTest, FailsWhenNativesAreRefused) {
     IN_A_PROCESS([] {
         const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
-        const char* const frontend = "E ERROR: inner frontend native registration failed";
-        const Refusal refusals[] = {
-            {"ZytTvInnerScanCallback",
-             "notifyScanOnLocked",
-             {"E Failed to register resource scan callback native methods", frontend}},
-            {"ZytTvInnerLnbCallback",
-             "notifyLnbEvent",
-             {"E Failed to register lnb callback native methods", frontend}},
-            {"ZytTvInnerFilterCallback",
-             "nativeFilterSectionEvent",
-             {"E ERROR: inner filter native registration failed"}}};
-        for (const Refusal& refusal : refusals) {
-            for (const bool missing : {true, false}) {
-                if (missing) {
-                    desk::failLookup(Call::FindClass, package + refusal.missingClass);
-                } else {
-                    desk::failLookup(Call::RegisterNatives, refusal.firstNative);
-                }
-                EXPECT_EQ(-1, desk::loadWatchedLibrary());
-                desk::failNothing();
-                EXPECT_EQ(nullptr, g_velmora_javaVM);
-                Lines expected = refusal.log;
-                expected.insert(
-                    expected.begin(),
-                    missing ? "E registerNativeMethods cannot find class return false, class: " +
-                                  package + refusal.missingClass
-                            : "E registerNativeMethods cannot register methods return false");
-                EXPECT_EQ(expected, desk::takeLog());
-            }
+        const std::string frontend = "E ERROR: inner frontend native registration failed";
+        const struct {
+            std::string clazz;
+            const char* firstNative;
+            Lines log;
+        } refusals[] = {{package + "ZytTvInnerScanCallback",
+                         "notifyScanOnLocked",
+                         {"E Failed to register resource scan callback native methods", frontend}},
+                        {package + "ZytTvInnerLnbCallback",
+                         "notifyLnbEvent",
+                         {"E Failed to register lnb callback native methods", frontend}},
+                        {package + "ZytTvInnerFilterCallback",
+                         "nativeFilterSectionEvent",
+                         {"E ERROR: inner filter native registration failed"}}};
+        const auto expectFailure = [](const std::string& first, Lines lines) {
+            EXPECT_EQ(-1, desk::loadWatchedLibrary());
+            EXPECT_EQ(nullptr, g_velmora_javaVM);
+            lines.insert(lines.begin(), "E registerNativeMethods cannot " + first);
+            EXPECT_EQ(lines, desk::takeLog());
+        };
+        for (const auto& [clazz, firstNative, log] : refusals) {
+            desk::failLookup(Call::FindClass, clazz);
+            expectFailure("find class return false, class: " + clazz, log);
+            desk::failLookup(Call::RegisterNatives, firstNative);
+            expectFailure("register methods return false", log);
         }
     });
 }
@@ -118,35 +106,28 @@ TEST(LoadTest, FailsWhenNativesAreRefused) {
 // What the library calls and cannot find ends the process, with the name of what is missing.
 TEST(LoadTest, MissingClassOrMethodIsFatal) {
     const std::string services = "com/halvorin/tv/velmora/services/selector/connectmanager/";
-    const std::string tuner = "android/media/tv/tuner/frontend/";
-    struct Missing {
+    const struct {
         Call lookup;
         std::string name;
         const char* report;
-    };
-    static constexpr char kFrontend[] =
-        "F/ZYT_MW .*!\\(clazz.get\\(\\) != __null\\): "
-        "services/jni/connectmanager/pipeline/"
-        "com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp: "
-        "FATAL Error at :[0-9]+";
-    static constexpr char kFilter[] =
-        "F/ZytTvInnerFilter_JNI.*!\\(clazz.get\\(\\) != __null\\): "
-        "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp: "
-        "FATAL Error at :[0-9]+";
-    const Missing cases[] = {
-        {Call::FindClass, services + "ZytTvInnerFrontend", kFrontend},
-        {Call::FindClass, tuner + "FrontendStatus", kFrontend},
-        {Call::FindClass, services + "ZytTvInnerFilter", kFilter},
+    } cases[] = {
+        {Call::FindClass, "android/media/tv/tuner/frontend/FrontendStatus",
+         "F/ZYT_MW .*!\\(clazz.get\\(\\) != __null\\): services/jni/connectmanager/pipeline/"
+         "com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp: FATAL Error at :[0-9]+"},
+        {Call::FindClass, services + "ZytTvInnerFilter",
+         "F/ZytTvInnerFilter_JNI.*!\\(clazz.get\\(\\) != __null\\): "
+         "services/jni/connectmanager/pipeline/"
+         "com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp: "
+         "FATAL Error at :[0-9]+"},
         {Call::GetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
         {Call::GetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
         {Call::GetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
         {Call::GetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
     };
-    for (const Missing& missing : cases) {
+    for (const auto& missing : cases) {
         SCOPED_TRACE(missing.name);
         EXPECT_EXIT(
             {
-                signal(SIGABRT, SIG_DFL);
                 desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
                 signal(SIGABRT, SIG_DFL);
                 desk::failLookup(missing.lookup, missing.name);

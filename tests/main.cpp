@@ -1,8 +1,6 @@
 // The fixture, and the tests' entry: as GoogleTest's own, but the virtual machine is gone before the
 // process ends.
 
-#include <thread>
-
 #include "tests/bridge_test.h"
 
 namespace desk {
@@ -26,14 +24,6 @@ void BridgeTest::TearDown() {
     EXPECT_EQ(mCounts, resourceCounts());
     EXPECT_EQ(std::vector<std::string>(), takeComplaints());
     mFrame.reset();
-}
-
-void onFreshThread(const std::function<void()>& work) {
-    std::thread([&] {
-        work();
-        void* left = nullptr;
-        EXPECT_EQ(JNI_EDETACHED, vm()->GetEnv(&left, JNI_VERSION_1_4));
-    }).join();
 }
 
 }  // namespace desk

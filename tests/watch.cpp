@@ -35,7 +35,6 @@ std::atomic<int> gGlobalRefs;
 std::atomic<int> gLocalRefs;
 std::atomic<int> gElements;
 std::atomic<int> gAttachments;
-std::atomic<int> gAttachCount;
 std::array<std::atomic<int>, 3> gReleases;  // by mode: 0, JNI_COMMIT, JNI_ABORT
 
 constexpr std::atomic<int>* kNoCount = nullptr;
@@ -246,7 +245,6 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
     if (result == JNI_OK) {
         setTable();
         ++gAttachments;
-        ++gAttachCount;
     }
     return result;
 }
@@ -296,10 +294,6 @@ std::vector<Failure> waysToFail(Call call) {
 
 void failCall(Call call, int nth, Failure failure) {
     setFault(Fault{call, "", static_cast<size_t>(nth), failure});
-}
-
-void failEvery(Call call, Failure failure) {
-    setFault(Fault{call, "", 0, failure});
 }
 
 void failLookup(Call call, const std::string& name) {
@@ -381,10 +375,6 @@ ResourceCounts resourceCounts() {
     return {gGlobalRefs,        gLocalRefs,          gElements,
             gAttachments,       desk_live_handles(), desk_live_semaphores(),
             desk_live_blocks(), liveRefBases(),      desk_bad_frees()};
-}
-
-int attachCount() {
-    return gAttachCount;
 }
 
 Releases takeReleases() {

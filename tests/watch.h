@@ -84,8 +84,6 @@ constexpr int kServiceError = -17;  // what a failing service returns
 // One of the following at a time; each replaces the one before.
 // The nth watched call from now on (1: the next) fails, once.
 void failCall(Call call, int nth, Failure failure);
-// Every such call fails.
-void failEvery(Call call, Failure failure);
 // The lookup of this class or method fails, or the registration of this native.
 void failLookup(Call call, const std::string& name);
 void failNothing();
@@ -127,7 +125,6 @@ struct ResourceCounts {
 };
 std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts);
 ResourceCounts resourceCounts();
-int attachCount();  // attachments made since the start
 
 // Array elements released since the last time, by mode.
 struct Releases {
