@@ -109,7 +109,6 @@ void registerCallbacks(uint32_t h_pipeline, bool all) {
 constexpr unsigned char kUntouched = 0xa5;
 constexpr int kJavaValue = 5;  // what Java's methods return
 constexpr int kBytesRead = 9;
-constexpr uint32_t kNoHandle = 0x7fffff00;
 constexpr size_t kShortestHandle = 6;  // as text: the services count from 0x1001
 constexpr int kFewestFaults = 900;     // tried in all, not fewer by an oversight
 
