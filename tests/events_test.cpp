@@ -89,8 +89,15 @@ TEST_F(EventsTest, ListsAreCutToTheirArrayAndBadOnesAreRefused) {
 }
 
 TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
+    const desk::Pipeline other;
+    desk::registerCountingCallbacks(other.handle());
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(kNoPipeline, nullptr));
     EXPECT_EQ(-1, registerDiseqc(kNoPipeline, nullptr));
-    EXPECT_EQ(1, given(Event::kDiseqc, desk::newArray(std::vector<jbyte>{1}), 1));
+    desk::takeHeard();
+    EXPECT_EQ(0, desk::report(Event::kLnb, kNoPipeline, 1));
+    EXPECT_EQ(0,
+              desk::report(Event::kDiseqc, kNoPipeline, desk::newArray(std::vector<jbyte>{1}), 1));
+    EXPECT_EQ(2, desk::takeHeard());
 }
 
 TEST_F(EventsTest, CallbackIsLoggedBeforeTheBytesAreTaken) {
