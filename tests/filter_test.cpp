@@ -20,8 +20,6 @@
 #include "mw/basic_services.h"
 #include "tests/bridge_test.h"
 
-extern "C" JavaVM* g_velmora_javaVM;
-
 namespace {
 
 using desk::bridge;
@@ -334,19 +332,6 @@ TEST_F(FilterTest, ReferencesAreCountedByHand) {
         EXPECT_EQ(-1, addInnerFilterReference(INT64_C(0x100000000)));
         EXPECT_EQ(-1, subInnerFilterReference(INT64_C(0x100000000)));
     }
-}
-
-TEST_F(FilterTest, CallbackThreadNeedsAVirtualMachine) {
-    uint32_t hthread = kUnwritten;
-    desk::setLogLevel("I");
-    JavaVM* vm = std::exchange(g_velmora_javaVM, nullptr);
-    EXPECT_EQ(-1, x_velmora_filter_create_callback_thread(&hthread));
-    g_velmora_javaVM = vm;
-    desk::setLogLevel("");
-    EXPECT_EQ(kUnwritten, hthread);
-    const Lines lines = desk::takeLog();
-    ASSERT_EQ(2u, lines.size()) << "of the creation and of the peer's destructor";
-    EXPECT_NE(std::string::npos, lines[0].find("> attach java env in callback failed."));
 }
 
 }  // namespace

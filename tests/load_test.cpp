@@ -1,28 +1,17 @@
-// Loading: the order of registration, its failures, the log gate and SIGINT. Each test loads the
-// library in a process of its own, forked before there is a virtual machine.
+// Loading, when nothing was loaded before, and the log gate. Each load is made in a process of its
+// own, forked before there is a virtual machine. How a load fails is in functions.txt.
 
 #include <cutils/properties.h>
 #include <errno.h>
 #include <signal.h>
 #include <unistd.h>
 
-#include <cstdarg>
 #include <cstring>
 
 #include "log/halvorin_log.h"
 #include "tests/bridge_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
-
-// The platform's own does not tell the condition when there is a format, as here.
-void __android_log_assert(const char* cond, const char* tag, const char* fmt, ...) {
-    fprintf(stderr, "F/%s %s: ", tag, cond);
-    va_list args;
-    va_start(args, fmt);
-    vfprintf(stderr, fmt, args);
-    va_end(args);
-    abort();
-}
 
 namespace {
 
@@ -62,80 +51,15 @@ TEST(LoadTest, LoadsOnceEverythingIsFound) {
     });
 }
 
-TEST(LoadTest, FailsWhenThereIsNoEnvironment) {
+TEST(LoadTest, IsNotPublishedWhenItFails) {
     IN_A_PROCESS([] {
         desk::failCall(Call::GetEnv, 1, desk::Failure::kNull);
         EXPECT_EQ(-1, desk::loadWatchedLibrary());
-        EXPECT_EQ(Lines{"E ERROR: GetEnv failed"}, desk::takeLog());
+        EXPECT_EQ(nullptr, g_velmora_javaVM);
+        desk::failLookup(Call::RegisterNatives, "nativeFilterSectionEvent");  // the last
+        EXPECT_EQ(-1, desk::loadWatchedLibrary());
         EXPECT_EQ(nullptr, g_velmora_javaVM);
     });
-}
-
-TEST(LoadTest, FailsWhenNativesAreRefused) {
-    IN_A_PROCESS([] {
-        const std::string package = "com/halvorin/tv/velmora/services/selector/connectmanager/";
-        const std::string frontend = "E ERROR: inner frontend native registration failed";
-        const struct {
-            std::string clazz;
-            const char* firstNative;
-            Lines log;
-        } refusals[] = {{package + "ZytTvInnerScanCallback",
-                         "notifyScanOnLocked",
-                         {"E Failed to register resource scan callback native methods", frontend}},
-                        {package + "ZytTvInnerLnbCallback",
-                         "notifyLnbEvent",
-                         {"E Failed to register lnb callback native methods", frontend}},
-                        {package + "ZytTvInnerFilterCallback",
-                         "nativeFilterSectionEvent",
-                         {"E ERROR: inner filter native registration failed"}}};
-        const auto expectFailure = [](const std::string& first, Lines lines) {
-            EXPECT_EQ(-1, desk::loadWatchedLibrary());
-            EXPECT_EQ(nullptr, g_velmora_javaVM);
-            lines.insert(lines.begin(), "E registerNativeMethods cannot " + first);
-            EXPECT_EQ(lines, desk::takeLog());
-        };
-        for (const auto& [clazz, firstNative, log] : refusals) {
-            desk::failLookup(Call::FindClass, clazz);
-            expectFailure("find class return false, class: " + clazz, log);
-            desk::failLookup(Call::RegisterNatives, firstNative);
-            expectFailure("register methods return false", log);
-        }
-    });
-}
-
-// What the library calls and cannot find ends the process, with the name of what is missing.
-TEST(LoadTest, MissingClassOrMethodIsFatal) {
-    const std::string services = "com/halvorin/tv/velmora/services/selector/connectmanager/";
-    const struct {
-        Call lookup;
-        std::string name;
-        const char* report;
-    } cases[] = {
-        {Call::FindClass, "android/media/tv/tuner/frontend/FrontendStatus",
-         "F/ZYT_MW .*!\\(clazz.get\\(\\) != __null\\): services/jni/connectmanager/pipeline/"
-         "com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp: FATAL Error at :[0-9]+"},
-        {Call::FindClass, services + "ZytTvInnerFilter",
-         "F/ZytTvInnerFilter_JNI.*!\\(clazz.get\\(\\) != __null\\): "
-         "services/jni/connectmanager/pipeline/"
-         "com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp: "
-         "FATAL Error at :[0-9]+"},
-        {Call::GetMethodID, "onLnbClose", "!\\(gFields.onLnbCloseID != __null\\)"},
-        {Call::GetMethodID, "setEndFrequency", "!\\(gConfigFields.setEndFrequencyID != __null\\)"},
-        {Call::GetMethodID, "onRead", "!\\(android::gFields.onReadId != __null\\)"},
-        {Call::GetMethodID, "release", "!\\(android::gCallbackThreadFields.release != __null\\)"},
-    };
-    for (const auto& missing : cases) {
-        SCOPED_TRACE(missing.name);
-        EXPECT_EXIT(
-            {
-                desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-                signal(SIGABRT, SIG_DFL);
-                desk::failLookup(missing.lookup, missing.name);
-                desk::loadWatchedLibrary();
-                _exit(0);
-            },
-            testing::KilledBySignal(SIGABRT), missing.report);
-    }
 }
 
 TEST(LogGateTest, FirstLetterOfThePropertyDecides) {

@@ -17,7 +17,7 @@ import java.util.stream.Collectors;
 
 /**
  * The device model of the tests: records the framework's calls, and answers, throws or waits as told. A method
- * is named as in "onTune" or, to tell classes apart, "DvbsCodeRate.<init>".
+ * is named as in "onTune" or, to tell classes apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
 public final class ScriptedModel implements DeviceModel {
     private static volatile ScriptedModel sModel;
@@ -94,7 +94,7 @@ public final class ScriptedModel implements DeviceModel {
         if (method.equals("onRead") && mAnswers.get("section") instanceof byte[] section) {
             System.arraycopy(section, 0, (byte[]) args[0], 0, section.length);
         }
-        final Object answer = mAnswers.getOrDefault(full, mAnswers.get(method));
+        final Object answer = mAnswers.getOrDefault(full, mAnswers.getOrDefault(method, mAnswers.get("*")));
         if (answer instanceof RuntimeException exception) {
             throw exception;
         }
