@@ -109,66 +109,55 @@ TEST_F(EventsTest, CallbackIsLoggedBeforeTheBytesAreTaken) {
     EXPECT_NE(std::string::npos, log[1].find("_onDiseqcMessage, callback: 0x"));
 }
 
-// Two registrations, whose callback notices the other's tag.
-struct Registrations {
-    Registrations() {
-        sMixed = 0;
-        records[0].pf_locked_nfy = [](unsigned int, void* tag) {
-            return sMixed += tag != &sTags[0];
-        };
-        records[1].pf_locked_nfy = [](unsigned int, void* tag) {
-            return sMixed += tag != &sTags[1];
-        };
-        for (int i : {0, 1}) {
-            records[i].pv_tag = &sTags[i];
-            registerOne(i);
-        }
-    }
-    void registerOne(int i) { x_native_frontend_register_scan_callback(&records[i]); }
+int gMixed;  // callbacks that were given another registration's tag
 
-    static inline std::atomic<int> sMixed;
-    static inline int sTags[2];
-    FE_SCAN_CB_T records[2] = {};
-};
+// Registers a callback that knows its own tag.
+template <int which>
+void registerWithTag() {
+    static int tag;
+    FE_SCAN_CB_T callbacks = {};
+    callbacks.pf_locked_nfy = [](unsigned int, void* given) { return gMixed += given != &tag; };
+    callbacks.pv_tag = &tag;
+    x_native_frontend_register_scan_callback(&callbacks);
+}
 
-TEST_F(EventsTest, CallbackAndTagAreOfOneRegistration) {
-    Registrations registrations;
+TEST_F(EventsTest, EventDuringRegistrationsGetsCallbackAndTagOfOne) {
     std::atomic<bool> stop(false);
-    std::thread registering([&] {
-        for (int i = 0; !stop; ++i) {
-            registrations.registerOne(i % 2);
+    std::thread other([&] {
+        while (!stop) {
+            registerWithTag<1>();
+            registerWithTag<2>();
         }
     });
     for (int i = 0; i < 20000; ++i) {
-        EXPECT_EQ(0, desk::report(Event::kLocked, kNoPipeline));
+        desk::report(Event::kLocked, kNoPipeline);
     }
     stop = true;
-    registering.join();
-    EXPECT_EQ(0, Registrations::sMixed);
+    other.join();
+    EXPECT_EQ(0, std::exchange(gMixed, 0));
 }
 
 TEST_F(EventsTest, RegistrationsThatMeetLeaveOneOfThem) {
     constexpr int kRounds = 50000;
-    Registrations registrations;
     std::atomic<int> started(0);
     std::atomic<int> done(0);
     std::thread other([&] {
         for (int round = 1; round <= kRounds; ++round) {
             while (started != round) {
             }
-            registrations.registerOne(1);
+            registerWithTag<1>();
             done = round;
         }
     });
     for (int round = 1; round <= kRounds; ++round) {
         started = round;
-        registrations.registerOne(0);
+        registerWithTag<2>();
         while (done != round) {
         }
         desk::report(Event::kLocked, kNoPipeline);
     }
     other.join();
-    EXPECT_EQ(0, Registrations::sMixed);
+    EXPECT_EQ(0, std::exchange(gMixed, 0));
 }
 
 }  // namespace
