@@ -188,13 +188,12 @@ class Oracle {
 
   private:
     int call() {
+        const std::string number = std::to_string(mCase.number);
         switch (mCase.entry) {
             case Entry::kTune:
                 return request("tune", "onTune", "", "");
-            case Entry::kScan: {
-                const std::string type = std::to_string(mCase.number);
-                return request("scan", "onScan", ", " + type, ", scan_type: " + type);
-            }
+            case Entry::kScan:
+                return request("scan", "onScan", ", " + number, ", scan_type: " + number);
             case Entry::kReadback:
                 return readback();
             case Entry::kStatus:
@@ -206,16 +205,11 @@ class Oracle {
         }
     }
 
-    void log(char level, const std::string& text) {
+    void log(char level, const std::string& text) { log(level, text, mRecord); }
+    void log(char level, const std::string& text, const Bytes& record) {
         static const std::string kLevels = "VDIE-";
         if (kLevels.find(level) >= kLevels.find(mCase.logLevel)) {
-            mTrace.push_back(std::string(1, level) + " " + text);
-        }
-    }
-
-    void show(const Bytes& record, const std::vector<const char*>& lines) {
-        for (const char* line : lines) {
-            log('D', fill(line, record));
+            mTrace.push_back(std::string(1, level) + " " + fill(text, record));
         }
     }
 
@@ -270,18 +264,17 @@ class Oracle {
                 const std::string& logged) {
         mFailure = operation + ", generate frontendsettings failed.";
         failIf(mCase.missing == 0, "transMW2FrontendSettings, argument is null.");
-        const Bytes& record = mCase.record;
-        log('D', operation + fill(", fe_type: {I64}, freq: {I56}", record) + logged);
-        const auto found = kSystems.find(at<int32_t>(record, kTypeOffset));
+        log('D', operation + ", fe_type: {I64}, freq: {I56}" + logged);
+        const auto found = kSystems.find(at<int32_t>(mRecord, kTypeOffset));
         failIf(found == kSystems.end(),
-               fill("transMW2FrontendSettings, type: {I64}, not support by currently.", record));
+               "transMW2FrontendSettings, type: {I64}, not support by currently.");
         const auto& [type, system] = *found;
-        show(record, {system.line});
+        log('D', system.line);
         const std::string argument = type == kDvbs ? codeRate() : type == kIsdbt ? areaCode() : "";
-        java(system.clazz, "<init>", fill(system.arguments, record, argument), Type::kVoid);
+        java(system.clazz, "<init>", fill(system.arguments, mRecord, argument), Type::kVoid);
         if (type == kDvbs) {
-            show(record, {"[DVBS] mEndFrequency = {M60}(in Hz)"});
-            java("FrontendSettings", "setEndFrequency", fill("{M60}", record), Type::kVoid);
+            log('D', "[DVBS] mEndFrequency = {M60}(in Hz)");
+            java("FrontendSettings", "setEndFrequency", fill("{M60}", mRecord), Type::kVoid);
         }
         mFailure.clear();
         return java(kFrontend, method, system.clazz + lastArgument, Type::kInt);
@@ -297,25 +290,23 @@ class Oracle {
     }
 
     std::string codeRate() {
-        const int64_t frequency = at<int32_t>(mCase.record, kFrequencyOffset) * INT64_C(1000000);
-        failIf(
-            frequency != static_cast<int32_t>(frequency),
-            fill("transMW2FrontendSettings, DVB-S mFrequency: {I56}(in MHz), does not fit in Hz.",
-                 mCase.record));
+        const int64_t frequency = at<int32_t>(mRecord, kFrequencyOffset) * INT64_C(1000000);
+        failIf(frequency != static_cast<int32_t>(frequency),
+               "transMW2FrontendSettings, DVB-S mFrequency: {I56}(in MHz), does not fit in Hz.");
         if (!mCase.codeRate) {
             log('I', "transMW2FrontendSettings, code rate is null, for blind scan.");
         } else {
-            show(*mCase.codeRate, {
-                                      "[DVBS]pt_code_rate->mInnerFec = {J0}",
-                                      "[DVBS]pt_code_rate->mIsLinear = {B8}",
-                                      "[DVBS]pt_code_rate->mIsShortFrames = {B9}",
-                                      "[DVBS]pt_code_rate->mBitsPer1000Symbol = {I12}",
-                                  });
+            for (const char* field : {"mInnerFec = {J0}", "mIsLinear = {B8}",
+                                      "mIsShortFrames = {B9}", "mBitsPer1000Symbol = {I12}"}) {
+                log('D', std::string("[DVBS]pt_code_rate->") + field, *mCase.codeRate);
+            }
             java("DvbsCodeRate", "<init>", fill("{J0}, {B8}, {B9}, {I12}", *mCase.codeRate),
                  Type::kVoid);
         }
-        show(mCase.record, {"[DVBS] mFrequency = {M56}(in Hz)", "[DVBS] mSymbolRate = {K8+}(in bd)",
-                            "[DVBS] mScanType = {I32+}", "[DVBS] mIsDiseqcRxMessage = {B36+}"});
+        for (const char* field : {"mFrequency = {M56}(in Hz)", "mSymbolRate = {K8+}(in bd)",
+                                  "mScanType = {I32+}", "mIsDiseqcRxMessage = {B36+}"}) {
+            log('D', std::string("[DVBS] ") + field);
+        }
         return mCase.codeRate ? "DvbsCodeRate" : "null";
     }
 
@@ -329,11 +320,11 @@ class Oracle {
             if (row.type == 0 || row.type == at<int32_t>(mRecord, kTypeOffset)) {
                 mCase.objectClass = row.type == 0 ? mCase.objectClass : row.clazz;
                 put(&mRecord, row.offset, java(row.clazz, row.getter, "", Type::kInt));
-                show(mRecord, {row.line});
+                log('D', row.line);
             }
         }
         if (kSystems.count(at<int32_t>(mRecord, kTypeOffset)) == 0) {
-            show(mRecord, {"getFrontendSetting, not support e_type: {I64}."});
+            log('D', "getFrontendSetting, not support e_type: {I64}.");
         }
         return 0;
     }
@@ -376,7 +367,7 @@ class Oracle {
             log('D', line + ": " + std::to_string(answer.value) + ".");
         } else if (answer.does != Answer::kReturns) {
             log('E', line + " is null");
-        } else if (mCase.missing == Case::kElements && mElementsAsked++ == 0) {
+        } else if (mCase.missing == Case::kElements) {
             log('E', "getFrontendStatus, int_ptr is null, return");
             return true;
         } else {
@@ -425,8 +416,7 @@ class Oracle {
 
     Case& mCase;
     std::vector<std::string> mTrace;
-    Bytes mRecord;  // afterwards
-    int mElementsAsked = 0;
+    Bytes mRecord;         // afterwards
     std::string mFailure;  // the line that is logged when the call fails
 };
 

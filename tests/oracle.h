@@ -66,7 +66,7 @@ struct Case {
     char logLevel = 'V';
     Bytes record;  // settings, status, three patterns in a row, or the buffer of a read
     // What the call lacks: a pointer, by its number (the record is 0, the kinds are 1, and each
-    // pattern has its own), a handle of something, or the elements of its first list of a status.
+    // pattern has its own), a handle of something, or the elements of the lists of a status.
     enum { kNothing = -1, kHandle = 3, kElements, kMissingCount };
     int missing = kNothing;
     std::optional<Bytes> codeRate;  // of settings for DVB-S

@@ -183,7 +183,7 @@ Outcome check(const Device& device, Case call) {
     script(call);
     desk::setLogLevel(call.logLevel == '-' ? "" : std::string(1, call.logLevel).c_str());
     if (call.missing == Case::kElements) {
-        desk::failCall(desk::Call::GetIntArrayElements, 1, desk::Failure::kThrows);
+        desk::failCall(desk::Call::GetIntArrayElements, 0, desk::Failure::kThrows);
     }
 
     std::vector<std::string> trace;

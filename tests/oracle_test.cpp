@@ -34,8 +34,6 @@ class OracleTest : public desk::BridgeTest {
     std::optional<Device> mDevice;
 };
 
-constexpr int32_t kTypes[] = {INT_MIN, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, INT_MAX};
-
 Case caseOf(Entry entry) {
     Case call;
     call.entry = entry;
@@ -79,11 +77,11 @@ Case readCase(int64_t size, int32_t given) {
     return call;
 }
 
-// One call of every kind that succeeds.
-std::vector<Case> goodCases() {
+// One call of every kind; of those with settings, also for delivery systems that nobody serves.
+std::vector<Case> plainCases() {
     std::vector<Case> cases = {statusCase(allKinds()), caseOf(Entry::kSectionConfig),
                                readCase(100, 100)};
-    for (const int32_t type : {2, 4, 5, 6, 7, 9, 10}) {
+    for (const int32_t type : {INT_MIN, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, INT_MAX}) {
         for (const Entry entry : {Entry::kTune, Entry::kScan, Entry::kReadback}) {
             cases.push_back(settingsCase(entry, type));
         }
@@ -92,10 +90,8 @@ std::vector<Case> goodCases() {
 }
 
 TEST_F(OracleTest, EveryDeliverySystemIsTranslatedReadBackOrRefused) {
-    for (const int32_t type : kTypes) {
-        for (const Entry entry : {Entry::kTune, Entry::kScan, Entry::kReadback}) {
-            expectRight(settingsCase(entry, type));
-        }
+    for (const Case& call : plainCases()) {
+        expectRight(call);
     }
 }
 
@@ -165,11 +161,11 @@ TEST_F(OracleTest, ReadCopiesWhatJavaHasWithinEveryBound) {
 }
 
 TEST_F(OracleTest, ExceptionsAndNullsOfJavaAreFailures) {
-    for (const Case& good : goodCases()) {
-        Case asked = good;
+    for (const Case& plain : plainCases()) {
+        Case asked = plain;
         expect(&asked);
         for (const auto& [method, answer] : asked.answers) {
-            Case call = good;
+            Case call = plain;
             call.answers[method] = {Answer::kThrows};
             expectRight(call);
             if (answer.type == Type::kList || answer.type == Type::kObject) {
@@ -181,7 +177,7 @@ TEST_F(OracleTest, ExceptionsAndNullsOfJavaAreFailures) {
 }
 
 TEST_F(OracleTest, UnknownHandlesAndNullsAreRefused) {
-    for (Case call : goodCases()) {
+    for (Case call : plainCases()) {
         for (call.missing = 0; call.missing <= Case::kHandle; ++call.missing) {
             expectRight(call);
         }
