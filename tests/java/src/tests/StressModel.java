@@ -79,17 +79,10 @@ public final class StressModel implements DeviceModel {
             case "onStart" -> handle & 0xff;
             case "onStop" -> 0x100 + (handle & 0xff);
             case "onFlush" -> 0x200 + (handle & 0xff);
-            case "onSetSectionConfig" -> (Integer) args[0] ^ ((byte[]) args[4])[15];
-            case "onRead" -> {
-                final byte[] buffer = (byte[]) args[0];
-                final int length = (int) ((Long) args[1] % 4200) - 50;
-                for (int i = 0; i < Math.min(length, buffer.length); ++i) {
-                    buffer[i] = (byte) (handle + i);
-                }
-                yield length;
-            }
-            case "onTune" -> tuned((FrontendSettings) args[0]);
-            case "onScan" -> tuned((FrontendSettings) args[0]) + (Integer) args[1];
+            case "onSetSectionConfig" -> 0x300 + (handle & 0xff);
+            case "onRead" -> 1 + (handle & 0xff);
+            case "onTune" -> ((FrontendSettings) args[0]).frequency();
+            case "onScan" -> ((FrontendSettings) args[0]).frequency() + (Integer) args[1];
             case "onGetFrontendStatus" -> mStatus;
             case "onGetFrontendSetting" -> mSettings;
             case "onSetVoltage" -> (Integer) args[0] + 1;
@@ -97,12 +90,5 @@ public final class StressModel implements DeviceModel {
             case "onSendDiseqcMessage" -> ((byte[]) args[0]).length;
             default -> 0;
         };
-    }
-
-    private static int tuned(FrontendSettings settings) {
-        if (settings.frequency() == 666) {
-            throw new IllegalStateException("no signal");
-        }
-        return settings.frequency() & 0x3f;
     }
 }
