@@ -177,8 +177,16 @@ inline void resetModel() {
 // value: a number, a truth value, or an object or null.
 template <typename Value>
 void scriptReturns(const std::string& method, const Value& value) {
-    using Given = std::conditional_t<std::is_convertible_v<Value, jobject>, jobject, Value>;
-    callStatic("tests.ScriptedModel", "returns", method, static_cast<Given>(value));
+    const LocalFrame frame;
+    jobject object = nullptr;
+    if constexpr (std::is_convertible_v<Value, jobject>) {
+        object = value;
+    } else if constexpr (std::is_same_v<Value, bool>) {
+        object = newObject("java.lang.Boolean", value);
+    } else {
+        object = newObject("java.lang.Long", static_cast<jlong>(value));
+    }
+    callStatic("tests.ScriptedModel", "returns", method, object);
 }
 inline void scriptThrows(const std::string& method) {
     const LocalFrame frame;

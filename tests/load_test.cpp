@@ -36,13 +36,7 @@ TEST(LoadTest, LoadsOnceEverythingIsFound) {
         EXPECT_EQ(nullptr, g_velmora_javaVM);
         EXPECT_TRUE(desk::loadLibrary());
         EXPECT_EQ(desk::vm(), g_velmora_javaVM);
-        const Lines log = desk::takeLog();
-        ASSERT_EQ(2u, log.size());
-        EXPECT_NE(std::string::npos,
-                  log[0].find("<com_halvorin_tv_velmora_innerfilter_native_init:"));
-        EXPECT_NE(std::string::npos, log[0].find("> innerfilter_native_init success.\n"));
-        EXPECT_NE(std::string::npos,
-                  log[1].find("> filter_callback_thread_native_init success.\n"));
+        EXPECT_EQ(2u, desk::takeLog().size());
         // A SIGINT is a log line, and leaves errno alone.
         errno = 1234;
         raise(SIGINT);
@@ -56,7 +50,7 @@ TEST(LoadTest, IsNotPublishedWhenItFails) {
         desk::failCall(Call::GetEnv, 1, desk::Failure::kNull);
         EXPECT_EQ(-1, desk::loadWatchedLibrary());
         EXPECT_EQ(nullptr, g_velmora_javaVM);
-        desk::failLookup(Call::RegisterNatives, "nativeFilterSectionEvent");  // the last
+        desk::failCall(Call::RegisterNatives, 3, desk::Failure::kNull);  // the last
         EXPECT_EQ(-1, desk::loadWatchedLibrary());
         EXPECT_EQ(nullptr, g_velmora_javaVM);
     });

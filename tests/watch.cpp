@@ -64,7 +64,6 @@ thread_local jmethodID tLastMethod;  // the Java method that the library called 
 // Which call fails, and how.
 struct Fault {
     std::optional<Call> call;  // none: any
-    std::string name;          // of a class or method; empty: any
     size_t nth;                // such call from now on; 0: each
     Failure failure;
 };
@@ -88,10 +87,8 @@ void setFault(const std::optional<Fault>& fault) {
     gState.noting = gState.recording || fault;
 }
 
-bool hits(const Fault& fault, const Point& point) {
-    return fault.call.value_or(point.call) == point.call &&
-           (fault.name.empty() || fault.name == point.name) &&
-           (++gState.met == fault.nth || fault.nth == 0);
+bool hits(const Fault& fault, Call call) {
+    return fault.call.value_or(call) == call && (++gState.met == fault.nth || fault.nth == 0);
 }
 
 // Lets the calling thread see the function table that it is to see.
@@ -147,7 +144,7 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
                 gState.breaches.push_back(std::string(name(call)) + " " + point.name);
             }
         }
-        if (gState.fault && hits(*gState.fault, point)) {
+        if (gState.fault && hits(*gState.fault, call)) {
             result = gState.fault->failure;
         }
     }
@@ -293,11 +290,7 @@ std::vector<Failure> waysToFail(Call call) {
 }
 
 void failCall(Call call, int nth, Failure failure) {
-    setFault(Fault{call, "", static_cast<size_t>(nth), failure});
-}
-
-void failLookup(Call call, const std::string& name) {
-    setFault(Fault{call, name, 0, Failure::kNull});
+    setFault(Fault{call, static_cast<size_t>(nth), failure});
 }
 
 void failNothing() {
@@ -313,7 +306,7 @@ void record() {
 
 void recordAndFail(size_t point, Failure failure) {
     record();
-    setFault(Fault{std::nullopt, "", point + 1, failure});
+    setFault(Fault{std::nullopt, point + 1, failure});
 }
 
 std::vector<Point> recorded() {

@@ -82,10 +82,8 @@ std::vector<Failure> waysToFail(Call call);
 constexpr int kServiceError = -17;  // what a failing service returns
 
 // One of the following at a time; each replaces the one before.
-// The nth watched call from now on (1: the next) fails, once.
+// The nth watched call from now on (1: the next) fails, once; the 0th: each.
 void failCall(Call call, int nth, Failure failure);
-// The lookup of this class or method fails, or the registration of this native.
-void failLookup(Call call, const std::string& name);
 void failNothing();
 
 // Recording: the watched calls are kept in order, JNI calls made while a Java exception is pending

@@ -46,18 +46,6 @@ public final class ScriptedModel implements DeviceModel {
         sModel.mAnswers.put(method, value);
     }
 
-    public static void returns(String method, boolean value) {
-        returns(method, (Object) value);
-    }
-
-    public static void returns(String method, int value) {
-        returns(method, (Object) value);
-    }
-
-    public static void returns(String method, long value) {
-        returns(method, (Object) value);
-    }
-
     /** From now on the method waits, until it is released. */
     public static void hold(String method) {
         sModel.mHolds.put(method, new Hold());
