@@ -36,7 +36,7 @@ TEST_F(FrontendTest, ExceptionsWhileOpeningLeaveThePeerBound) {
         desk::scriptThrows(method);
     }
     require();
-    EXPECT_EQ(mCounts.globalRefs + 1, desk::resourceCounts().globalRefs);
+    EXPECT_EQ(mCounts[desk::kGlobalRefs] + 1, desk::resourceCounts()[desk::kGlobalRefs]);
     EXPECT_EQ(0, cancel());
     close();
 }

@@ -50,7 +50,7 @@ std::string told(void* tag) {
 }
 template <typename Element>
 std::string told(const Element* list) {
-    EXPECT_EQ(1, desk::resourceCounts().elements) << "released before the callback returned";
+    EXPECT_EQ(1, desk::resourceCounts().at("elements")) << "released before the callback returned";
     return "[" + told(list[0]) + ", " + told(list[kListLength - 1]) + "]";
 }
 std::string told(FLT_EVT_CB_T* record) {
@@ -655,11 +655,11 @@ class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterfac
     // What a thread holds whose fatal assertion would have ended the process is not looked at.
     void checkCounts(const desk::ResourceCounts& before, const std::string& cause) {
         desk::ResourceCounts after = desk::resourceCounts();
-        const int kept = after.globalRefs - before.globalRefs;
+        const int kept = after[desk::kGlobalRefs] - before.at(desk::kGlobalRefs);
         if (kept != 0 && mFunction.side != Side::kLoad) {
             mCauses["global references kept: " + std::to_string(kept)].insert(cause);
         }
-        after.globalRefs = before.globalRefs;
+        after[desk::kGlobalRefs] -= kept;
         EXPECT_EQ(before, after);
     }
 

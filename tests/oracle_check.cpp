@@ -203,7 +203,7 @@ Outcome check(const Device& device, Case call) {
     if (codeRate != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
         trace.push_back("what may only be read was written");
     }
-    if (!(desk::resourceCounts() == before)) {
+    if (desk::resourceCounts() != before) {
         trace.push_back("not all was given back");
     }
     return {expected, outcome(result, trace, call.record, record)};

@@ -4,11 +4,8 @@
 
 #include <array>
 #include <atomic>
-#include <cstring>
-#include <map>
 #include <mutex>
 #include <optional>
-#include <ostream>
 #include <set>
 #include <utility>
 
@@ -352,22 +349,12 @@ jint loadWatchedLibrary() {
     return callFromJava([] { return bridge([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
-bool ResourceCounts::operator==(const ResourceCounts& other) const {
-    static_assert(std::has_unique_object_representations_v<ResourceCounts>);
-    return memcmp(this, &other, sizeof(other)) == 0;
-}
-
-std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts) {
-    return out << "global " << counts.globalRefs << ", local " << counts.localRefs << ", elements "
-               << counts.elements << ", attachments " << counts.attachments << ", handles "
-               << counts.handles << ", semaphores " << counts.semaphores << ", blocks "
-               << counts.blocks << ", peers " << counts.peers << ", bad frees " << counts.badFrees;
-}
-
 ResourceCounts resourceCounts() {
-    return {gGlobalRefs,        gLocalRefs,          gElements,
-            gAttachments,       desk_live_handles(), desk_live_semaphores(),
-            desk_live_blocks(), liveRefBases(),      desk_bad_frees()};
+    return {{kGlobalRefs, gGlobalRefs},       {"local references", gLocalRefs},
+            {"elements", gElements},          {"attachments", gAttachments},
+            {"handles", desk_live_handles()}, {"semaphores", desk_live_semaphores()},
+            {"blocks", desk_live_blocks()},   {"peers", liveRefBases()},
+            {"bad frees", desk_bad_frees()}};
 }
 
 Releases takeReleases() {

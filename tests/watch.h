@@ -7,7 +7,7 @@
 
 #include <jni.h>
 
-#include <iosfwd>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -108,20 +108,11 @@ void watchServices();  // is done then; again for who had a service hook of his 
 // Calls the library's load entry, watched, below a Java method; returns its result.
 jint loadWatchedLibrary();
 
-// What the library holds, counted only inside Watch scopes on their threads.
-struct ResourceCounts {
-    int globalRefs = 0;
-    int localRefs = 0;
-    int elements = 0;  // arrays whose elements are held
-    int attachments = 0;
-    unsigned handles = 0;
-    unsigned semaphores = 0;
-    unsigned blocks = 0;
-    int peers = 0;
-    unsigned badFrees = 0;  // so far, see desk_bad_frees
-    bool operator==(const ResourceCounts& other) const;
-};
-std::ostream& operator<<(std::ostream& out, const ResourceCounts& counts);
+// What the library holds, by name, counted only inside Watch scopes on their threads: references,
+// "elements" (arrays whose elements are held), attachments, and what the services gave out. "bad
+// frees" are those so far, see desk_bad_frees.
+using ResourceCounts = std::map<std::string, int>;
+constexpr char kGlobalRefs[] = "global references";
 ResourceCounts resourceCounts();
 
 // Array elements released since the last time, by mode.
