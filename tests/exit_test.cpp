@@ -96,11 +96,10 @@ extern "C" void reportEnd() {
         printf("no Java environment\n");
         return;
     }
-    const std::string calls = "\n" + desk::takeCalls() + "\n";
+    const std::string calls = desk::takeCalls();
     for (int i = 1; i <= kTuners; ++i) {
-        const std::string close =
-            "\nZytTvInnerFrontend#" + std::to_string(i) + ".onCloseFrontend()\n";
-        const bool closed = calls.find(close) != std::string::npos;
+        const bool closed =
+            calls.find("#" + std::to_string(i) + ".onCloseFrontend") != std::string::npos;
         printf("tuner %d %s\n", i, closed ? "closed" : "not closed");
     }
     // Threads that are still busy show here whether something that they use is gone.

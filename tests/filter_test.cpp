@@ -31,6 +31,21 @@ using Lines = std::vector<std::string>;
 
 constexpr uint32_t kUnwritten = 7;  // what a handle holds before the call
 
+int start(uint32_t hfilter) {
+    return bridge([&] { return x_velmora_filter_start(hfilter); });
+}
+int close(uint32_t hfilter) {
+    return bridge([&] { return x_velmora_filter_close(hfilter); });
+}
+int deleteThread(uint32_t hthread) {
+    return bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+}
+int reportSection(uint32_t hfilter) {
+    const desk::Attached attached;
+    desk::report(Event::kSection, hfilter, 1, 2, 3, 4);
+    return desk::takeHeard() == 0 ? -1 : 0;
+}
+
 class FilterTest : public desk::BridgeTest {
   protected:
     void SetUp() override {
@@ -49,18 +64,6 @@ class FilterTest : public desk::BridgeTest {
         return bridge([&] {
             return x_velmora_filter_open(mPipeline->handle(), 1, 2, 3, ph_filter, &evt, nullptr);
         });
-    }
-
-    static int deleteThread(uint32_t hthread) {
-        return bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
-    }
-
-    static int close(uint32_t hfilter) {
-        return bridge([&] { return x_velmora_filter_close(hfilter); });
-    }
-
-    static int start(uint32_t hfilter) {
-        return bridge([&] { return x_velmora_filter_start(hfilter); });
     }
 
     std::unique_ptr<desk::Pipeline> mPipeline;
@@ -176,13 +179,16 @@ struct Waiter {
     int (*wait)(uint32_t hfilter);
 };
 const Waiter kWaiters[] = {
-    {"operation", [](uint32_t h) { return bridge([=] { return x_velmora_filter_start(h); }); }},
-    {"close", [](uint32_t h) { return bridge([=] { return x_velmora_filter_close(h); }); }},
-    {"event",
-     [](uint32_t h) {
-         const desk::Attached attached;
-         desk::report(Event::kSection, h, 1, 2, 3, 4);
-         return desk::takeHeard() == 0 ? -1 : 0;
+    {"operation", start},
+    {"close", close},
+    {"event", reportSection},
+    {"two events",
+     [](uint32_t hfilter) {
+         int other = 0;
+         std::thread thread([&] { other = reportSection(hfilter); });
+         const int own = reportSection(hfilter);
+         thread.join();
+         return own == other ? own : 1;
      }},
 };
 
@@ -194,13 +200,14 @@ uint32_t nextHandle() {
     return probe + 1;
 }
 
-// Starts a waiter and returns when it has asked for the semaphore.
+// Starts a waiter and returns when it has asked for the semaphore; two have had the time for it.
 std::thread startWaiter(const Waiter& waiter, uint32_t hfilter, int* result) {
     const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
     std::thread thread([=] { *result = waiter.wait(hfilter); });
     while (desk_calls(DESK_SEMA_LOCK) == locks) {
         std::this_thread::yield();
     }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));  // for a second one
     return thread;
 }
 

@@ -339,15 +339,11 @@ std::vector<Function> functions() {
         ofFilter("stop", x_velmora_filter_stop),
         ofFilter("flush", x_velmora_filter_flush),
         ofFilter("read", x_velmora_filter_read, reinterpret_cast<int8_t*>(gOutput), 0, 100),
-        refusal("x_velmora_filter_read_into_null",
-                [](Stage& stage) { return x_velmora_filter_read(stage.hfilter, nullptr, 0, 1); }),
+        ofFilter("read_into_null", x_velmora_filter_read, nullptr, 0, 1),
         ofFilter("setSectionConfig", x_velmora_filter_setSectionConfig, 1, flag, flag, flag,
                  pattern, pattern, pattern),
-        refusal("x_velmora_filter_setSectionConfig_without_pattern",
-                [](Stage& stage) {
-                    return x_velmora_filter_setSectionConfig(stage.hfilter, 1, 1, 1, 1, pattern,
-                                                             pattern, nullptr);
-                }),
+        ofFilter("setSectionConfig_without_pattern", x_velmora_filter_setSectionConfig, 1, flag,
+                 flag, flag, pattern, pattern, nullptr),
         Function{"x_velmora_filter_create_callback_thread", Side::kFilter, createThread}
             .within(nothing, deleteThread)
             .opening(),
@@ -663,8 +659,8 @@ class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterfac
         EXPECT_EQ(before, after);
     }
 
-    // A peer may have no Java object.
-    void tryWithoutAnObject() {
+    // A peer may have no Java object, and there is no virtual machine before the load has ended.
+    void tryWithoutJava() {
         if (mFunction.side == Side::kFrontend && !mFunction.opens) {
             desk::failCall(Call::NewObjectA, 1, Failure::kNull);
             take(mFunction.prepare);
@@ -673,10 +669,6 @@ class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterfac
             EXPECT_EQ("", desk::takeCalls());
             take(mFunction.undo);
         }
-    }
-
-    // There is none before the load has ended.
-    void tryWithoutAVirtualMachine() {
         take(mFunction.prepare);
         JavaVM* vm = std::exchange(g_velmora_javaVM, nullptr);
         const Attempt attempt = run(true);
@@ -734,8 +726,7 @@ TEST_P(FunctionsTest, FailsAsIsWritten) {
     tryFaults(true);
     if (!mFunction.calledByJava) {
         tryFaults(false);
-        tryWithoutAnObject();
-        tryWithoutAVirtualMachine();
+        tryWithoutJava();
     } else {
         tryWithoutACallback();
     }

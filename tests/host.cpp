@@ -91,17 +91,13 @@ void keepLogLine(const __android_logger_data* data, const char* text) {
     gLog.push_back(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
 }
 
-bool startsWith(const char* text, const char* start) {
-    return strncmp(text, start, strlen(start)) == 0;
-}
-
 // The virtual machine calls this for everything that it prints: for a complaint, and then for each
 // piece of the stack that follows it.
 jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     char* text = nullptr;
     const int length = vasprintf(&text, format, args);
     if (length > 0 && !gTolerates()) {
-        if (startsWith(text, "WARNING") || startsWith(text, "FATAL ERROR")) {
+        if (strstr(text, "WARNING") == text || strstr(text, "FATAL ERROR") == text) {
             const std::lock_guard<std::mutex> lock(gLock);
             gComplaints.emplace_back(text);
         }
