@@ -1,12 +1,11 @@
-// Loading, when nothing was loaded before, and the log gate. Each load is made in a process of its
-// own, forked before there is a virtual machine. How a load fails is in functions.txt.
+// Loading, in a process of its own where nothing was loaded before, and the log gate. How a load
+// fails is in functions.txt.
 
 #include <cutils/properties.h>
 #include <errno.h>
 #include <signal.h>
 #include <unistd.h>
 
-#include <cstring>
 
 #include "log/halvorin_log.h"
 #include "tests/bridge_test.h"
@@ -18,42 +17,28 @@ namespace {
 using desk::Call;
 using Lines = std::vector<std::string>;
 
-// Exits with 0 when every expectation of the body held.
-#define IN_A_PROCESS(...)                                              \
-    EXPECT_EXIT(                                                       \
-        {                                                              \
-            desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni}); \
-            desk::setLogLevel("E");                                    \
-            (__VA_ARGS__)();                                           \
-            fflush(stdout);                                            \
-            _exit(testing::Test::HasFailure() ? 1 : 0);                \
-        },                                                             \
-        testing::ExitedWithCode(0), "")
-
-TEST(LoadTest, LoadsOnceEverythingIsFound) {
-    IN_A_PROCESS([] {
-        desk::setLogLevel("I");
-        EXPECT_EQ(nullptr, g_velmora_javaVM);
-        EXPECT_TRUE(desk::loadLibrary());
-        EXPECT_EQ(desk::vm(), g_velmora_javaVM);
-        EXPECT_EQ(2u, desk::takeLog().size());
-        // A SIGINT is a log line, and leaves errno alone.
-        errno = 1234;
-        raise(SIGINT);
-        EXPECT_EQ(1234, errno);
-        EXPECT_EQ(Lines{"E ignore received signal 2"}, desk::takeLog());
-    });
-}
-
-TEST(LoadTest, IsNotPublishedWhenItFails) {
-    IN_A_PROCESS([] {
-        desk::failCall(Call::GetEnv, 1, desk::Failure::kNull);
-        EXPECT_EQ(-1, desk::loadWatchedLibrary());
-        EXPECT_EQ(nullptr, g_velmora_javaVM);
-        desk::failCall(Call::RegisterNatives, 3, desk::Failure::kNull);  // the last
-        EXPECT_EQ(-1, desk::loadWatchedLibrary());
-        EXPECT_EQ(nullptr, g_velmora_javaVM);
-    });
+TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
+    EXPECT_EXIT(
+        {
+            desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
+            desk::failCall(Call::GetEnv, 1, desk::Failure::kNull);
+            EXPECT_EQ(-1, desk::loadWatchedLibrary());
+            desk::failCall(Call::RegisterNatives, 3, desk::Failure::kNull);  // the last
+            EXPECT_EQ(-1, desk::loadWatchedLibrary());
+            EXPECT_EQ(nullptr, g_velmora_javaVM);
+            EXPECT_TRUE(desk::loadLibrary());
+            EXPECT_EQ(desk::vm(), g_velmora_javaVM);
+            // A SIGINT is a log line, and leaves errno alone.
+            desk::setLogLevel("E");
+            desk::takeLog();
+            errno = 1234;
+            raise(SIGINT);
+            EXPECT_EQ(1234, errno);
+            EXPECT_EQ(Lines{"E ignore received signal 2"}, desk::takeLog());
+            fflush(stdout);
+            _exit(testing::Test::HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(LogGateTest, FirstLetterOfThePropertyDecides) {
