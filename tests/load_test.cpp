@@ -6,7 +6,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-
 #include "log/halvorin_log.h"
 #include "tests/bridge_test.h"
 
