@@ -9,10 +9,7 @@
 
 namespace {
 
-using desk::Call;
 using desk::Event;
-using desk::Failure;
-using Lines = std::vector<std::string>;
 
 constexpr uint32_t kNoPipeline = 0x99;  // of no frontend: events serve every pipeline
 constexpr int32_t kNotCalled = -1;
@@ -102,10 +99,10 @@ TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
 }
 
 TEST_F(EventsTest, CallbackIsLoggedBeforeTheBytesAreTaken) {
-    desk::failCall(Call::GetByteArrayElements, 1, Failure::kThrows);
+    desk::failCall(desk::Call::GetByteArrayElements, 1, desk::Failure::kThrows);
     desk::setLogLevel("I");
     EXPECT_EQ(kNotCalled, given(Event::kDiseqc, desk::newArray(std::vector<jbyte>{1}), 1));
-    const Lines log = desk::takeLog();
+    const std::vector<std::string> log = desk::takeLog();
     ASSERT_EQ(3u, log.size());
     EXPECT_NE(std::string::npos, log[1].find("_onDiseqcMessage, callback: 0x"));
 }

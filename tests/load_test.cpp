@@ -14,7 +14,6 @@ extern "C" JavaVM* g_velmora_javaVM;
 namespace {
 
 using desk::Call;
-using Lines = std::vector<std::string>;
 
 TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
     EXPECT_EXIT(
@@ -33,7 +32,7 @@ TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
             errno = 1234;
             raise(SIGINT);
             EXPECT_EQ(1234, errno);
-            EXPECT_EQ(Lines{"E ignore received signal 2"}, desk::takeLog());
+            EXPECT_EQ(std::vector<std::string>{"E ignore received signal 2"}, desk::takeLog());
             fflush(stdout);
             _exit(testing::Test::HasFailure() ? 1 : 0);
         },
