@@ -170,8 +170,8 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
     }
 }
 
-// Who may wait for a filter that is being opened; each returns 0 when the filter served it, else
-// -1.
+// Who may wait for a filter that is being opened; each returns 0 when the filter served it, -1 when
+// not, and 1 when it served one of two.
 struct Waiter {
     const char* name;
     int (*wait)(uint32_t hfilter);
@@ -198,7 +198,8 @@ uint32_t nextHandle() {
     return probe + 1;
 }
 
-// Starts a waiter and returns when it has asked for the semaphore; two have had the time for it.
+// Starts a waiter and returns when it has asked for the semaphore, and a second thread of it has had
+// the time to ask too.
 std::thread startWaiter(const Waiter& waiter, uint32_t hfilter, int* result) {
     const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
     std::thread thread([=] { *result = waiter.wait(hfilter); });

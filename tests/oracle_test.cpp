@@ -89,7 +89,7 @@ std::vector<Case> plainCases() {
     return cases;
 }
 
-TEST_F(OracleTest, EveryDeliverySystemIsTranslatedReadBackOrRefused) {
+TEST_F(OracleTest, EveryPlainCallIsTranslatedOrRefused) {
     for (const Case& call : plainCases()) {
         expectRight(call);
     }

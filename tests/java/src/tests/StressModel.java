@@ -12,8 +12,8 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.atomic.AtomicInteger;
 
 /**
- * The device model of the stress: answers that follow from the arguments, so that the middleware's side can tell
- * what every result must be, and a watch over the calls that each object gets.
+ * The device model of the stress: answers that follow from the handle or the arguments, so that the middleware's
+ * side can tell what every result must be, and a watch over the calls that each object gets.
  */
 public final class StressModel implements DeviceModel {
     private static final StressModel INSTANCE = new StressModel();
