@@ -4,7 +4,7 @@
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
-#include <nativehelper/ScopedLocalRef.h>
+#include <nativehelper/scoped_local_ref.h>
 #include <signal.h>
 #include <utils/RefBase.h>
 

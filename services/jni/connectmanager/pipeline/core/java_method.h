@@ -9,7 +9,7 @@
 #define JAVA_METHOD_H
 
 #include <jni.h>
-#include <nativehelper/ScopedLocalRef.h>
+#include <nativehelper/scoped_local_ref.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 
-#include <nativehelper/ScopedLocalRef.h>
+#include <nativehelper/scoped_local_ref.h>
 
 #include "mw/basic_services.h"
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
