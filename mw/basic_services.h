@@ -1,5 +1,5 @@
 /*
- * The middleware's basic services that the bridge calls: handles, semaphores and memory. On a
+ * The middleware's basic services that the library calls: handles, semaphores and memory. On a
  * device they are exported by libhalvorin_tv_basic.
  *
  * Every function may be called from any thread. Unless stated otherwise a function returns 0 on
@@ -19,13 +19,13 @@ extern "C" {
 enum {
     /* A JNI weak global reference to the Java PipelineHandler. */
     HT_PIPELINE = 194,
-    /* A section filter; the object belongs to the bridge. */
+    /* A section filter; the object belongs to the library. */
     HT_INNER_FILTER = 5120,
-    /* A filter callback thread; the object belongs to the bridge. */
+    /* A filter callback thread; the object belongs to the library. */
     HT_FILTER_CALLBACK_THREAD = 5121
 };
 
-/* The only semaphore type and lock option that the bridge uses. */
+/* The only semaphore type and lock option that the library uses. */
 enum {
     /* With initial value 0 the semaphore is created held by the caller. */
     X_SEMA_TYPE_BINARY_HELD = 2,

@@ -1,6 +1,6 @@
 /*
  * The platform's constants for the fields of MW_FESETTING_T, as far as a middleware commonly needs
- * them. The bridge interprets none of them.
+ * them. The library interprets none of them.
  */
 #ifndef MW_FRONTEND_VALUES_H
 #define MW_FRONTEND_VALUES_H

@@ -1,5 +1,5 @@
 /*
- * Pins the binary layout of the records that the middleware and the bridge share.
+ * Pins the binary layout of the records that the middleware and the library share.
  *
  * The middleware is compiled separately, so a record's layout is part of the interface. It is that
  * of the 32-bit ARM procedure-call standard: 4-byte pointers, 64-bit members aligned to 8 bytes.

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "mw/frontend.h"
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 namespace {
 
@@ -25,24 +25,24 @@ int onDiseqc(unsigned int, const int8_t*, int32_t length) {
     return 0;
 }
 
-class EventsTest : public desk::BridgeTest {
+class EventsTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
-        BridgeTest::SetUp();
+        LibraryTest::SetUp();
         FE_SCAN_CB_T callbacks = {};
         callbacks.pf_freq_report_nfy = callbacks.pf_symbol_rate_nfy = callbacks.pf_plp_id_nfy =
             callbacks.pf_group_id_nfy = callbacks.pf_stream_id_nfy = onList;
         x_native_frontend_register_scan_callback(&callbacks);
         mPipeline.emplace();
-        desk::bridge([&] { return x_native_frontend_require_tuner(mPipeline->handle()); });
+        desk::callWatched([&] { return x_native_frontend_require_tuner(mPipeline->handle()); });
         registerDiseqc(mPipeline->handle(), onDiseqc);
     }
     void TearDown() override {
         x_native_frontend_register_scan_callback(nullptr);
         EXPECT_EQ(0, registerDiseqc(mPipeline->handle(), nullptr));
-        desk::bridge([&] { return x_native_frontend_close_tuner(mPipeline->handle()); });
+        desk::callWatched([&] { return x_native_frontend_close_tuner(mPipeline->handle()); });
         mPipeline.reset();
-        BridgeTest::TearDown();
+        LibraryTest::TearDown();
     }
 
     static int registerDiseqc(uint32_t h_pipeline, fe_lnb_diseqc_nfy_fct pf_nfy) {

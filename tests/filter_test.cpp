@@ -18,12 +18,12 @@
 #include <thread>
 
 #include "mw/basic_services.h"
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 namespace {
 
-using desk::bridge;
 using desk::Call;
+using desk::callWatched;
 using desk::Event;
 using desk::Failure;
 using desk::kServiceError;
@@ -32,13 +32,13 @@ using Lines = std::vector<std::string>;
 constexpr uint32_t kUnwritten = 7;  // what a handle holds before the call
 
 int start(uint32_t hfilter) {
-    return bridge([&] { return x_velmora_filter_start(hfilter); });
+    return callWatched([&] { return x_velmora_filter_start(hfilter); });
 }
 int close(uint32_t hfilter) {
-    return bridge([&] { return x_velmora_filter_close(hfilter); });
+    return callWatched([&] { return x_velmora_filter_close(hfilter); });
 }
 int deleteThread(uint32_t hthread) {
-    return bridge([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+    return callWatched([&] { return x_velmora_filter_delete_callback_thread(hthread); });
 }
 int reportSection(uint32_t hfilter) {
     const desk::Attached attached;
@@ -46,22 +46,22 @@ int reportSection(uint32_t hfilter) {
     return desk::takeHeard() == 0 ? -1 : 0;
 }
 
-class FilterTest : public desk::BridgeTest {
+class FilterTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
-        BridgeTest::SetUp();
+        LibraryTest::SetUp();
         mPipeline = std::make_unique<desk::Pipeline>();
         desk::registerCountingCallbacks(mPipeline->handle());
         desk::takeCalls();
     }
     void TearDown() override {
         mPipeline.reset();
-        BridgeTest::TearDown();
+        LibraryTest::TearDown();
     }
 
     int open(uint32_t* ph_filter) {
         FLT_EVT_CB_T evt = {};
-        return bridge([&] {
+        return callWatched([&] {
             return x_velmora_filter_open(mPipeline->handle(), 1, 2, 3, ph_filter, &evt, nullptr);
         });
     }
@@ -85,7 +85,7 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     static std::thread second;
     static std::atomic<pid_t> secondId;
     static int secondResult;
-    EXPECT_EQ(0, bridge([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+    EXPECT_EQ(0, callWatched([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
     desk::takeCalls();
     desk_set_service_hook([](desk_service_t service) -> int32_t {
         if (service == DESK_HANDLE_FREE) {
@@ -332,7 +332,7 @@ TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
     EXPECT_NE(std::string::npos,
               lines[2].find(std::string("> subInnerFilterReferencefailed, ") + shown + "\n"));
     EXPECT_EQ("", desk::takeCalls());
-    bridge([&] { return subInnerFilterReference(instance); });
+    callWatched([&] { return subInnerFilterReference(instance); });
 }
 
 }  // namespace

@@ -4,28 +4,28 @@
 
 #include <thread>
 
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 namespace {
 
-using desk::bridge;
+using desk::callWatched;
 
-class FrontendTest : public desk::BridgeTest {
+class FrontendTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
-        BridgeTest::SetUp();
+        LibraryTest::SetUp();
         mPipeline.emplace();
     }
     void TearDown() override {
         mPipeline.reset();
-        BridgeTest::TearDown();
+        LibraryTest::TearDown();
     }
 
-    int require() { return callWatched(x_native_frontend_require_tuner); }
-    int close() { return callWatched(x_native_frontend_close_tuner); }
-    int cancel() { return callWatched(x_native_frontend_cancel_tuning); }
-    int callWatched(int (*call)(unsigned int)) {
-        return bridge([&] { return call(mPipeline->handle()); });
+    int require() { return onPipeline(x_native_frontend_require_tuner); }
+    int close() { return onPipeline(x_native_frontend_close_tuner); }
+    int cancel() { return onPipeline(x_native_frontend_cancel_tuning); }
+    int onPipeline(int (*call)(unsigned int)) {
+        return callWatched([&] { return call(mPipeline->handle()); });
     }
 
     std::optional<desk::Pipeline> mPipeline;
@@ -47,8 +47,8 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     std::thread tuning([&] {
         MW_FESETTING_T settings = {};
         settings.e_type = MW_FE_TYPE_ATSC;
-        EXPECT_EQ(0,
-                  bridge([&] { return x_native_frontend_tune(mPipeline->handle(), &settings); }));
+        EXPECT_EQ(
+            0, callWatched([&] { return x_native_frontend_tune(mPipeline->handle(), &settings); }));
     });
     ASSERT_TRUE(desk::awaitHeld("onTune"));
     desk::takeCalls();

@@ -25,7 +25,7 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
 
@@ -414,7 +414,7 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
             // As a daemon: a thread that stays for good must not hold up the end of the process.
             desk::vm()->AttachCurrentThreadAsDaemon(&env, nullptr);
         }
-        Attempt returned = {desk::bridge(call), false, ""};
+        Attempt returned = {desk::callWatched(call), false, ""};
         if (attached) {
             returned.exceptionLeft = desk::env()->ExceptionCheck() == JNI_TRUE;
             desk::env()->ExceptionClear();
@@ -487,7 +487,7 @@ Sections gWritten;  // what the tests have seen
 
 // --- The tests of one function ---
 
-class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterface<Function> {
+class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterface<Function> {
   protected:
     static void TearDownTestSuite() {
         std::cout << "faults tried: " << gFaults << "\n";
@@ -497,7 +497,7 @@ class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterfac
     }
 
     void SetUp() override {
-        BridgeTest::SetUp();
+        LibraryTest::SetUp();
         mPipeline = std::make_unique<desk::Pipeline>();
         mStage.h_pipeline = mPipeline->handle();
         registerCallbacks(mStage.h_pipeline, true);
@@ -524,7 +524,7 @@ class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterfac
         EXPECT_EQ(0, mFunction.releaseMode == 0 ? releases.aborted : releases.copiedBack);
         EXPECT_EQ(0, releases.other);
         mCounts = desk::resourceCounts();  // each test has compared them
-        BridgeTest::TearDown();
+        LibraryTest::TearDown();
     }
 
     Attempt run(bool attached) {
@@ -534,7 +534,7 @@ class FunctionsTest : public desk::BridgeTest, public testing::WithParamInterfac
         return runOnThread(attached, [this] { return mFunction.call(mStage); });
     }
     void take(const Step& step) {
-        desk::bridge([&] { step(mStage); });
+        desk::callWatched([&] { step(mStage); });
     }
 
     // What the last run has done.

@@ -218,7 +218,7 @@ JNIEnv* env() {
 
 bool loadLibrary() {
     const LocalFrame frame;
-    callUnchecked("desk.Loader", "load", {toJava(DESK_BRIDGE)}, "V");
+    callUnchecked("desk.Loader", "load", {toJava(DESK_LIBRARY)}, "V");
     const bool loaded = !gJni.ExceptionCheck(env());
     if (!loaded) {
         gJni.ExceptionDescribe(env());

@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "log/halvorin_log.h"
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
 

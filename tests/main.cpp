@@ -1,11 +1,11 @@
 // The fixture, and the tests' entry: as GoogleTest's own, but the virtual machine is gone before the
 // process ends.
 
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 namespace desk {
 
-void BridgeTest::SetUp() {
+void LibraryTest::SetUp() {
     static const jint loaded = [] {
         startWatchedVm({kSmallHeap, kCheckJni});
         return loadWatchedLibrary();
@@ -18,7 +18,7 @@ void BridgeTest::SetUp() {
     mCounts = resourceCounts();
 }
 
-void BridgeTest::TearDown() {
+void LibraryTest::TearDown() {
     failNothing();
     EXPECT_FALSE(env()->ExceptionCheck());
     EXPECT_EQ(mCounts, resourceCounts());

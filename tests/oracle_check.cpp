@@ -190,7 +190,7 @@ Outcome check(const Device& device, Case call) {
     const desk::ResourceCounts before = desk::resourceCounts();
     gTrace = &trace;
     const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handles
-    const int result = desk::bridge([&] {
+    const int result = desk::callWatched([&] {
         return make(call, device.pipeline.handle() ^ wrong, device.filter ^ wrong, record.data(),
                     kinds.data());
     });

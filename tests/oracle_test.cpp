@@ -9,21 +9,21 @@
 #include <numeric>
 #include <random>
 
-#include "tests/bridge_test.h"
+#include "tests/library_test.h"
 
 namespace oracle {
 
 namespace {
 
-class OracleTest : public desk::BridgeTest {
+class OracleTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
-        BridgeTest::SetUp();
+        LibraryTest::SetUp();
         mDevice.emplace();
     }
     void TearDown() override {
         mDevice.reset();
-        BridgeTest::TearDown();
+        LibraryTest::TearDown();
     }
 
     void expectRight(const Case& call) {

@@ -346,7 +346,7 @@ jint loadWatchedLibrary() {
     table.DetachCurrentThread = detachHook;
     static JavaVM_ watched = {&table};
     const Watch unwatched(false);  // on the way to the entry
-    return callFromJava([] { return bridge([] { return JNI_OnLoad(&watched, nullptr); }); });
+    return callFromJava([] { return callWatched([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
 ResourceCounts resourceCounts() {

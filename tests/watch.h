@@ -136,7 +136,7 @@ class Watch {
 
 // Calls a function of the library, watched.
 template <typename Call>
-auto bridge(const Call& call) {
+auto callWatched(const Call& call) {
     const Watch watch;
     return call();
 }
@@ -144,7 +144,7 @@ auto bridge(const Call& call) {
 // Reports an event, watched; args as for reportEvent.
 template <typename... Args>
 jint report(Event event, uint32_t handle, const Args&... args) {
-    return bridge([&] { return reportEvent(event, {toJava(handle), toJava(args)...}); });
+    return callWatched([&] { return reportEvent(event, {toJava(handle), toJava(args)...}); });
 }
 
 }  // namespace desk

@@ -1,5 +1,5 @@
 // The oracle's cases, from the bytes that a fuzzer finds. To run one again that it found:
-// build/fuzz/bin/fuzz_bridge -handle_segv=0 FILE
+// build/fuzz/bin/fuzz_library -handle_segv=0 FILE
 
 #include <unistd.h>
 

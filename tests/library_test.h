@@ -1,7 +1,7 @@
 // The fixture of the tests that call the library.
 
-#ifndef TESTS_BRIDGE_TEST_H
-#define TESTS_BRIDGE_TEST_H
+#ifndef TESTS_LIBRARY_TEST_H
+#define TESTS_LIBRARY_TEST_H
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ namespace desk {
 
 // The library loaded, with the scripted device behind it. Fails the test that leaves something
 // behind: every resource count must be what it was.
-class BridgeTest : public testing::Test {
+class LibraryTest : public testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
@@ -27,4 +27,4 @@ class BridgeTest : public testing::Test {
 
 }  // namespace desk
 
-#endif  // TESTS_BRIDGE_TEST_H
+#endif  // TESTS_LIBRARY_TEST_H
