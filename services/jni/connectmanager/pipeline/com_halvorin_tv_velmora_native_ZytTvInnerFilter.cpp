@@ -8,9 +8,9 @@
 #include "mw/filter.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeCallbackThread.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_access.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_events.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
-#include "services/jni/connectmanager/pipeline/filter/filter_registry.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 using android::JNativeInnerFilter;

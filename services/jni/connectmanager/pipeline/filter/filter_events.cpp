@@ -5,8 +5,8 @@
 
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_access.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
-#include "services/jni/connectmanager/pipeline/filter/filter_registry.h"
 
 using android::JNativeInnerFilter;
 

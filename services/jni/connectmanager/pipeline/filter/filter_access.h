@@ -2,8 +2,8 @@
 // accesses to one filter are kept one after the other. The middleware's handle service holds the
 // handles; nothing is kept here but the locks.
 
-#ifndef FILTER_REGISTRY_H
-#define FILTER_REGISTRY_H
+#ifndef FILTER_ACCESS_H
+#define FILTER_ACCESS_H
 
 #include <utils/RefBase.h>
 
@@ -60,4 +60,4 @@ class FilterAccess {
     uint32_t mSemaphore = 0;
 };
 
-#endif  // FILTER_REGISTRY_H
+#endif  // FILTER_ACCESS_H

@@ -1,4 +1,4 @@
-#include "services/jni/connectmanager/pipeline/filter/filter_registry.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_access.h"
 
 #include "mw/basic_services.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeCallbackThread.h"
