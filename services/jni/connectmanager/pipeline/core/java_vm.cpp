@@ -16,26 +16,21 @@ struct EnvAddress {
 
 }  // namespace
 
-jint attachCurrentThread(JavaVM* vm, JNIEnv** env) {
-    *env = nullptr;
-    return vm->AttachCurrentThread(EnvAddress{env}, nullptr);
-}
-
-JniEnvOption::JniEnvOption() {
+JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached) {
     JavaVM* vm = javaVm();
     if (vm == nullptr) {
-        return;
+        return nullptr;
     }
     void* env = nullptr;
-    if (vm->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
-        mEnv = static_cast<JNIEnv*>(env);
-        return;
+    if (vm->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK && (env != nullptr || !attachWhenEmpty)) {
+        return static_cast<JNIEnv*>(env);
     }
-    mAttached = attachCurrentThread(vm, &mEnv) == JNI_OK && mEnv != nullptr;
-    if (!mAttached) {
-        mEnv = nullptr;
-    }
+    JNIEnv* own = nullptr;
+    *attached = vm->AttachCurrentThread(EnvAddress{&own}, nullptr) == JNI_OK && own != nullptr;
+    return *attached ? own : nullptr;
 }
+
+JniEnvOption::JniEnvOption() : mEnv(acquireEnv(false, &mAttached)) {}
 
 JniEnvOption::~JniEnvOption() {
     if (mAttached) {

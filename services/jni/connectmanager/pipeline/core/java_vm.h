@@ -21,15 +21,17 @@ inline JavaVM* javaVm() {
     return __atomic_load_n(&g_velmora_javaVM, __ATOMIC_ACQUIRE);
 }
 
-// Attaches the calling thread, without a name or a group, and not as a daemon. Returns what
-// AttachCurrentThread returns; *env is the thread's environment, or null.
-jint attachCurrentThread(JavaVM* vm, JNIEnv** env);
+// The calling thread's environment. A thread that is not attached is attached, without a name or a
+// group and not as a daemon; then *attached becomes true, and the caller detaches it. attachWhenEmpty
+// says whether a thread is attached too when GetEnv succeeds without giving an environment. Null,
+// with nothing attached, when there is no virtual machine yet or the thread cannot be attached.
+JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached);
 
 // Lives on the stack of one operation. A thread that the virtual machine has never seen is attached
 // by the scope and detached at its end. A thread that is attached already, also by an enclosing
 // scope, is used and left as it is.
 //
-// To be minded: env() is null when there is no virtual machine yet or the thread cannot be attached;
+// Note: env() is null when there is no virtual machine yet or the thread cannot be attached;
 // then the operation makes no JNI call and returns its failure value. The scope does not look at
 // exceptions: one that is still pending when a thread is detached ends the process of a device.
 // Local references of the operation are deleted before the scope ends.
@@ -43,8 +45,8 @@ class JniEnvOption {
     JNIEnv* env() const { return mEnv; }
 
   private:
-    bool mAttached = false;
-    JNIEnv* mEnv = nullptr;
+    bool mAttached = false;  // stands first: acquiring mEnv sets it
+    JNIEnv* mEnv;
 };
 
 }  // namespace android

@@ -5,21 +5,8 @@
 
 namespace android {
 
-FilterEnv::FilterEnv(const Checks& checks) : mChecks(checks) {
-    JavaVM* vm = javaVm();
-    jint status = JNI_ERR;
-    if (vm != nullptr) {
-        void* env = nullptr;
-        status = vm->GetEnv(&env, JNI_VERSION_1_4);
-        mEnv = status == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
-        if (status != JNI_OK || (mEnv == nullptr && checks.attachWhenEmpty)) {
-            status = attachCurrentThread(vm, &mEnv);
-            mAttached = status == JNI_OK && mEnv != nullptr;
-        }
-    }
-    if (status != JNI_OK) {
-        mEnv = nullptr;
-    }
+FilterEnv::FilterEnv(const Checks& checks)
+    : mChecks(checks), mEnv(acquireEnv(checks.attachWhenEmpty, &mAttached)) {
     if (checks.attach != nullptr) {
         fatalUnless(mEnv != nullptr, checks.attach, kFilterSite, __LINE__);
     }

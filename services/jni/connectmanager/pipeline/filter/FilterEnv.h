@@ -11,7 +11,7 @@ namespace android {
 // Lives on the stack of one operation. It attaches the thread when it is not attached, and detaches
 // it again.
 //
-// To be minded: exceptions are not looked at. One that a filter's Java method left pending on a
+// Note: exceptions are not looked at. One that a filter's Java method left pending on a
 // thread that was attached here ends the process of a device at the detach.
 class FilterEnv {
   public:
@@ -39,8 +39,8 @@ class FilterEnv {
 
   private:
     const Checks& mChecks;
-    JNIEnv* mEnv = nullptr;
-    bool mAttached = false;
+    bool mAttached = false;  // stands before mEnv: acquiring it sets this
+    JNIEnv* mEnv;
 };
 
 }  // namespace android
