@@ -3,7 +3,8 @@
 //
 // A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined
 // and unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those
-// types, which the compiler checks, and takes only those arguments.
+// types, which the compiler checks, and takes only those arguments. A native function, too, is
+// registered only under a signature literal of its own types.
 
 #ifndef JAVA_METHOD_H
 #define JAVA_METHOD_H
@@ -27,12 +28,6 @@ constexpr char kLoadTag[] = "Velmora-onload-pipeline";
 extern "C" PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* className,
                                                      const JNINativeMethod* methods,
                                                      int numMethods);
-
-// A row of a table of native methods. OpenJDK declares the two texts as char*, a device as const
-// char*; the cast serves both. It is a macro because a function that casts a pointer cannot run at
-// compile time, and the tables must be constant data.
-#define NATIVE_METHOD(name, signature, function) \
-    { const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function) }
 
 namespace android {
 
@@ -185,6 +180,28 @@ struct JavaConstructor {
     }
 };
 
+// Whether a native function takes and returns what its JNI signature says.
+template <typename Result, typename... Args>
+constexpr bool fitsNative(Result (*)(JNIEnv*, jobject, Args...), const char* signature) {
+    return jni_signature::matches<Result, Args...>(signature);
+}
+
+template <bool fits>
+constexpr char* nativeSignature(const char* signature) {
+    static_assert(fits, "the signature does not fit the native function");
+    return const_cast<char*>(signature);
+}
+
+// A row of a table of native methods. OpenJDK declares the two texts as char*, a device as const
+// char*; the cast serves both. It is a macro because a function that casts a function's address
+// cannot run at compile time, and the tables must be constant data.
+#define NATIVE_METHOD(name, signature, function)                                               \
+    {                                                                                          \
+        const_cast<char*>(name),                                                               \
+            ::android::nativeSignature<::android::fitsNative(function, signature)>(signature), \
+            reinterpret_cast<void*>(function)                                                  \
+    }
+
 // One method to look up, and the condition that fails when it is missing.
 struct JavaMethodRow {
     jmethodID* id;
@@ -194,23 +211,17 @@ struct JavaMethodRow {
     int line;
 };
 
-void signatureDoesNotFitTheMethod();
-
-// Rows are made at compile time, where a signature that does not fit the method's type stops the
-// compiler.
-template <typename Method>
+template <bool fits, typename Method>
 constexpr JavaMethodRow javaMethodRow(Method& method, const char* name, const char* signature,
                                       const char* condition, int line) {
-    if (!Method::matches(signature)) {
-        signatureDoesNotFitTheMethod();  // not constexpr, and defined nowhere
-    }
+    static_assert(fits, "the signature does not fit the method's type");
     return {&method.id, name, signature, condition, line};
 }
 
 // A row for a member of a method table. The macro is for the member's name in the condition text.
-#define JAVA_METHOD_ROW(table, member, name, signature)                                            \
-    ::android::javaMethodRow(table.member, name, signature, "!(" #table "." #member " != __null)", \
-                             __LINE__)
+#define JAVA_METHOD_ROW(table, member, name, signature)                   \
+    ::android::javaMethodRow<decltype(table.member)::matches(signature)>( \
+        table.member, name, signature, "!(" #table "." #member " != __null)", __LINE__)
 
 // Finds a class, stores a global reference to it, which lives as long as the process, and looks its
 // methods up in the order of the rows. What is missing ends the process.
