@@ -47,11 +47,11 @@ int setLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*set)(int), int v
     });
 }
 
-// An LNB getter; its line shows the value and is an error line whatever the value.
+// An LNB getter; its line shows the value.
 int getLnb(unsigned int h_pipeline, int (JNativeInnerFrontend::*get)(), const char* line) {
     return withPeer(h_pipeline, 0, [&](JNativeInnerFrontend& peer) {
         const int value = (peer.*get)();
-        LOG_ERROR(line, value);
+        LOG_ERROR(line, value);  // Fixed from outside: an error line, whatever the value
         return value;
     });
 }
@@ -68,6 +68,8 @@ extern "C" {
 
 int x_native_frontend_require_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("require_tuner:%x\n", h_pipeline);
+    // Fixed from outside: the object is made before the registry is asked, so a pipeline that is
+    // registered already sees a second one opened and closed.
     registerFrontend(h_pipeline,
                      android::sp<JNativeInnerFrontend>(new JNativeInnerFrontend(h_pipeline)));
     return 0;
@@ -75,7 +77,7 @@ int x_native_frontend_require_tuner(unsigned int h_pipeline) {
 
 int x_native_frontend_close_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("close_tuner:%x\n", h_pipeline);
-    takeFrontend(h_pipeline);
+    closeFrontend(h_pipeline);
     return 0;
 }
 

@@ -58,7 +58,7 @@ int JNativeInnerFilter::nativeOpen(int64_t pipeline_instance, int mainType, int 
     jobject pipeline = reinterpret_cast<jobject>(static_cast<uintptr_t>(pipeline_instance));
     if (pipeline == nullptr) {
         FILTER_LOG("<%s:%4d> nativeOpen, pipeline_instance object is null.\n");
-        return 1;
+        return 1;  // Fixed from outside: 1, not -1. The log shows it, and open returns -1.
     }
     int result;
     {
@@ -156,6 +156,8 @@ int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t siz
     }
     const jint n = android::gFields.onReadId.call(env, mObject, mj_sectionarr, position, size);
     if (n >= 1 && n <= FLT_MAX_READ_SIZE && n <= size) {
+        // Fixed from outside: the whole buffer is taken, and given back with what Java may find in it,
+        // rather than n bytes copied.
         jbyte* elements = env->GetByteArrayElements(mj_sectionarr, nullptr);
         if (elements != nullptr) {
             memcpy(buffer, elements, static_cast<size_t>(n));

@@ -15,7 +15,7 @@ namespace android {
 // without the semaphore: an event hands the middleware its address. That is safe because the record
 // does not change after open, and because the event holds the peer.
 //
-// To be minded: a thread that cannot be attached or detached ends the process. Exceptions of the
+// Note: a thread that cannot be attached or detached ends the process. Exceptions of the
 // Java methods are left pending, but for the constructor's; a JNI function that fails leaves none.
 // The destructor runs on whichever thread drops the last reference, and does not call
 // onCloseFilter.

@@ -40,6 +40,8 @@ bool openPeer(FLT_INST_T* ptFltInst, JNativeInnerFilter* filter, uint32_t* phfil
         return false;
     }
     *phfilter = hfilter;
+    // Fixed from outside: the handle is read back before it is used, which never fails as long as the
+    // service works.
     uint16_t type = 0;
     void* object = nullptr;
     if (handle_get_type_obj(hfilter, &type, &object) != 0 || object != ptFltInst) {

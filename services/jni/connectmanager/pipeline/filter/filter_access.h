@@ -1,6 +1,5 @@
-// Filter handles: how a filter comes to have one, how an access finds the filter behind it, and how
-// accesses to one filter are kept one after the other. The middleware's handle service holds the
-// handles; nothing is kept here but the locks.
+// Opening and closing filters, the references of their peers, and FilterAccess, through which every
+// operation and every event reaches a live filter.
 
 #ifndef FILTER_ACCESS_H
 #define FILTER_ACCESS_H
@@ -38,9 +37,10 @@ struct FilterAccessMessages {
 // One access to a live filter. It waits until nobody else has access, and has it until release() or
 // its end; it holds the peer until its end.
 //
-// To be minded: while it waits, it keeps every other thread that wants any filter waiting too. The
-// peer may be destroyed at the end of the access, which calls Java. A thread that has access to a
-// filter and asks for it again waits for itself.
+// Note: while it waits for a filter, every other thread that wants any filter waits with it. So a
+// thread that has access, and is in Java, must not ask for access to that filter or to any other; it
+// would wait for a thread that waits for it. The peer may be destroyed at the end of the access, which
+// calls Java.
 class FilterAccess {
   public:
     FilterAccess(const FilterAccessMessages& messages, uint32_t hfilter);

@@ -159,6 +159,7 @@ LockedFilter lockAndFreeFilter(const char* function, uint32_t hfilter) {
     return filter;
 }
 
+// Fixed from outside: the order, and that the semaphore is released before it is deleted.
 void undoFilter(uint32_t hfilter, FLT_INST_T* ptFltInst, uint32_t h_sema) {
     if (hfilter != 0) {
         freeFilterHandle(hfilter, h_sema);

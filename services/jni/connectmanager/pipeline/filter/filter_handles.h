@@ -1,5 +1,6 @@
-// Filter handles, and the locks that keep accesses to one filter one after the other. The
-// middleware's handle service is the registry: nothing is kept here but the locks.
+// Filter handles, and the locks that keep accesses to one filter one after the other. Which filters
+// there are is known to the middleware's handle service alone; what is kept here are the locks, and who
+// waits for a semaphore.
 
 #ifndef FILTER_HANDLES_H
 #define FILTER_HANDLES_H

@@ -21,7 +21,7 @@ namespace android {
 // failure value when there is no environment, no Java object, or an exception: -1, for the LNB
 // getters 0.
 //
-// To be minded: the destructor calls Java, on whichever thread drops the last reference, so no lock
+// Note: the destructor calls Java, on whichever thread drops the last reference, so no lock
 // is held there. Without an environment it cannot close the Java object, whose reference is then
 // lost.
 class JNativeInnerFrontend : public RefBase {

@@ -58,13 +58,12 @@ sp<JNativeInnerFrontend> findFrontend(unsigned int h_pipeline) {
     return entry != gFrontendMap.end() ? entry->second : sp<JNativeInnerFrontend>();
 }
 
-sp<JNativeInnerFrontend> takeFrontend(unsigned int h_pipeline) {
-    sp<JNativeInnerFrontend> peer;
+void closeFrontend(unsigned int h_pipeline) {
+    sp<JNativeInnerFrontend> peer;  // destroyed after the lock is free: that calls Java
     const std::lock_guard<RegistryLock> lock(gRegistryLock);
     const auto entry = gFrontendMap.find(h_pipeline);
     if (entry != gFrontendMap.end()) {
         peer = entry->second;
         gFrontendMap.erase(entry);
     }
-    return peer;
 }

@@ -18,7 +18,8 @@ void registerFrontend(unsigned int h_pipeline,
 // alive, so a close meanwhile does not destroy it.
 android::sp<android::JNativeInnerFrontend> findFrontend(unsigned int h_pipeline);
 
-// Unregisters a pipeline and returns its peer, or null. The peer dies with the last copy.
-android::sp<android::JNativeInnerFrontend> takeFrontend(unsigned int h_pipeline);
+// Unregisters a pipeline, if it is registered. Unless a call still has a copy of its peer, the peer is
+// destroyed before the return, which closes the Java frontend.
+void closeFrontend(unsigned int h_pipeline);
 
 #endif  // FRONTEND_REGISTRY_H

@@ -41,7 +41,8 @@ Settings dvbcSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
         dvbc.mInterleaveMode, dvbc.mBandwidth);
 }
 
-// False when the construction threw; an object that is null without an exception is used as it is.
+// False when the construction threw. Fixed from outside: a code rate that is null without an
+// exception is passed on as it is.
 bool makeDvbsCodeRate(JNIEnv* env, const MW_FE_DVBS_CODE_RATE_T& rate,
                       ScopedLocalRef<jobject>* object) {
     LOG_DEBUG("[DVBS]pt_code_rate->mInnerFec = %lld", static_cast<long long>(rate.mInnerFec));

@@ -13,7 +13,7 @@ using android::JavaMethod;
 struct FrontendStatusFields {
     jclass frontendStatusClass;
 #define KIND(type, result, getter, field, line) JavaMethod<result()> getter##ID;
-#define LIST(type, member, getter, field) JavaMethod<jintArray()> member;
+#define LIST(type, member, getter, field, line, missing) JavaMethod<jintArray()> member;
 #include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
 };
 FrontendStatusFields gFrontendFields;
@@ -24,13 +24,13 @@ constexpr android::JavaMethodRow kGetters[] = {
 #define SIGNATURE_jlong "()J"
 #define KIND(type, result, getter, field, line) \
     JAVA_METHOD_ROW(gFrontendFields, getter##ID, #getter, SIGNATURE_##result),
-#define LIST(type, member, getter, field) JAVA_METHOD_ROW(gFrontendFields, member, #getter, "()[I"),
+#define LIST(type, member, getter, field, line, missing) \
+    JAVA_METHOD_ROW(gFrontendFields, member, #getter, "()[I"),
 #include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
 };
 
 // A request may hold any 32-bit value, also one that the enumeration cannot.
 int32_t requestedType(const FE_STATUS_TYPE_E* pi4_type, int index) {
-    static_assert(sizeof(FE_STATUS_TYPE_E) == sizeof(int32_t));
     int32_t type;
     memcpy(&type, pi4_type + index, sizeof(type));
     return type;
@@ -62,20 +62,21 @@ void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, co
     LOG_DEBUG(line, static_cast<long long>(*field));
 }
 
-// Reads a list from the status object; false when there is none. line shows the first element and
-// the length. Unlike with readKind, an exception of the getter is cleared here, because further JNI
-// calls follow.
-bool readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
-              const char* line, int32_t* values, int32_t* lengthField) {
+// Reads a list from the status object. line shows the first element and the length, missing is for no
+// list. Unlike with readKind, an exception of the getter is cleared here when there is a list, because
+// further JNI calls follow.
+void readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
+              const char* line, const char* missing, int32_t* values, int32_t* lengthField) {
     const auto list = getter.call(env, status);
     if (list.get() == nullptr) {
-        return false;
+        LOG_ERROR("%s", missing);
+        return;
     }
     catchException(env, type);
     jint* elements = env->GetIntArrayElements(list.get(), nullptr);
     if (elements == nullptr) {
         LOG_ERROR("getFrontendStatus, int_ptr is null, return");
-        return true;
+        return;
     }
     // Read once: the record is the caller's, whose other threads may write to it.
     const jint length = env->GetArrayLength(list.get());
@@ -83,7 +84,6 @@ bool readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter
     android::JNativeInnerFrontend::StatusArrayContentExtract(elements, values, length);
     LOG_DEBUG(line, values[0], length);
     env->ReleaseIntArrayElements(list.get(), elements, 0);
-    return true;
 }
 
 void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festatus) {
@@ -92,13 +92,10 @@ void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festa
     case FE_STATUS_TYPE_##type_:                                                      \
         readKind(env, status, gFrontendFields.getter##ID, line, &pt_festatus->field); \
         break;
-#define LIST(type_, member, getter, field)                                                \
-    case FE_STATUS_TYPE_##type_:                                                          \
-        if (!readList(env, status, gFrontendFields.member, type,                          \
-                      "getFrontendStatus, " #field ": %d, length:%d", pt_festatus->field, \
-                      &pt_festatus->field##Len)) {                                        \
-            LOG_ERROR("getFrontendStatus, " #field " is null");                           \
-        }                                                                                 \
+#define LIST(type_, member, getter, field, line, missing)                                      \
+    case FE_STATUS_TYPE_##type_:                                                               \
+        readList(env, status, gFrontendFields.member, type, line, missing, pt_festatus->field, \
+                 &pt_festatus->field##Len);                                                    \
         break;
 #include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
         default:

@@ -3,7 +3,8 @@
 // reports when the getter is missing.
 //
 // KIND: name after FE_STATUS_TYPE_, result of the getter, getter, field of FE_STATUS_T, log line.
-// LIST: name, member of gFrontendFields, getter, field; the field's count has Len behind its name.
+// LIST: name, member of gFrontendFields, getter, field (its count has Len behind its name), log line
+// of its first element and its length, log line when there is no list.
 
 // clang-format off
 KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,
@@ -19,7 +20,9 @@ KIND(SIGNAL_STRENGTH, jint, getSignalStrength, mSignalStrength,
 KIND(SYMBOL_RATE, jint, getSymbolRate, mSymbolRate, "getFrontendStatus, mSymbolRate: %d.")
 KIND(INNER_FEC, jlong, getInnerFec, mInnerFec, "getFrontendStatus, mInnerFec: %lld.")
 KIND(MODULATION, jint, getModulation, mModulation, "getFrontendStatus, mModulation: %d.")
-LIST(MODULATIONS_EXT, getModulationsExtID, getExtendedModulations, mModulationsExt)
+LIST(MODULATIONS_EXT, getModulationsExtID, getExtendedModulations, mModulationsExt,
+     "getFrontendStatus, mModulationsExt: %d, length:%d",
+     "getFrontendStatus, mModulationsExt is null")
 KIND(SPECTRAL_INVERSION, jint, getSpectralInversion, mInversion,
      "getFrontendStatus, mInversion: %d.")
 KIND(LNB_VOLTAGE, jint, getLnbVoltage, mLnbVoltage, "getFrontendStatus, mLnbVoltage: %d.")
@@ -34,7 +37,9 @@ KIND(RF_LOCK, jboolean, isRfLocked, mIsRfLocked, "getFrontendStatus, mIsRfLocked
 KIND(BANDWIDTH, jint, getBandwidth, mBandWidth, "getFrontendStatus, mBandWidth: %d.")
 KIND(SYSTEM_ID, jint, getSystemId, mSystemId, "getFrontendStatus, mSystemId: %d.")
 KIND(ROLL_OFF, jint, getRollOff, mRollOff, "getFrontendStatus, mRollOff: %d.")
-LIST(CODE_RATES, getCodeRatesID, getCodeRates, mCodeRates)
+LIST(CODE_RATES, getCodeRatesID, getCodeRates, mCodeRates,
+     "getFrontendStatus, mCodeRates: %d, length:%d",
+     "getFrontendStatus, mCodeRates is null")
 // clang-format on
 
 #undef KIND
