@@ -69,7 +69,8 @@ int32_t handle_free(uint32_t handle, uint8_t ui1_flag);
 
 /*
  * Creates a semaphore.
- *   ph_sema      where its handle is stored, not null; unwritten on failure
+ *   ph_sema      where its handle is stored, not null; unwritten on failure. It is never 0: the
+ *                library takes 0 for no semaphore
  *   e_type       X_SEMA_TYPE_BINARY_HELD
  *   ui4_initial  0: created taken; 1: created free
  */

@@ -6,13 +6,17 @@
  *
  * Unless a function says otherwise:
  *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
- *             thread is attached for the length of the Java call. Failing to attach or detach a
- *             thread ends the process.
+ *             thread is attached for the length of the Java call, which costs some 150 times what a
+ *             call on an attached one does. A thread that calls often attaches itself, once for its
+ *             life. Failing to attach or detach a thread ends the process.
  *   Blocking  calls for one filter run one after the other: each waits for the filter, holds it
- *             through its Java call and releases it. While a thread waits for a filter, threads
- *             that want any filter wait with it; so a Java method must not wait for a call of these
- *             functions on another thread, and a thread must not call them for a filter from inside
- *             that filter's Java method.
+ *             through its Java call and releases it. While a thread waits for a filter, every call
+ *             and every event of any filter, but an open, waits behind it.
+ *   From Java from inside a Java method of a filter, no filter may be used but to open one: neither
+ *             that filter nor any other, neither by a call nor by an event, neither on that thread
+ *             nor on one that is waited for there. Otherwise all filters stand still for good. It
+ *             happens most easily through a Java lock: one that a filter's method takes must never
+ *             be held while an event is reported or these functions are called.
  *   Result    the Java method's int, unchanged; -1 when the handle names no open filter, or the
  *             library failed.
  *   Ownership what a pointer argument points to stays the caller's and is not used after the
@@ -72,8 +76,8 @@ MW_PIN_OFFSET(FLT_EVT_CB_T, h_cb_thread, 8);
 MW_PIN_SIZE(FLT_EVT_DATA_T, 20);
 MW_PIN_OFFSET(FLT_EVT_DATA_T, e_kind, 16);
 
-/* Set the process-wide event functions; null clears. To be set before the first filter is
- * opened. Always 0, and they do not block. */
+/* Set the process-wide event functions; null clears. They are to be set before the first filter is
+ * opened: an event under way may still call the function before. Always 0, and they do not block. */
 int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy);
 int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy);
 

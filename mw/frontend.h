@@ -7,7 +7,9 @@
  *
  * Unless a function says otherwise:
  *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
- *             thread is attached for the length of the call. Calls for one pipeline may overlap.
+ *             thread is attached for the length of the call, which costs some 150 times what a call
+ *             on an attached one does. A thread that calls often attaches itself, once for its
+ *             life. Calls for one pipeline may overlap.
  *   Blocking  it returns when the Java method has returned. No lock of the library is held
  *             meanwhile.
  *   Result    the Java method's int, unchanged. -1 is also the library's own failure: the pipeline
@@ -33,16 +35,17 @@ extern "C" {
 /*
  * Makes the Java frontend object of a pipeline and registers it. A pipeline that is registered
  * already keeps the object it has; the second one is opened and closed during the call.
- * Result: always 0, also when the object could not be made (the later calls then fail).
+ * Result: always 0, also when the object could not be made. The pipeline is registered all the same,
+ * and its later calls fail; requiring it again does not repair that, closing it first does.
  */
 int x_native_frontend_require_tuner(unsigned int h_pipeline);
 
 /*
  * Unregisters a pipeline. Its Java frontend is closed before the return or, when other calls are
  * still using it, when the last of them returns. A pipeline that is still registered when the process
- * exits is unregistered then, on the exiting thread; its Java frontend is closed if that thread can
- * have a Java environment.
- * Result: always 0, also when the pipeline is not registered.
+ * exits is unregistered then, on the exiting thread. A thread that cannot have a Java environment
+ * leaves the Java frontend unclosed.
+ * Result: always 0, also when the pipeline is not registered or its frontend is left unclosed.
  */
 int x_native_frontend_close_tuner(unsigned int h_pipeline);
 
@@ -69,8 +72,9 @@ int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_i
 
 /*
  * Reads status kinds of the frontend.
- *   pi4_type     the kinds, ui1_len values of 32 bits; duplicates are allowed, unsupported ones are
- *                skipped
+ *   pi4_type     the kinds, ui1_len values of 32 bits; duplicates are allowed. All are passed to
+ *                Java, which may refuse the whole query because of one; those that are no
+ *                FE_STATUS_TYPE_E are then not read
  *   ui1_len      1 to FE_STATUS_MAX_TYPES
  *   pt_festatus  receives them, see FE_STATUS_T
  * Result: 0 when the frontend gave its status, even if single kinds could not be read (a kind whose
@@ -96,8 +100,13 @@ int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline);
 
 /*
  * Callbacks run on the Java thread that reports the event, without a lock of the library held, and
- * several may run at once; Java waits for their return. Their results are ignored. The handle is
- * the one that Java gave, whether or not it is registered; arrays are valid only during the call.
+ * several may run at once; Java waits for their return. They may call every function of this
+ * header. Their results are ignored. The handle is the one that Java gave, whether or not it is
+ * registered. Arrays are valid only during the call. A list has at least one element, and may have
+ * fewer than Java said; a DiSEqC message may have length 0.
+ *
+ * After a callback was registered anew or cleared, an event under way may still call the old one,
+ * with the old tag.
  */
 typedef int (*fe_scan_nfy_fct)(unsigned int h_pipeline, void* pv_tag);
 typedef int (*fe_scan_value_nfy_fct)(unsigned int h_pipeline, int32_t i4_value, void* pv_tag);
@@ -107,8 +116,8 @@ typedef int (*fe_lnb_nfy_fct)(unsigned int h_pipeline, int32_t i4_event_type);
 typedef int (*fe_lnb_diseqc_nfy_fct)(unsigned int h_pipeline, const int8_t* pi1_message,
                                      int32_t i4_length);
 
-/* The middleware's scan callbacks; any may be null. The reserved words are the middleware's and
- * not read. */
+/* The middleware's scan callbacks; any may be null. Values are passed on as Java reports them: the
+ * units are the platform's. The reserved words are the middleware's and not read. */
 typedef struct {
     void* apv_reserved0[5];
     fe_scan_nfy_fct pf_locked_nfy;
@@ -141,6 +150,10 @@ typedef struct {
  * Registers the scan callbacks of every pipeline. The record is copied whole: a member that is null
  * clears the one registered before. A null record clears them all. An event takes its callback and
  * its tag from the same registration. Waits for nothing but another registration.
+ *
+ * The library keeps a copy of each registration that differs from every earlier one until the
+ * process ends, because an event may still be using it. So memory grows with each different
+ * registration: a tag that stays the same keeps it constant. Without memory the process ends.
  */
 void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb);
 

@@ -5,7 +5,9 @@
  * code-rate record of a DVB-S request. Fields that hold an enumerated value or flags (modulation,
  * code rate, guard interval, standard and the like) hold the platform's own constants, as the
  * settings classes in android.media.tv.tuner.frontend define them (mw/frontend_values.h lists the
- * common ones); the library passes them on unchanged. A boolean is one byte, 0 or 1.
+ * common ones); the library passes them on unchanged. A boolean is one byte, 0 or 1;
+ * any other value reaches Java as it is, and a device whose JNI checks are on ends the process at
+ * it.
  */
 #ifndef MW_FRONTEND_SETTINGS_H
 #define MW_FRONTEND_SETTINGS_H

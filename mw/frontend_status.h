@@ -11,7 +11,10 @@
 extern "C" {
 #endif
 
-/* Status kinds; the platform's numbering. Values that are missing here are not supported. */
+/*
+ * Status kinds; the platform's numbering. A kind that is missing here is passed to Java like any
+ * other, which may refuse the whole query because of it; it is only not read.
+ */
 typedef enum {
     FE_STATUS_TYPE_DEMOD_LOCK = 0,
     FE_STATUS_TYPE_SNR = 1,
@@ -43,14 +46,14 @@ typedef enum {
 /* Most kinds in one query. */
 #define FE_STATUS_MAX_TYPES 34
 
-/* Most elements of a list kind that a query copies; a longer list is reported by its length
- * alone. */
+/* Longest list that a query copies. Of a longer one nothing is copied but its length. */
 #define FE_STATUS_MAX_LIST_COPY 9
 
 /*
  * The record belongs to its caller. A query writes the fields of the kinds it was asked for,
- * unconverted, and leaves every other byte alone. The reserved stretches belong to the middleware,
- * and so does what its own declaration has behind mRollOff. A boolean byte holds 0 or 1.
+ * unconverted, and leaves every other byte alone. Units and constants are therefore the platform's;
+ * they are given here as it documents them. The reserved stretches belong to the middleware, and so
+ * does what its own declaration has behind mRollOff. A boolean byte holds 0 or 1.
  */
 typedef struct {
     /* Demodulator locked */
@@ -73,7 +76,7 @@ typedef struct {
     int64_t mInnerFec;
     /* The platform's constant of the delivery system */
     int32_t mModulation;
-    /* Of the first layers; see FE_STATUS_MAX_LIST_COPY */
+    /* One for each layer; see FE_STATUS_MAX_LIST_COPY */
     int32_t mModulationsExt[10];
     /* Elements in the platform's list, whether or not they were copied */
     int32_t mModulationsExtLen;
@@ -96,7 +99,7 @@ typedef struct {
     int32_t mHierarchy;
     /* The platform's constant of the delivery system */
     int32_t mBandWidth;
-    /* Of the first layers; see FE_STATUS_MAX_LIST_COPY */
+    /* One for each layer; see FE_STATUS_MAX_LIST_COPY */
     int32_t mCodeRates[10];
     /* Elements in the platform's list, whether or not they were copied */
     int32_t mCodeRatesLen;
@@ -105,6 +108,9 @@ typedef struct {
     int32_t mSystemId;
     int32_t mRollOff;
 } FE_STATUS_T;
+
+/* A request is an array of these. A compiler that makes enumerations short does not fit. */
+MW_PIN_SIZE(FE_STATUS_TYPE_E, 4);
 
 MW_PIN_OFFSET(FE_STATUS_T, mIsDemodLocked, 0);
 MW_PIN_OFFSET(FE_STATUS_T, mSnr, 4);

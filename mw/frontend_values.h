@@ -1,6 +1,6 @@
 /*
- * The platform's constants for the fields of MW_FESETTING_T, as far as a middleware commonly needs
- * them. The library interprets none of them.
+ * The platform's constants for the fields of MW_FESETTING_T and for the LNB functions, as far as a
+ * middleware commonly needs them. The library interprets none of them.
  */
 #ifndef MW_FRONTEND_VALUES_H
 #define MW_FRONTEND_VALUES_H
@@ -158,7 +158,8 @@ enum {
     MW_FE_ISDBT_BANDWIDTH_6MHZ = 1 << 3
 };
 
-/* Codes of the LNB's voltage, tone and position. */
+/* For the LNB functions of mw/frontend.h: voltage, tone and position. They are no fields of
+ * MW_FESETTING_T. */
 enum { MW_FE_LNB_VOLTAGE_NONE = 0, MW_FE_LNB_VOLTAGE_13V = 4, MW_FE_LNB_VOLTAGE_18V = 7 };
 enum { MW_FE_LNB_TONE_NONE = 0, MW_FE_LNB_TONE_CONTINUOUS = 1 };
 enum { MW_FE_LNB_POSITION_UNDEFINED = 0, MW_FE_LNB_POSITION_A = 1, MW_FE_LNB_POSITION_B = 2 };

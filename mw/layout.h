@@ -15,14 +15,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if UINTPTR_MAX == UINT32_MAX
-#define MW_PIN_SIZE_32(type, size) static_assert(sizeof(type) == (size), #type " size")
-#define MW_PIN_OFFSET_32(type, field, offset) \
-    static_assert(offsetof(type, field) == (offset), #type "." #field " offset")
-#else
-#define MW_PIN_SIZE_32(type, size) static_assert(sizeof(type) >= (size), #type " size")
-#define MW_PIN_OFFSET_32(type, field, offset) \
-    static_assert(offsetof(type, field) >= (offset), #type "." #field " offset")
+#if !defined(__cplusplus) && (!defined(__STDC_VERSION__) || __STDC_VERSION__ < 201112L)
+#error "The headers in mw/ need C11 or C++11: an older compiler cannot check the records' layout."
+/* No further messages for every record. */
+#define static_assert(condition, text) struct mw_needs_c11
 #endif
 
 /* For records without a pointer, whose layout is the same wherever 64-bit members align to 8
@@ -30,5 +26,15 @@
 #define MW_PIN_SIZE(type, size) static_assert(sizeof(type) == (size), #type " size")
 #define MW_PIN_OFFSET(type, field, offset) \
     static_assert(offsetof(type, field) == (offset), #type "." #field " offset")
+
+/* For records with one. */
+#if UINTPTR_MAX == UINT32_MAX
+#define MW_PIN_SIZE_32 MW_PIN_SIZE
+#define MW_PIN_OFFSET_32 MW_PIN_OFFSET
+#else
+#define MW_PIN_SIZE_32(type, size) static_assert(sizeof(type) >= (size), #type " size")
+#define MW_PIN_OFFSET_32(type, field, offset) \
+    static_assert(offsetof(type, field) >= (offset), #type "." #field " offset")
+#endif
 
 #endif /* MW_LAYOUT_H */

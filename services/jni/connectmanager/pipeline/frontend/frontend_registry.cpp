@@ -59,11 +59,7 @@ sp<JNativeInnerFrontend> findFrontend(unsigned int h_pipeline) {
 }
 
 void closeFrontend(unsigned int h_pipeline) {
-    sp<JNativeInnerFrontend> peer;  // destroyed after the lock is free: that calls Java
+    FrontendMap::node_type closed;  // destroyed after the lock is free: that calls Java
     const std::lock_guard<RegistryLock> lock(gRegistryLock);
-    const auto entry = gFrontendMap.find(h_pipeline);
-    if (entry != gFrontendMap.end()) {
-        peer = entry->second;
-        gFrontendMap.erase(entry);
-    }
+    closed = gFrontendMap.extract(h_pipeline);
 }
