@@ -38,4 +38,6 @@ platform_packages=(clang android-liblog-dev android-libutils-dev android-libcuti
 device_packages=(clang lld llvm qemu-user)
 bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld jq)
 lint_packages=(clang-format clang-tidy libbenchmark-dev)
+soong_packages=(blueprint-tools golang-go golang-android-soong-dev golang-github-google-blueprint-dev
+    golang-github-golang-protobuf-1-3-dev)
 fuzz_packages=(clang libclang-rt-14-dev)
