@@ -30,8 +30,6 @@ JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached) {
     return *attached ? own : nullptr;
 }
 
-JniEnvOption::JniEnvOption() : mEnv(acquireEnv(false, &mAttached)) {}
-
 JniEnvOption::~JniEnvOption() {
     if (mAttached) {
         javaVm()->DetachCurrentThread();

@@ -37,7 +37,7 @@ JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached);
 // Local references of the operation are deleted before the scope ends.
 class JniEnvOption {
   public:
-    JniEnvOption();
+    JniEnvOption() : mEnv(acquireEnv(false, &mAttached)) {}
     ~JniEnvOption();
     JniEnvOption(const JniEnvOption&) = delete;
     JniEnvOption& operator=(const JniEnvOption&) = delete;
