@@ -17,33 +17,52 @@ extern "C" int property_get(const char*, char* value, const char*) {
 
 namespace bench {
 
-uint32_t gPipelines[2];
-uint32_t gFilter;
+thread_local int tLane = 0;
 
 namespace {
 
 constexpr int kListLength = 64;
 constexpr int kErrorLevel = 5;  // of the log
 
-uint32_t& gPipeline = gPipelines[0];
-uint32_t gSpare;   // a pipeline without a tuner
-uint32_t gHandle;  // of a filter or callback thread that a call makes
-int64_t gPeer;     // address of the open filter's peer
-MW_FESETTING_T gSettings[MW_FE_TYPE_DTMB + 1], gReadback;
-int8_t gBuffer[FLT_MAX_READ_SIZE];
-uint8_t gPattern[FLT_PATTERN_SIZE];
-unsigned char gDiseqc[] = {0xe0, 0x10, 0x38, 0xf0, 0x01, 0x02};
 FLT_EVT_CB_T gEvent;
-FE_SCAN_CB_T gScan;
 
-// By MW_FE_TYPE_E; those that the library refuses have no name.
-const char* const kSystems[] = {"",      "",       "ATSC", "",       "DVB-C", "DVB-S",
-                                "DVB-T", "ISDB-S", "",     "ISDB-T", "DTMB"};
+struct Lane {
+    desk::Pipeline tuned, spare;  // with a tuner and without
+    uint32_t filter = 0;          // is open
+    int64_t peer = 0;             // the address of its peer
+    uint32_t handle = 0;          // of the filter or callback thread that a call makes
+    FE_STATUS_T status = {};
+    MW_FESETTING_T readback = {};
+    int8_t buffer[FLT_MAX_READ_SIZE] = {};
+
+    Lane() {
+        x_native_frontend_require_tuner(tuned.handle());
+        x_velmora_filter_open(tuned.handle(), 1, 2, 65536, &filter, &gEvent, nullptr);
+        // What the handle service keeps for a filter: its semaphore and its peer's address.
+        struct {
+            uint32_t semaphore;
+            int64_t peer;
+        }* record = nullptr;
+        handle_get_obj(filter, reinterpret_cast<void**>(&record));
+        peer = record->peer;
+    }
+};
+
+Lane& lane() {
+    static Lane lanes[2];
+    return lanes[tLane];
+}
+uint32_t pipeline() {
+    return lane().tuned.handle();
+}
+uint32_t spare() {
+    return lane().spare.handle();
+}
 
 // clang-format off
 #define DO(function, ...) [] { return function(__VA_ARGS__); }
 #define CALL(function, ...) {#function, DO(function, __VA_ARGS__)}
-#define GET(function) {#function, DO(function, gPipeline), 3, "3"}
+#define GET(function) {#function, DO(function, pipeline()), 3, "3"}
 // Two calls of which the second undoes what the first does.
 #define PAIR(function, argument, inverse, itsArgument) \
     {#function, DO(function, argument), 0, "nothing", [] {}, DO(inverse, itsArgument)}, \
@@ -52,71 +71,92 @@ const char* const kSystems[] = {"",      "",       "ATSC", "",       "DVB-C", "D
 
 // As the function of that name, with the arguments that are the same for each call.
 int x_velmora_filter_open(uint32_t* ph_filter) {
-    return ::x_velmora_filter_open(gPipeline, 1, 2, 65536, ph_filter, &gEvent, nullptr);
+    return ::x_velmora_filter_open(pipeline(), 1, 2, 65536, ph_filter, &gEvent, nullptr);
 }
 
 std::vector<Call> plainCalls() {
+    static uint8_t pattern[FLT_PATTERN_SIZE];
+    static unsigned char diseqc[] = {0xe0, 0x10, 0x38, 0xf0, 0x01, 0x02};
+    static FE_SCAN_CB_T scan;
     return {
-        CALL(x_native_frontend_cancel_tuning, gPipeline),
-        CALL(x_native_frontend_cancel_scanning, gPipeline),
-        CALL(x_native_frontend_set_lna_enabled, gPipeline, 1),
-        CALL(x_native_frontend_get_frontend_info, gPipeline, nullptr),
-        CALL(x_native_frontend_set_ontune_listener, gPipeline),
-        CALL(x_native_frontend_clear_ontune_listener, gPipeline),
-        CALL(x_native_frontend_require_lnb, gPipeline),
-        CALL(x_native_frontend_lnb_set_voltage, gPipeline, 1),
-        CALL(x_native_frontend_lnb_set_tone, gPipeline, 1),
-        CALL(x_native_frontend_lnb_set_SatellitePosition, gPipeline, 1),
+        CALL(x_native_frontend_cancel_tuning, pipeline()),
+        CALL(x_native_frontend_cancel_scanning, pipeline()),
+        CALL(x_native_frontend_set_lna_enabled, pipeline(), 1),
+        CALL(x_native_frontend_get_frontend_info, pipeline(), nullptr),
+        CALL(x_native_frontend_set_ontune_listener, pipeline()),
+        CALL(x_native_frontend_clear_ontune_listener, pipeline()),
+        CALL(x_native_frontend_require_lnb, pipeline()),
+        CALL(x_native_frontend_lnb_set_voltage, pipeline(), 1),
+        CALL(x_native_frontend_lnb_set_tone, pipeline(), 1),
+        CALL(x_native_frontend_lnb_set_SatellitePosition, pipeline(), 1),
         GET(x_native_frontend_lnb_get_voltage),
         GET(x_native_frontend_lnb_get_tone),
         GET(x_native_frontend_lnb_get_SatellitePosition),
-        CALL(x_native_frontend_lnb_send_diseqcmessage, gPipeline, gDiseqc, sizeof(gDiseqc)),
-        CALL(x_native_frontend_lnb_close, gPipeline),
-        PAIR(x_velmora_filter_open, &gHandle, x_velmora_filter_close, gHandle),
-        CALL(x_velmora_filter_start, gFilter),
-        CALL(x_velmora_filter_stop, gFilter),
-        CALL(x_velmora_filter_flush, gFilter),
-        CALL(x_velmora_filter_setSectionConfig, gFilter, 1, 1, 0, 1, gPattern, gPattern, gPattern),
-        PAIR(x_velmora_filter_create_callback_thread, &gHandle,
-             x_velmora_filter_delete_callback_thread, gHandle),
-        PAIR(addInnerFilterReference, gPeer, subInnerFilterReference, gPeer),
+        CALL(x_native_frontend_lnb_send_diseqcmessage, pipeline(), diseqc, sizeof(diseqc)),
+        CALL(x_native_frontend_lnb_close, pipeline()),
+        PAIR(x_velmora_filter_open, &lane().handle, x_velmora_filter_close, lane().handle),
+        CALL(x_velmora_filter_start, lane().filter),
+        CALL(x_velmora_filter_stop, lane().filter),
+        CALL(x_velmora_filter_flush, lane().filter),
+        CALL(x_velmora_filter_setSectionConfig, lane().filter, 1, 1, 0, 1, pattern, pattern,
+             pattern),
+        PAIR(x_velmora_filter_create_callback_thread, &lane().handle,
+             x_velmora_filter_delete_callback_thread, lane().handle),
+        PAIR(addInnerFilterReference, lane().peer, subInnerFilterReference, lane().peer),
         CALL(__halvorin_log_is_loggable, kErrorLevel, "vendor.zyt.broadcast.log.level"),
         {"x_native_frontend_register_scan_callback",
-         [] { return x_native_frontend_register_scan_callback(&gScan), 0; }},
-        CALL(x_native_frontend_register_lnb_callback, gPipeline, nullptr),
-        CALL(x_native_frontend_register_lnb_DiseqcMessage_callback, gPipeline, nullptr),
+         [] { return x_native_frontend_register_scan_callback(&scan), 0; }},
+        CALL(x_native_frontend_register_lnb_callback, pipeline(), nullptr),
+        CALL(x_native_frontend_register_lnb_DiseqcMessage_callback, pipeline(), nullptr),
         CALL(x_velmora_filter_register_section_callback, nullptr),
         CALL(x_velmora_filter_register_filter_status_callback, nullptr),
-        PAIR(x_native_frontend_require_tuner, gSpare, x_native_frontend_close_tuner, gSpare),
+        PAIR(x_native_frontend_require_tuner, spare(), x_native_frontend_close_tuner, spare()),
     };
 }
 
 std::vector<Call> callsWithRecords() {
+    static MW_FE_DVBS_CODE_RATE_T codeRate = {8, 0, 1, 1000};
+    // All that there are.
+    static int32_t kinds[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
+                              13, 14, 15, 17, 18, 19, 20, 22, 24, 25, 29, 33};
+    const std::pair<MW_FE_TYPE_E, const char*> systems[] = {
+        {MW_FE_TYPE_ATSC, "ATSC"},  {MW_FE_TYPE_DVBC, "DVB-C"},   {MW_FE_TYPE_DVBS, "DVB-S"},
+        {MW_FE_TYPE_DVBT, "DVB-T"}, {MW_FE_TYPE_ISDBS, "ISDB-S"}, {MW_FE_TYPE_ISDBT, "ISDB-T"},
+        {MW_FE_TYPE_DTMB, "DTMB"},
+    };
     std::vector<Call> calls;
-    for (int type = MW_FE_TYPE_ATSC; type <= MW_FE_TYPE_DTMB; ++type) {
-        const std::string system = kSystems[type];
-        MW_FESETTING_T* settings = &gSettings[type];
-        if (!system.empty()) {
-            calls.push_back({"x_native_frontend_tune " + system,
-                             [=] { return x_native_frontend_tune(gPipeline, settings); }});
-            calls.push_back({"x_native_frontend_scan " + system,
-                             [=] { return x_native_frontend_scan(gPipeline, settings, 1); }});
+    for (const auto& [type, system] : systems) {
+        MW_FESETTING_T settings = {};
+        settings.e_type = type;
+        settings.mFrequency = 1236;
+        if (type == MW_FE_TYPE_DVBS) {
+            settings.u.t_dvbs.pt_code_rate = &codeRate;
         }
+        calls.push_back({std::string("x_native_frontend_tune ") + system,
+                         [=]() mutable { return x_native_frontend_tune(pipeline(), &settings); }});
+        calls.push_back({std::string("x_native_frontend_scan ") + system, [=]() mutable {
+                             return x_native_frontend_scan(pipeline(), &settings, 1);
+                         }});
     }
-    for (const int kinds : {1, 8, 25}) {
-        calls.push_back({"x_native_frontend_get_frontend_status " + std::to_string(kinds),
-                         [=] { return readStatus(gPipeline, kinds); }, 0, "status"});
+    for (const uint8_t count : std::initializer_list<uint8_t>{1, 8, 25}) {
+        const auto read = [=] {
+            return x_native_frontend_get_frontend_status(
+                pipeline(), reinterpret_cast<FE_STATUS_TYPE_E*>(kinds), count, &lane().status);
+        };
+        calls.push_back(
+            {"x_native_frontend_get_frontend_status " + std::to_string(count), read, 0, "status"});
     }
     for (const char* system : {"DVB-S", "DVB-T", "DTMB"}) {
         calls.push_back({std::string("x_native_frontend_get_frontend_setting ") + system,
-                         DO(x_native_frontend_get_frontend_setting, gPipeline, &gReadback), 0,
-                         system});
+                         DO(x_native_frontend_get_frontend_setting, pipeline(), &lane().readback),
+                         0, system});
     }
     for (const int size : {188, FLT_MAX_READ_SIZE}) {
         const std::string text = std::to_string(size);
-        calls.push_back({"x_velmora_filter_read " + text,
-                         [=] { return x_velmora_filter_read(gFilter, gBuffer, 0, size); }, size,
-                         text});
+        const auto read = [=] {
+            return x_velmora_filter_read(lane().filter, lane().buffer, 0, size);
+        };
+        calls.push_back({"x_velmora_filter_read " + text, read, size, text});
     }
     return calls;
 }
@@ -126,7 +166,8 @@ std::vector<Call> events() {
     std::vector<Call> calls;
     for (int number = 0; number <= static_cast<int>(Event::kFilterStatus); ++number) {
         const Event event = static_cast<Event>(number);
-        desk::JavaValues arguments = {desk::toJava(event >= Event::kSection ? gFilter : gPipeline)};
+        desk::JavaValues arguments = {
+            desk::toJava(event >= Event::kSection ? lane().filter : pipeline())};
         if (event >= Event::kFrequencies && event <= Event::kStreamIds) {
             arguments.push_back(desk::toJava(desk::newArray(std::vector<jint>(kListLength))));
         } else if (event == Event::kDiseqc) {
@@ -150,31 +191,8 @@ std::vector<Call> events() {
 }  // namespace
 
 std::vector<Call> makeCalls() {
-    static MW_FE_DVBS_CODE_RATE_T codeRate = {8, 0, 1, 1000};
-    for (int type = MW_FE_TYPE_ATSC; type <= MW_FE_TYPE_DTMB; ++type) {
-        gSettings[type].e_type = static_cast<MW_FE_TYPE_E>(type);
-        gSettings[type].mFrequency = 474000000;
-    }
-    gSettings[MW_FE_TYPE_DVBS].mFrequency = 1236;
-    gSettings[MW_FE_TYPE_DVBS].u.t_dvbs.pt_code_rate = &codeRate;
-
     answer("nothing");
-    static const desk::Pipeline pipelines[2], spare;
-    gSpare = spare.handle();
-    desk::registerCountingCallbacks(gSpare);
-    for (int i : {0, 1}) {
-        gPipelines[i] = pipelines[i].handle();
-        x_native_frontend_require_tuner(gPipelines[i]);
-    }
-    x_velmora_filter_open(&gFilter);
-    // What the handle service keeps for a filter: its semaphore and its peer's address.
-    struct {
-        uint32_t semaphore;
-        int64_t peer;
-    }* record = nullptr;
-    handle_get_obj(gFilter, reinterpret_cast<void**>(&record));
-    gPeer = record->peer;
-
+    desk::registerCountingCallbacks(spare());
     std::vector<Call> calls;
     // The plain calls clear the callbacks that the events go to.
     for (const auto& part : {events(), callsWithRecords(), plainCalls()}) {
@@ -183,22 +201,14 @@ std::vector<Call> makeCalls() {
     return calls;
 }
 
+int reportSections() {
+    desk::takeHeard();
+    desk::callStatic("bench.BenchDevice", "reportSections", lane().filter, kSections);
+    return desk::takeHeard() == kSections ? 0 : -1;
+}
+
 void answer(const std::string& what) {
     desk::callStatic("bench.BenchDevice", "answer", what);
-}
-
-int tuneTerrestrial(uint32_t h_pipeline) {
-    return x_native_frontend_tune(h_pipeline, &gSettings[MW_FE_TYPE_DVBT]);
-}
-
-int readStatus(uint32_t h_pipeline, int kinds) {
-    // All that there are.
-    static int32_t types[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
-                              13, 14, 15, 17, 18, 19, 20, 22, 24, 25, 29, 33};
-    static thread_local FE_STATUS_T status;
-    return x_native_frontend_get_frontend_status(h_pipeline,
-                                                 reinterpret_cast<FE_STATUS_TYPE_E*>(types),
-                                                 static_cast<unsigned char>(kinds), &status);
 }
 
 }  // namespace bench

@@ -4,7 +4,6 @@
 #ifndef BENCH_CALLS_H
 #define BENCH_CALLS_H
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,15 +20,17 @@ struct Call {
     std::string thread = "attached";  // or "java" for what Java calls
 };
 
-// Makes the pipelines and filters that the calls work on. The library is loaded.
+// Which of two tuners, filters and so on the calls of this thread work on.
+extern thread_local int tLane;
+
+// Makes what the calls work on. The library is loaded.
 std::vector<Call> makeCalls();
+// Java's compiled loop, unlike the calls, takes no longer than what it calls: it reports this many
+// sections of the thread's filter.
+constexpr int kSections = 1000;
+int reportSections();
 
 void answer(const std::string& what);  // what the Java device answers from now on
-
-extern uint32_t gPipelines[2];  // have a tuner
-extern uint32_t gFilter;        // is open
-int tuneTerrestrial(uint32_t h_pipeline);
-int readStatus(uint32_t h_pipeline, int kinds);
 
 }  // namespace bench
 

@@ -9,7 +9,6 @@ import desk.DeviceModel;
 public final class BenchDevice implements DeviceModel {
     private static final int[] LIST = {1, 2, 3};
     private static final ZytTvInnerFilterCallback FILTER = new ZytTvInnerFilterCallback();
-    private static final Limit LIMIT = new Limit();
     private static Object answer;
 
     private BenchDevice() {}
@@ -32,20 +31,9 @@ public final class BenchDevice implements DeviceModel {
         return self instanceof FrontendStatus ? LIST : answer;
     }
 
-    /** Reports as the framework's class does, to the code that the library is compared with. */
-    static final class Limit extends ZytTvInnerFilterCallback {
-        @Override
-        public native void nativeFilterSectionEvent(int handle, int arg0, int arg1, int arg2, int arg3);
-    }
-
-    /** The two calls stand apart, so that the compiler binds each of them to one native. */
-    public static void reportSections(boolean toLimit, int handle, int count) {
+    public static void reportSections(int handle, int count) {
         for (int i = 0; i < count; ++i) {
-            if (toLimit) {
-                LIMIT.nativeFilterSectionEvent(handle, 1, 2, 3, i);
-            } else {
-                FILTER.nativeFilterSectionEvent(handle, 1, 2, 3, i);
-            }
+            FILTER.nativeFilterSectionEvent(handle, 1, 2, 3, i);
         }
     }
 }
