@@ -31,7 +31,8 @@ install_packages() {
 }
 
 demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libudev-dev dtv-scan-tables)
-build_packages=("${demo_packages[@]}" googletest)
+contract_packages=("${demo_packages[@]}" libasm-java)
+build_packages=("${contract_packages[@]}" googletest)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 platform_packages=(clang android-liblog-dev android-libutils-dev android-libcutils-dev
     android-libnativehelper-dev)

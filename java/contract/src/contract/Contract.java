@@ -3,50 +3,55 @@ package contract;
 import desk.Loader;
 import java.io.File;
 import java.io.IOException;
-import java.io.PrintWriter;
-import java.io.StringWriter;
-import java.lang.invoke.MethodType;
+import java.io.InputStream;
+import java.net.MalformedURLException;
+import java.net.URL;
+import java.net.URLClassLoader;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
-import java.util.HashMap;
+import java.util.Deque;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.function.UnaryOperator;
-import java.util.regex.Matcher;
 import java.util.regex.Pattern;
-import java.util.spi.ToolProvider;
 import java.util.stream.Collectors;
+import java.util.stream.Stream;
 import java.util.zip.ZipFile;
+import org.objectweb.asm.ClassReader;
+import org.objectweb.asm.Opcodes;
+import org.objectweb.asm.Type;
+import org.objectweb.asm.tree.ClassNode;
+import org.objectweb.asm.tree.MethodNode;
 
 /** What the library demands of Java, recorded while it is loaded: prints it, or checks jars against it. */
 public final class Contract {
-    private static final String CONSTRUCTOR = "<init>";
-    private static final Map<String, Declared> DECLARED = new HashMap<>();
+    /** A member, as a class file has it. */
+    private record Member(int access, String name, String descriptor) {
+        boolean is(int flags) {
+            return (access & flags) != 0;
+        }
 
-    /** A member; descriptor as in a class file. */
-    private record Member(boolean isNative, boolean isStatic, String name, String descriptor) {
+        boolean isNative() {
+            return is(Opcodes.ACC_NATIVE);
+        }
+
+        boolean isConstructor() {
+            return name.equals("<init>");
+        }
+
         /** As Java and the shrinkers write it, with the given way to write the name of a class. */
         String declaration(UnaryOperator<String> type) {
-            final List<String> parameters = new ArrayList<>();
-            final Matcher parts = Pattern.compile("(\\[*)(?:L([^;]+);|([BCDFIJSVZ]))").matcher(descriptor);
-            while (parts.find()) {
-                final String name = parts.group(2) != null ? type.apply(parts.group(2).replace('/', '.'))
-                        : MethodType.fromMethodDescriptorString("()" + parts.group(3), null).returnType().getName();
-                parameters.add(name + "[]".repeat(parts.group(1).length()));
-            }
-            final String result = parameters.remove(parameters.size() - 1);
-            return (isStatic ? "static " : "") + (isNative ? "native " : "")
-                    + (name.equals(CONSTRUCTOR) ? "" : result + " ")
-                    + name + "(" + String.join(", ", parameters) + ")";
+            return (is(Opcodes.ACC_STATIC) ? "static " : "") + (isNative() ? "native " : "")
+                    + (isConstructor() ? "" : type.apply(Type.getReturnType(descriptor).getClassName()) + " ") + name
+                    + Stream.of(Type.getArgumentTypes(descriptor)).map(Type::getClassName).map(type)
+                            .collect(Collectors.joining(", ", "(", ")"));
         }
 
         String shortDeclaration() {
             return declaration(Contract::simpleName);
         }
     }
-
-    /** A class as a jar has it. */
-    private record Declared(String superclass, List<Member> members) {}
 
     private Contract() {}
 
@@ -55,7 +60,7 @@ public final class Contract {
     private static native String stop();
 
     /** args: the folder of the native libraries; then --table, --keep, or --check and jars. */
-    public static void main(String[] args) throws IOException {
+    public static void main(String[] args) throws MalformedURLException {
         final Map<String, List<Member>> contract = recorded(args[0]);
         switch (args[1]) {
             case "--table" -> System.out.print(table(contract));
@@ -73,9 +78,10 @@ public final class Contract {
         final Map<String, List<Member>> contract = new LinkedHashMap<>();
         for (String line : stop().split("\n")) {
             final String[] words = line.split(" ");
-            final String owner = words[1].substring(1, words[1].length() - 1).replace('/', '.');
-            final List<Member> members = contract.computeIfAbsent(owner, key -> new ArrayList<>());
-            final Member member = new Member(words[0].equals("native"), false, words[2], words[3]);
+            final List<Member> members =
+                    contract.computeIfAbsent(Type.getType(words[1]).getClassName(), owner -> new ArrayList<>());
+            final int access = words[0].equals("native") ? Opcodes.ACC_NATIVE : 0;
+            final Member member = new Member(access, words[2], words[3]);
             if (!words[0].equals("class") && !members.contains(member)) {
                 members.add(member);
             }
@@ -92,9 +98,9 @@ public final class Contract {
         contract.forEach((owner, members) -> {
             text.append("| **" + owner + "** | looks up |\n");
             for (Member member : members) {
-                text.append("| `" + member.shortDeclaration().replace(CONSTRUCTOR, simpleName(owner)) + "` | "
-                        + (member.isNative() ? "registers" : member.name().equals(CONSTRUCTOR) ? "constructs"
-                                : "calls") + " |\n");
+                text.append("| `" + member.shortDeclaration().replace("<init>", simpleName(owner)) + "` | "
+                        + (member.isNative() ? "registers" : member.isConstructor() ? "constructs" : "calls")
+                        + " |\n");
             }
         });
         return text.toString();
@@ -119,7 +125,8 @@ public final class Contract {
         return text.toString();
     }
 
-    private static boolean check(Map<String, List<Member>> contract, List<String> jars) throws IOException {
+    private static boolean check(Map<String, List<Member>> contract, List<String> jars) throws MalformedURLException {
+        final List<URL> urls = new ArrayList<>();
         for (String jar : jars) {
             try (ZipFile file = new ZipFile(jar)) {
                 if (file.stream().noneMatch(entry -> entry.getName().endsWith(".class"))) {
@@ -131,85 +138,91 @@ public final class Contract {
                 System.err.println(jar + ": " + (new File(jar).exists() ? "not a jar" : "no such file"));
                 return false;
             }
+            urls.add(new File(jar).toURI().toURL());
         }
-        final String path = String.join(File.pathSeparator, jars);
+        final ClassLoader loader =
+                new URLClassLoader(urls.toArray(URL[]::new), ClassLoader.getPlatformClassLoader());
         final List<String> faults = new ArrayList<>();
-        contract.forEach((owner, members) -> {
-            if (declared(path, owner) == null) {
-                faults.add(owner + ": is missing; members: " + members.size());
-                return;
-            }
-            members.forEach(member -> {
-                final String fault = fault(path, owner, member);
-                if (fault != null) {
-                    faults.add(owner + ": " + member.shortDeclaration() + " " + fault);
-                }
-            });
-        });
+        contract.forEach((owner, members) -> faults(loader, owner, members)
+                .forEach(fault -> faults.add(owner + ": " + fault)));
         faults.forEach(System.out::println);
         System.out.println(faults.isEmpty() ? "All " + contract.size() + " classes and their "
                 + contract.values().stream().mapToInt(List::size).sum() + " members are there."
-                : faults.size() + " faults: the library cannot be loaded with these classes.");
+                : faults.size() + " faults: the library does not work with these classes.");
         return faults.isEmpty();
     }
 
-    /** What is wrong with a member; null when JNI finds it. */
-    private static String fault(String path, String owner, Member wanted) {
-        final List<String> others = new ArrayList<>();
-        String unknown = "";
-        for (String name = owner; !name.isEmpty() && !name.equals("java.lang.Object"); ) {
-            final Declared type = declared(path, name);
+    private static List<String> faults(ClassLoader jars, String owner, List<Member> members) {
+        final List<String> faults = new ArrayList<>();
+        try {
+            final ClassNode type = read(jars, owner.replace('.', '/'));
             if (type == null) {
-                unknown = ", unless its superclass " + name + " has it, which is in none of the jars";
-                break;
+                return List.of("is missing; members: " + members.size());
             }
-            for (Member member : type.members()) {
-                if (member.name().equals(wanted.name()) && member.descriptor().equals(wanted.descriptor())) {
-                    return member.isStatic() ? "is static"
-                            : wanted.isNative() && !member.isNative() ? "is not declared native" : null;
+            if ((type.access & Opcodes.ACC_ABSTRACT) != 0 && members.stream().anyMatch(Member::isConstructor)) {
+                faults.add("is abstract, and the library constructs it");
+            }
+            for (Member member : members) {
+                final String fault = fault(jars, type, member);
+                if (fault != null) {
+                    faults.add(member.shortDeclaration() + " " + fault);
                 }
+            }
+        } catch (IllegalArgumentException e) {
+            faults.add(e.getMessage());
+        }
+        return faults;
+    }
+
+    /** What is wrong with a member; null when JNI finds it: in the class, its superclasses, or an interface. */
+    private static String fault(ClassLoader jars, ClassNode owner, Member wanted) {
+        String others = "";
+        String unknown = "";
+        final Deque<String> next = new ArrayDeque<>(List.of(owner.name));
+        while (!next.isEmpty()) {
+            final String name = next.pop();
+            final ClassNode type = read(jars, name);
+            if (type == null) {
+                unknown += ", unless " + name.replace('/', '.') + " has it, which is in none of the jars";
+                continue;
+            }
+            final boolean isInterface = (type.access & Opcodes.ACC_INTERFACE) != 0;
+            final int notInherited = isInterface ? Opcodes.ACC_STATIC | Opcodes.ACC_PRIVATE : 0;
+            for (MethodNode method : type.methods) {
+                final Member member = new Member(method.access, method.name, method.desc);
                 if (member.name().equals(wanted.name())) {
-                    others.add(member.shortDeclaration());
+                    if (member.descriptor().equals(wanted.descriptor()) && !member.is(notInherited)) {
+                        return member.is(Opcodes.ACC_STATIC) ? "is static"
+                                : wanted.isNative() && !member.isNative() ? "is not declared native" : null;
+                    }
+                    others += (others.isEmpty() ? "; there is " : ", ") + member.shortDeclaration();
                 }
             }
-            // A constructor is not inherited.
-            name = wanted.name().equals(CONSTRUCTOR) ? "" : type.superclass();
+            if (!wanted.isConstructor()) { // which is not inherited
+                next.addAll(type.interfaces);
+                if (type.superName != null) {
+                    next.push(type.superName);
+                }
+            }
         }
-        return "is missing" + unknown + (others.isEmpty() ? "" : "; there is " + String.join(", ", others));
+        return "is missing" + unknown + others;
     }
 
-    /** Reads the class without loading it, which would need every class that it mentions; null: not there. */
-    private static Declared declared(String path, String name) {
-        return DECLARED.computeIfAbsent(name, key -> {
-            final StringWriter out = new StringWriter();
-            final ToolProvider javap = ToolProvider.findFirst("javap").orElseThrow();
-            final PrintWriter faults = new PrintWriter(new StringWriter());
-            return javap.run(new PrintWriter(out), faults, "-p", "-s", "-cp", path, name) == 0
-                    ? parse(out.toString(), name) : null;
-        });
-    }
-
-    private static Declared parse(String text, String name) {
-        String superclass = "";
-        String declaration = "";
-        final List<Member> members = new ArrayList<>();
-        for (String line : text.split("\n")) {
-            while (!line.equals(line = line.replaceAll("<[^<>]*>", ""))) {
-                // Type arguments within type arguments.
+    /** Reads a class without loading it, which would need every class that it mentions; null: not there. */
+    private static ClassNode read(ClassLoader jars, String name) {
+        try (InputStream file = jars.getResourceAsStream(name + ".class")) {
+            if (file == null) {
+                return null;
             }
-            final Matcher parent = Pattern.compile("\\bclass \\S+ extends (\\S+) ").matcher(line);
-            if (parent.find()) {
-                superclass = parent.group(1);
+            final ClassNode type = new ClassNode();
+            final ClassReader reader = new ClassReader(file);
+            reader.accept(type, ClassReader.SKIP_CODE);
+            if (reader.readInt(0) == 0xcafebabe && type.name.equals(name)) {
+                return type;
             }
-            if (line.startsWith("    descriptor: (") && declaration.contains("(")) {
-                final String[] words = declaration.substring(0, declaration.indexOf('(')).trim().split(" ");
-                final String member = words[words.length - 1];
-                final List<String> modifiers = List.of(words);
-                members.add(new Member(modifiers.contains("native"), modifiers.contains("static"),
-                        member.equals(name) ? CONSTRUCTOR : member, line.replaceAll("^ *descriptor: ", "")));
-            }
-            declaration = line;
+        } catch (IOException | RuntimeException e) {
+            // No better than a file that holds something else.
         }
-        return new Declared(superclass, members);
+        throw new IllegalArgumentException("the class file of " + name.replace('/', '.') + " is broken");
     }
 }
