@@ -13,6 +13,9 @@ static FILE* g_record;
 static char* g_text;
 static size_t g_size;
 
+/* The library ends the process without naming what it has not found. */
+#define MISSING "What the library demands is missing in platform/java: "
+
 /* The virtual machine and its own libraries look members up too: only the library's calls count. */
 static int from_library(void* address) {
     Dl_info info;
@@ -20,32 +23,38 @@ static int from_library(void* address) {
            strstr(info.dli_fname, "/libhalvorin_velmora_pipeline.so") != NULL;
 }
 
-static void record(const char* kind, jclass clazz, const char* name, const char* descriptor) {
+static void record(FILE* file, const char* kind, jclass clazz, const char* name,
+                   const char* descriptor) {
     char* signature = NULL;
     (*g_jvmti)->GetClassSignature(g_jvmti, clazz, &signature, NULL);
-    fprintf(g_record, "%s %s %s %s\n", kind, signature, name, descriptor);
+    fprintf(file, "%s %s %s %s\n", kind, signature, name, descriptor);
     (*g_jvmti)->Deallocate(g_jvmti, (unsigned char*)signature);
 }
 
 static jclass JNICALL find_class(JNIEnv* env, const char* name) {
     const jclass clazz = g_real.FindClass(env, name);
-    if (clazz != NULL && from_library(__builtin_return_address(0))) {
-        record("class", clazz, "-", "-");
+    if (clazz == NULL) {
+        fprintf(stderr, MISSING "class %s\n", name);
+    } else if (from_library(__builtin_return_address(0))) {
+        record(g_record, "class", clazz, "-", "-");
     }
     return clazz;
 }
 
 static jmethodID JNICALL get_method(JNIEnv* env, jclass clazz, const char* name, const char* type) {
-    if (from_library(__builtin_return_address(0))) {
-        record("method", clazz, name, type);
+    const jmethodID method = g_real.GetMethodID(env, clazz, name, type);
+    if (method == NULL) {
+        record(stderr, MISSING "method", clazz, name, type);
+    } else if (from_library(__builtin_return_address(0))) {
+        record(g_record, "method", clazz, name, type);
     }
-    return g_real.GetMethodID(env, clazz, name, type);
+    return method;
 }
 
 static jint JNICALL register_natives(JNIEnv* env, jclass clazz, const JNINativeMethod* natives,
                                      jint count) {
     for (jint i = 0; i < count && from_library(__builtin_return_address(0)); ++i) {
-        record("native", clazz, natives[i].name, natives[i].signature);
+        record(g_record, "native", clazz, natives[i].name, natives[i].signature);
     }
     return g_real.RegisterNatives(env, clazz, natives, count);
 }
