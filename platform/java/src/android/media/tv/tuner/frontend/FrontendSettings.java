@@ -2,6 +2,11 @@ package android.media.tv.tuner.frontend;
 
 import desk.Device;
 
+/**
+ * The platform's, as are the other classes of this package. The library makes and reads them on the
+ * thread of the middleware's call, without a lock of its own; what a constructor or a getter throws
+ * is printed and cleared, and C gets -1.
+ */
 public class FrontendSettings {
     private final int mType;
     private final int mFrequency;

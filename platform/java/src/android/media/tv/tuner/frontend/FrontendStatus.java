@@ -2,7 +2,10 @@ package android.media.tv.tuner.frontend;
 
 import desk.Device;
 
-/** Every value is the device model's. */
+/**
+ * Every value is the device model's. One whose getter throws is 0 in C, and a list is left as it
+ * was.
+ */
 public class FrontendStatus {
     public boolean isDemodLocked() {
         return Device.callBoolean(this, "isDemodLocked");

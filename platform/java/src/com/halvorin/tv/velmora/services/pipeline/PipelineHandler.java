@@ -1,5 +1,6 @@
 package com.halvorin.tv.velmora.services.pipeline;
 
+/** A pipeline: the library refers to it weakly, and so whoever makes one keeps it. */
 public class PipelineHandler {
     private final String mName;
 

@@ -1,5 +1,11 @@
 package com.halvorin.tv.velmora.services.selector.connectmanager;
 
+/**
+ * The events of all filters, each on any thread of Java but not from inside a method of a filter,
+ * whose rules say which locks the reporting thread must not hold. Each returns when the
+ * middleware's function has returned, which may call C again. An event of a filter that is closed
+ * or unknown is dropped.
+ */
 public class ZytTvInnerFilterCallback {
     public native void nativeFilterSectionEvent(int handle, int arg0, int arg1, int arg2, int arg3);
 
