@@ -148,7 +148,7 @@ public final class Contract {
         faults.forEach(System.out::println);
         System.out.println(faults.isEmpty() ? "All " + contract.size() + " classes and their "
                 + contract.values().stream().mapToInt(List::size).sum() + " members are there."
-                : faults.size() + " faults: the library does not work with these classes.");
+                : "Faults: " + faults.size() + ". The library does not work with these classes.");
         return faults.isEmpty();
     }
 
