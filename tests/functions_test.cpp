@@ -558,7 +558,8 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         for (const std::string& line : lines) {
             text += line + "\n";
         }
-        EXPECT_EQ(expected[section], text);
+        EXPECT_EQ(expected[section], text)
+            << "If it is meant: FUNCTIONS_TXT=tests/functions.txt build/host/bin/functions_test";
         gWritten[section] = text;
     }
     // Notes the cause of what a failing run logged and returned. What a plain run logs is left out.

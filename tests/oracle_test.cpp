@@ -28,7 +28,8 @@ class OracleTest : public desk::LibraryTest {
 
     void expectRight(const Case& call) {
         const Outcome outcome = check(*mDevice, call);
-        EXPECT_EQ(outcome.expected, outcome.actual);
+        EXPECT_EQ(outcome.expected, outcome.actual)
+            << "What must arrive is said by the tables of tests/oracle.cpp, as kStatusKinds.";
     }
 
     std::optional<Device> mDevice;
