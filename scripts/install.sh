@@ -30,14 +30,12 @@ install_packages() {
     rm -f "$log"
 }
 
-demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libudev-dev dtv-scan-tables)
+demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libudev-dev dtv-scan-tables
+    android-liblog-dev android-libutils-dev android-libcutils-dev android-libnativehelper-dev)
 contract_packages=("${demo_packages[@]}" libasm-java)
 build_packages=("${contract_packages[@]}" googletest)
-arm_packages=(g++-arm-linux-gnueabihf qemu-user)
-platform_packages=(clang android-liblog-dev android-libutils-dev android-libcutils-dev
-    android-libnativehelper-dev)
-device_packages=(clang lld llvm qemu-user)
-bench_packages=(libbenchmark-dev g++-arm-linux-gnueabihf lld jq)
+arm_packages=(clang lld llvm qemu-user)
+bench_packages=(libbenchmark-dev jq)
 lint_packages=(clang-format clang-tidy libbenchmark-dev)
 soong_packages=(blueprint-tools golang-go golang-android-soong-dev golang-github-google-blueprint-dev
     golang-github-golang-protobuf-1-3-dev)

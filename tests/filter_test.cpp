@@ -26,7 +26,6 @@ using desk::Call;
 using desk::callWatched;
 using desk::Event;
 using desk::Failure;
-using desk::kServiceError;
 using Lines = std::vector<std::string>;
 
 constexpr uint32_t kUnwritten = 7;  // what a handle holds before the call
@@ -120,14 +119,16 @@ struct FailingStep {
     const char* givenBack = "handle_free x_mem_free x_sema_unlock x_sema_delete";
 };
 const FailingStep kFailingSteps[] = {
-    {"semaphore", [] { desk_fail_call(DESK_SEMA_CREATE, 1, kServiceError); }, kUnwritten, nullptr,
-     ""},
-    {"record", [] { desk_fail_call(DESK_MEM_ALLOC, 1, 1); }, kUnwritten, nullptr,
+    {"semaphore", [] { desk::failCall(Call::x_sema_create, 1, Failure::kNull); }, kUnwritten,
+     nullptr, ""},
+    {"record", [] { desk::failCall(Call::x_mem_alloc, 1, Failure::kNull); }, kUnwritten, nullptr,
      "x_sema_unlock x_sema_delete"},
-    {"handle", [] { desk_fail_call(DESK_HANDLE_ALLOC, 1, 3); }, 0, nullptr,
+    {"handle", [] { desk::failCall(Call::handle_alloc, 1, Failure::kNull); }, 0, nullptr,
      "x_mem_free x_sema_unlock x_sema_delete"},
-    {"read back", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 1, 3); }, 0, ", failed."},
-    {"pipeline", [] { desk_fail_call(DESK_HANDLE_GET_TYPE_OBJ, 2, 3); }, 0, ", fail: 3."},
+    {"read back", [] { desk::failCall(Call::handle_get_type_obj, 1, Failure::kNull); }, 0,
+     ", failed."},
+    {"pipeline", [] { desk::failCall(Call::handle_get_type_obj, 2, Failure::kNull); }, 0,
+     ", fail: -17."},
     {"array", [] { desk::failCall(Call::NewByteArray, 1, Failure::kNull); }, 0,
      "mj_sectionarr failed."},
     {"array reference", [] { desk::failCall(Call::NewGlobalRef, 1, Failure::kNull); }, 0,
@@ -268,7 +269,7 @@ TEST_P(FailedOpenTest, WaitersFail) {
             desk::setLogLevel("I");
             step.prepare();
             if (!released) {
-                desk_fail_call(DESK_SEMA_UNLOCK, 1, DESK_KEEP_TAKEN);
+                desk::failCall(Call::x_sema_unlock, 1, Failure::kKeeps);
             }
             uint32_t h = kUnwritten;
             std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });

@@ -1,10 +1,15 @@
 // Counts by standing before the platform's constructor and destructor of RefBase: what a class that
-// derives from it calls is looked for here first, whichever library has the platform's.
+// derives from it calls is looked for here first. The thread sanitizer is told here of references
+// too.
 #include "tests/refbase_count.h"
 
 #include <dlfcn.h>
 
 #include <atomic>
+
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#endif
 
 namespace {
 
@@ -13,8 +18,9 @@ std::atomic<int> gLive;
 // On ARM constructors and destructors return the object; elsewhere the result is not used.
 using Structor = void* (*)(void*);
 
-Structor platforms(const char* name) {
-    return reinterpret_cast<Structor>(dlsym(RTLD_NEXT, name));
+template <typename Function = Structor>
+Function platforms(const char* name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
@@ -37,5 +43,21 @@ void* _ZN7android7RefBaseD2Ev(void* object) {
     --gLive;
     return destroy(object);
 }
+
+#ifdef __SANITIZE_THREAD__
+// The platform's libutils is not instrumented: without this, whoever drops the last reference and
+// destroys the object seems to race with those who used it and dropped theirs before. The names are
+// those of RefBase::decStrong(const void*) and RefBase::onLastStrongRef(const void*).
+void _ZNK7android7RefBase9decStrongEPKv(void* object, const void* id) {
+    using Drop = void (*)(void*, const void*);
+    static const Drop drop = platforms<Drop>(__func__);
+    __tsan_release(object);
+    drop(object, id);
+}
+
+void _ZN7android7RefBase15onLastStrongRefEPKv(void* object, const void* /* id */) {
+    __tsan_acquire(object);
+}
+#endif
 }
 // NOLINTEND(bugprone-reserved-identifier)

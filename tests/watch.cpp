@@ -63,6 +63,7 @@ struct Fault {
     std::optional<Call> call;  // none: any
     size_t nth;                // such call from now on; 0: each
     Failure failure;
+    size_t met = 0;  // calls that the fault is about
 };
 
 struct State {
@@ -71,21 +72,19 @@ struct State {
     bool recording = false;
     std::vector<Point> points;
     std::vector<std::string> breaches;
-    std::optional<Fault> fault;
-    size_t met = 0;  // calls that the fault is about
+    std::vector<Fault> faults;
     std::map<jmethodID, std::string> methods;
 };
 State& gState = *new State();
 
-void setFault(const std::optional<Fault>& fault) {
+void addFault(const Fault& fault) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.fault = fault;
-    gState.met = 0;
-    gState.noting = gState.recording || fault;
+    gState.faults.push_back(fault);
+    gState.noting = true;
 }
 
-bool hits(const Fault& fault, Call call) {
-    return fault.call.value_or(call) == call && (++gState.met == fault.nth || fault.nth == 0);
+bool hits(Fault& fault, Call call) {
+    return fault.call.value_or(call) == call && (++fault.met == fault.nth || fault.nth == 0);
 }
 
 // Lets the calling thread see the function table that it is to see.
@@ -141,8 +140,10 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
                 gState.breaches.push_back(std::string(name(call)) + " " + point.name);
             }
         }
-        if (gState.fault && hits(*gState.fault, call)) {
-            result = gState.fault->failure;
+        for (Fault& fault : gState.faults) {
+            if (hits(fault, call)) {
+                result = fault.failure;
+            }
         }
     }
     if (result == Failure::kThrows) {
@@ -287,12 +288,13 @@ std::vector<Failure> waysToFail(Call call) {
 }
 
 void failCall(Call call, int nth, Failure failure) {
-    setFault(Fault{call, static_cast<size_t>(nth), failure});
+    addFault({call, static_cast<size_t>(nth), failure});
 }
 
 void failNothing() {
-    setFault(std::nullopt);
-    desk_fail_none();
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.faults.clear();
+    gState.noting = gState.recording;
 }
 
 void record() {
@@ -303,13 +305,13 @@ void record() {
 
 void recordAndFail(size_t point, Failure failure) {
     record();
-    setFault(Fault{std::nullopt, point + 1, failure});
+    addFault({std::nullopt, point + 1, failure});
 }
 
 std::vector<Point> recorded() {
     const std::lock_guard<std::mutex> lock(gState.lock);
     gState.recording = gState.noting = false;
-    gState.fault.reset();
+    gState.faults.clear();
     return std::exchange(gState.points, {});
 }
 

@@ -81,10 +81,9 @@ const char* name(Failure failure);
 std::vector<Failure> waysToFail(Call call);
 constexpr int kServiceError = -17;  // what a failing service returns
 
-// One of the following at a time; each replaces the one before.
-// The nth watched call from now on (1: the next) fails, once; the 0th: each.
+// The nth watched call from now on (1: the next) fails, once; the 0th: each. Several may be to fail.
 void failCall(Call call, int nth, Failure failure);
-void failNothing();
+void failNothing();  // from now on
 
 // Recording: the watched calls are kept in order, JNI calls made while a Java exception is pending
 // are noted, and one of the calls can be made to fail. For one watched thread at a time.

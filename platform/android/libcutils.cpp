@@ -1,3 +1,7 @@
+// The system properties of the development machine. A property starts with the value of the environment
+// variable PROPERTY_ and its name with underscores for dots. Any thread and a signal handler may call:
+// nothing is allocated.
+
 #include <cutils/properties.h>
 #include <errno.h>
 #include <pthread.h>

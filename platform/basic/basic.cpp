@@ -16,24 +16,14 @@ namespace {
 
 constexpr int32_t kFailed = -1;
 
-struct Fault {
-    std::atomic<unsigned long> calls;
-    std::atomic<unsigned> callsUntilFault;  // 0: none
-    std::atomic<int32_t> code;
-};
-Fault gFaults[DESK_SERVICE_COUNT];
+std::atomic<unsigned long> gCalls[DESK_SERVICE_COUNT];
 std::atomic<desk_service_hook_fct> gHook;
 
 // Counts a call; its code when it is to fail, else 0.
 int32_t fault(desk_service_t service) {
-    Fault& entry = gFaults[service];
-    ++entry.calls;
-    unsigned left = entry.callsUntilFault;
-    while (left != 0 && !entry.callsUntilFault.compare_exchange_weak(left, left - 1)) {
-    }
+    ++gCalls[service];
     const desk_service_hook_fct hook = gHook;
-    const int32_t code = hook != nullptr ? hook(service) : 0;
-    return left == 1 ? entry.code.load() : code;
+    return hook != nullptr ? hook(service) : 0;
 }
 
 // Numbered objects, any thread's.
@@ -120,23 +110,12 @@ std::atomic<unsigned> gBadFrees;
 
 extern "C" {
 
-void desk_fail_call(desk_service_t service, unsigned nth, int32_t code) {
-    gFaults[service].code = code;
-    gFaults[service].callsUntilFault = nth;
-}
-
-void desk_fail_none(void) {
-    for (Fault& entry : gFaults) {
-        entry.callsUntilFault = 0;
-    }
-}
-
 void desk_set_service_hook(desk_service_hook_fct hook) {
     gHook = hook;
 }
 
 unsigned long desk_calls(desk_service_t service) {
-    return gFaults[service].calls;
+    return gCalls[service];
 }
 unsigned desk_live_handles(void) {
     return handles().size();

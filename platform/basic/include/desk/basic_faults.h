@@ -23,23 +23,16 @@ typedef enum {
 } desk_service_t;
 
 /*
- * The nth call of the service from now on (1: the next), on whichever thread, returns code
- * (x_mem_alloc: null), once. A failing handle_free, x_sema_unlock or x_sema_delete does its work
- * all the same; any other does nothing.
+ * Called at the start of every service call, on its caller's thread; its result is the code that the call
+ * returns at once (x_mem_alloc: null), or 0. A failing handle_free, x_sema_unlock or x_sema_delete does
+ * its work all the same. Null: none.
  */
-void desk_fail_call(desk_service_t service, unsigned nth, int32_t code);
-void desk_fail_none(void);
-
-/*
- * Called at the start of every service call, on its caller's thread; its result is the code to fail
- * with, as above, or 0. DESK_ANSWER_EMPTY: handle_get_type_obj and handle_get_obj report success,
- * with type 0 and a null object. Null: none.
- */
-#define DESK_ANSWER_EMPTY INT32_MIN
-/* As a code to fail with, for x_sema_unlock: it fails and does not release the semaphore. */
-#define DESK_KEEP_TAKEN (INT32_MIN + 1)
 typedef int32_t (*desk_service_hook_fct)(desk_service_t service);
 void desk_set_service_hook(desk_service_hook_fct hook);
+/* As a code, for handle_get_type_obj and handle_get_obj: they report success, with type 0 and a null object. */
+#define DESK_ANSWER_EMPTY INT32_MIN
+/* As a code, for x_sema_unlock: it fails and does not release the semaphore. */
+#define DESK_KEEP_TAKEN (INT32_MIN + 1)
 
 /* Calls so far. */
 unsigned long desk_calls(desk_service_t service);
