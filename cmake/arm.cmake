@@ -8,7 +8,7 @@ set(arm_libraries ${arm_sysroot}/usr/lib/arm-linux-gnueabihf)
 set(llvm ${arm_sysroot}/usr/lib/llvm-14)
 set(CMAKE_SYSROOT ${arm_sysroot})
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${arm_sysroot})
-set(DESK_JAVA_HOME ${arm_sysroot}/usr/lib/jvm/java-17-openjdk-armhf
+set(PIPELINE_JAVA_HOME ${arm_sysroot}/usr/lib/jvm/java-17-openjdk-armhf
     CACHE PATH "Java installation with lib/server/libjvm.so")
 set(ENV{PKG_CONFIG_LIBDIR} ${arm_libraries}/pkgconfig:${arm_sysroot}/usr/share/pkgconfig)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${arm_sysroot})

@@ -1,4 +1,5 @@
-// Desk only: the resource counts of the basic services, and calls that fail on demand.
+// Of the development machine only (the "desk" in names here and in the tests): the resource counts of the basic
+// services, and calls that fail on demand.
 #ifndef DESK_BASIC_FAULTS_H
 #define DESK_BASIC_FAULTS_H
 

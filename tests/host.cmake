@@ -1,0 +1,11 @@
+# The virtual machine with the library in it, which the tests and the measurements share.
+java_jar(tests tests/java/src platform_jar)
+add_library(test_host STATIC tests/host.cpp)
+target_include_directories(test_host PUBLIC ${PROJECT_SOURCE_DIR})
+target_compile_definitions(test_host PRIVATE
+    DESK_JAVA_HOME="${PIPELINE_JAVA_HOME}"
+    DESK_JARS="${CMAKE_BINARY_DIR}/java"
+    DESK_LIBRARY="$<TARGET_FILE:halvorin_velmora_pipeline>")
+target_link_libraries(test_host PUBLIC halvorin_velmora_pipeline platform::log platform::cutils
+    platform::utils platform::basic jni_headers Threads::Threads ${CMAKE_DL_LIBS})
+add_dependencies(test_host tests_jar)
