@@ -4,8 +4,8 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <jni.h>
-#include <link.h>
 #include <signal.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -13,22 +13,20 @@
 #include "mw/basic_services.h"
 #include "sim/box.h"
 
-enum { STATUS_INPUT = 1 };
+enum { STATUS_INPUT = 1, LOCAL_REFERENCES = 16 };
 
 static JavaVM* g_vm;
 static jclass g_main; /* global reference */
 
-/* The environment of a thread that may have none yet; *pi4_attached tells leave whether to detach
- * it. */
+/* The environment of a thread that may have none yet, for some local references; *pi4_attached tells
+ * leave whether to detach it. */
 static JNIEnv* enter(int* pi4_attached) {
-    void* env = NULL;
-    *pi4_attached = 0;
-    if ((*g_vm)->GetEnv(g_vm, &env, JNI_VERSION_1_4) != JNI_OK) {
-        if ((*g_vm)->AttachCurrentThread(g_vm, &env, NULL) != JNI_OK) {
-            fprintf(stderr, "a thread could not be attached\n");
-            abort();
-        }
-        *pi4_attached = 1;
+    JNIEnv* env = NULL;
+    *pi4_attached = (*g_vm)->GetEnv(g_vm, (void**)&env, JNI_VERSION_1_4) != JNI_OK;
+    if ((*pi4_attached && (*g_vm)->AttachCurrentThread(g_vm, (void**)&env, NULL) != JNI_OK) ||
+        (*env)->PushLocalFrame(env, LOCAL_REFERENCES) != JNI_OK) {
+        fprintf(stderr, "a thread could not be attached\n");
+        abort();
     }
     return env;
 }
@@ -38,25 +36,31 @@ static void leave(JNIEnv* env, int i4_attached) {
         (*env)->ExceptionDescribe(env);
         (*env)->ExceptionClear(env);
     }
+    (*env)->PopLocalFrame(env, NULL);
     if (i4_attached) {
         (*g_vm)->DetachCurrentThread(g_vm);
     }
+}
+
+/* Calls a static method of the main class that returns an object; null when it throws. */
+static jobject call(JNIEnv* env, const char* method, const char* signature, ...) {
+    const jmethodID id = (*env)->GetStaticMethodID(env, g_main, method, signature);
+    va_list arguments;
+    va_start(arguments, signature);
+    const jobject result = (*env)->CallStaticObjectMethodV(env, g_main, id, arguments);
+    va_end(arguments);
+    return (*env)->ExceptionCheck(env) ? NULL : result;
 }
 
 static uint32_t create_pipeline(void) {
     int attached;
     uint32_t handle = 0;
     JNIEnv* env = enter(&attached);
-    const jmethodID create =
-        (*env)->GetStaticMethodID(env, g_main, "createPipeline",
-                                  "()Lcom/halvorin/tv/velmora/services/pipeline/PipelineHandler;");
-    const jobject handler = (*env)->CallStaticObjectMethod(env, g_main, create);
-    if (!(*env)->ExceptionCheck(env) && handler != NULL) {
-        const jweak weak = (*env)->NewWeakGlobalRef(env, handler);
-        if (handle_alloc(HT_PIPELINE, weak, NULL, NULL, &handle) != 0) {
-            (*env)->DeleteWeakGlobalRef(env, weak);
-        }
-        (*env)->DeleteLocalRef(env, handler);
+    const jobject handler = call(env, "createPipeline",
+                                 "()Lcom/halvorin/tv/velmora/services/pipeline/PipelineHandler;");
+    const jweak weak = handler != NULL ? (*env)->NewWeakGlobalRef(env, handler) : NULL;
+    if (weak != NULL && handle_alloc(HT_PIPELINE, weak, NULL, NULL, &handle) != 0) {
+        (*env)->DeleteWeakGlobalRef(env, weak);
     }
     leave(env, attached);
     return handle;
@@ -75,18 +79,12 @@ static void destroy_pipeline(uint32_t h_pipeline) {
 
 static void received(uint32_t h_pipeline, char* text, size_t size) {
     int attached;
-    text[0] = '\0';
     JNIEnv* env = enter(&attached);
-    const jmethodID method =
-        (*env)->GetStaticMethodID(env, g_main, "received", "(I)Ljava/lang/String;");
-    const jstring string = (*env)->CallStaticObjectMethod(env, g_main, method, (jint)h_pipeline);
-    if (!(*env)->ExceptionCheck(env) && string != NULL) {
-        const char* chars = (*env)->GetStringUTFChars(env, string, NULL);
-        if (chars != NULL) {
-            snprintf(text, size, "%s", chars);
-            (*env)->ReleaseStringUTFChars(env, string, chars);
-        }
-        (*env)->DeleteLocalRef(env, string);
+    const jstring string = call(env, "received", "(I)Ljava/lang/String;", (jint)h_pipeline);
+    const char* chars = string != NULL ? (*env)->GetStringUTFChars(env, string, NULL) : NULL;
+    snprintf(text, size, "%s", chars != NULL ? chars : "");
+    if (chars != NULL) {
+        (*env)->ReleaseStringUTFChars(env, string, chars);
     }
     leave(env, attached);
 }
@@ -94,12 +92,9 @@ static void received(uint32_t h_pipeline, char* text, size_t size) {
 static void set_stream(const char* file) {
     int attached;
     JNIEnv* env = enter(&attached);
-    const jmethodID method =
-        (*env)->GetStaticMethodID(env, g_main, "setStream", "(Ljava/lang/String;)V");
     const jstring string = (*env)->NewStringUTF(env, file);
     if (string != NULL) {
-        (*env)->CallStaticVoidMethod(env, g_main, method, string);
-        (*env)->DeleteLocalRef(env, string);
+        call(env, "setStream", "(Ljava/lang/String;)Ljava/lang/String;", string);
     }
     leave(env, attached);
 }
@@ -114,35 +109,14 @@ typedef int (*middleware_fct)(const BOX_T* pt_box, int argc, char** argv);
 
 /* The middleware_main of a shared object; null, told why, when there is none to be had. */
 static middleware_fct load(const char* library) {
-    Dl_info own;
-    ElfW(Ehdr) header = {.e_machine = EM_NONE};
-    FILE* in = fopen(library, "rb");
-    const size_t got = in != NULL ? fread(&header, 1, sizeof(header), in) : 0;
-    if (in == NULL || ferror(in)) {
-        fprintf(stderr, "%s: %s\n", library, strerror(errno));
-    } else if (got < sizeof(header) || memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
-        fprintf(stderr, "%s: not a shared object\n", library);
-    } else if (dladdr(&g_vm, &own) != 0 &&
-               (memcmp(header.e_ident, own.dli_fbase, EI_VERSION) != 0 ||
-                header.e_machine != ((const ElfW(Ehdr)*)own.dli_fbase)->e_machine)) {
-        fprintf(stderr, "%s: built for another architecture than this machine's\n", library);
-    } else {
-        /* The middleware need not name the libraries of its box: these are found without. */
-        dlopen("libhalvorin_velmora_pipeline.so", RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
-        void* handle = dlopen(library, RTLD_NOW);
-        void* entry = handle != NULL ? dlsym(handle, "middleware_main") : NULL;
-        if (handle == NULL) {
-            fprintf(stderr, "%s\n", dlerror());
-        } else if (entry == NULL) {
-            fprintf(stderr, "%s: defines no middleware_main\n", library);
-        }
-        fclose(in);
-        return (middleware_fct)entry;
+    /* The middleware need not name the libraries of its box: these are found without. */
+    dlopen("libhalvorin_velmora_pipeline.so", RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
+    void* handle = dlopen(library, RTLD_NOW);
+    void* entry = handle != NULL ? dlsym(handle, "middleware_main") : NULL;
+    if (entry == NULL) {
+        fprintf(stderr, "%s\n", dlerror());
     }
-    if (in != NULL) {
-        fclose(in);
-    }
-    return NULL;
+    return (middleware_fct)entry;
 }
 
 /* The action of SIGINT before the library was loaded, which takes the signal over. */
@@ -163,14 +137,9 @@ JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjec
     char** argv = calloc((size_t)count + 1, sizeof(*argv));
     for (jsize i = 0; argv != NULL && i < count; ++i) {
         const jstring string = (*env)->GetObjectArrayElement(env, arguments, i);
-        const char* chars = (*env)->GetStringUTFChars(env, string, NULL);
-        argv[i] = chars != NULL ? strdup(chars) : NULL;
-        if (argv[i] == NULL) {
-            argv = NULL;
-            break;
-        }
-        (*env)->ReleaseStringUTFChars(env, string, chars);
+        argv[i] = (char*)(*env)->GetStringUTFChars(env, string, NULL); /* until the process ends */
         (*env)->DeleteLocalRef(env, string);
+        argv = argv[i] != NULL ? argv : NULL;
     }
     if (argv == NULL) {
         fprintf(stderr, "no memory for the arguments\n");

@@ -28,8 +28,8 @@ public final class Main {
         return pipeline;
     }
 
-    static void setStream(String file) {
-        DEMUX.setStream(file);
+    static String setStream(String file) {
+        return DEMUX.setStream(file);
     }
 
     static String received(int pipeline) {

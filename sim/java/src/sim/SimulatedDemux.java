@@ -4,9 +4,11 @@ import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallback;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
 import desk.DeviceModel;
+import java.io.BufferedInputStream;
 import java.io.IOException;
+import java.io.InputStream;
 import java.nio.ByteBuffer;
-import java.nio.channels.FileChannel;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.HashSet;
@@ -23,6 +25,10 @@ final class SimulatedDemux implements DeviceModel {
     private static final int OK = 0;
     private static final int REFUSED = 1;
     private static final int PACKET = 188;
+    /** So many different sections are told from those that come again. */
+    private static final int REMEMBERED = 4096;
+    private static final int READ_AHEAD = 1 << 16;
+    private static final int SYNC = 0x47;
     private static final int END_OF_STREAM = 1;
     private static final int TS = 1;
     private static final int SECTION = 1;
@@ -33,35 +39,123 @@ final class SimulatedDemux implements DeviceModel {
     /** Which sections: of a PID, and by pattern, mask and mode. Byte 0 is the table, the others follow the length. */
     private record Config(int pid, byte[] pattern, byte[] mask, byte[] mode) {
         boolean admits(byte[] section) {
-            boolean anyNegative = false;
-            boolean negative = false;
+            int different = 0;
+            int negative = 0;
+            int negatives = 0;
             for (int i = 0; i < pattern.length; ++i) {
                 final int at = i == 0 ? 0 : i + 2;
                 final int difference = at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
-                if ((difference & ~mode[i]) != 0) {
-                    return false;
-                }
-                anyNegative |= (mask[i] & mode[i]) != 0;
-                negative |= (difference & mode[i]) != 0;
+                different |= difference & ~mode[i];
+                negative |= difference & mode[i];
+                negatives |= mask[i] & mode[i];
             }
-            return negative || !anyNegative;
+            return different == 0 && (negative != 0 || negatives == 0);
         }
     }
 
-    private static final class State {
+    /** A filter; what its events need of it outlives its close. */
+    private static final class Filter {
+        private final ZytTvInnerFilter mFilter;
+        private final ZytTvInnerFilterCallback mCallback = new ZytTvInnerFilterCallback();
+        private final Queue<byte[]> mSections = new ConcurrentLinkedQueue<>();
+        private final Set<ByteBuffer> mDelivered = new HashSet<>();
+        /** The section that is being received, when one has begun. */
+        private final byte[] mSection = new byte[LONGEST];
+        private int mLength;
+        private boolean mBegun;
         volatile ExecutorService thread;
         volatile Config config;
         volatile boolean active;
-        final Queue<byte[]> sections = new ConcurrentLinkedQueue<>();
+
+        Filter(ZytTvInnerFilter filter) {
+            mFilter = filter;
+        }
+
+        int read(byte[] buffer, long size) {
+            final byte[] section = mSections.peek();
+            if (section == null || section.length > size) {
+                return 0;
+            }
+            System.arraycopy(section, 0, buffer, 0, section.length);
+            mSections.remove();
+            return section.length;
+        }
+
+        /** Plays a stream once, on the filter's callback thread. */
+        void play(Path stream) {
+            final byte[] packet = new byte[PACKET];
+            int counter = -1;
+            mDelivered.clear();
+            mBegun = false;
+            try (InputStream in = new BufferedInputStream(Files.newInputStream(stream), READ_AHEAD)) {
+                while (active && in.readNBytes(packet, 0, PACKET) == PACKET) {
+                    final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
+                    if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET || (packet[3] & 0x10) == 0
+                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != config.pid()
+                            || (packet[3] & 0x0f) == counter) {
+                        continue; // damaged, without a payload, of another PID, or sent twice
+                    }
+                    mBegun &= (packet[3] & 0x0f) == (counter + 1 & 0x0f); // else packets are lost
+                    counter = packet[3] & 0x0f;
+                    take(packet, payload);
+                }
+            } catch (IOException e) {
+                System.err.println("The stream cannot be read: " + e);
+            }
+            if (active) {
+                mCallback.nativeFilterStatusChanged(mFilter.nativeHandle(), END_OF_STREAM);
+            }
+        }
+
+        private void take(byte[] packet, int payload) {
+            if ((packet[1] & 0x40) == 0) {
+                append(packet, payload, PACKET, false);
+                return;
+            }
+            // The first byte points to the first section that begins in the packet.
+            final int first = payload + 1 + (packet[payload] & 0xff);
+            append(packet, payload + 1, Math.min(first, PACKET), false);
+            mBegun = true;
+            mLength = 0;
+            append(packet, first, PACKET, true);
+        }
+
+        /** Appends bytes to the section; when it is complete, another one may begin behind it or not. */
+        private void append(byte[] packet, int from, int to, boolean another) {
+            for (int at = from; at < to && mBegun; ++at) {
+                mSection[mLength++] = packet[at];
+                if (mLength == 1 && packet[at] == (byte) 0xff) {
+                    mBegun = false; // stuffing
+                } else if (mLength >= 3
+                        && mLength == 3 + ((mSection[1] & 0x0f) << 8 | mSection[2] & 0xff)) {
+                    deliver(Arrays.copyOf(mSection, mLength));
+                    mBegun = another;
+                    mLength = 0;
+                }
+            }
+        }
+
+        private void deliver(byte[] section) {
+            if (mDelivered.size() == REMEMBERED) {
+                mDelivered.clear();
+            }
+            if (section.length >= 8 && section.length <= READABLE && config.admits(section)
+                    && mDelivered.add(ByteBuffer.wrap(section))) {
+                mSections.add(section);
+                mCallback.nativeFilterSectionEvent(mFilter.nativeHandle(), section[0] & 0xff, section[5] >> 1 & 0x1f,
+                        section[6] & 0xff, section.length);
+            }
+        }
     }
 
-    private final Map<Object, State> mFilters = new ConcurrentHashMap<>();
+    private final Map<Object, Filter> mFilters = new ConcurrentHashMap<>();
     private final Map<Object, ExecutorService> mThreads = new ConcurrentHashMap<>();
     private final ExecutorService mSharedThread = Executors.newSingleThreadExecutor();
     private volatile Path mStream;
 
-    void setStream(String file) {
+    String setStream(String file) {
         mStream = Path.of(file);
+        return file;
     }
 
     @Override
@@ -74,128 +168,38 @@ final class SimulatedDemux implements DeviceModel {
             }
             return null;
         }
-        final ZytTvInnerFilter filter = (ZytTvInnerFilter) self;
-        final State state = mFilters.computeIfAbsent(filter, key -> new State());
+        final Filter filter = mFilters.computeIfAbsent(self, key -> new Filter((ZytTvInnerFilter) key));
         switch (method) {
             case "onOpenFilter":
-                state.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
+                filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
                 return (Integer) args[0] == TS && (Integer) args[1] == SECTION ? OK : REFUSED;
             case "onSetSectionConfig":
-                state.config = new Config((Integer) args[0], ((byte[]) args[4]).clone(),
+                filter.config = new Config((Integer) args[0], ((byte[]) args[4]).clone(),
                         ((byte[]) args[5]).clone(), ((byte[]) args[6]).clone());
                 return OK;
             case "onStart":
-                final ByteBuffer stream = openStream();
-                if (state.config == null || stream == null) {
+                if (filter.config == null || mStream == null || !Files.isReadable(mStream)
+                        || filter.thread == null || filter.thread.isShutdown()) {
                     return REFUSED;
                 }
-                state.active = true;
-                state.thread.execute(() -> play(stream, filter.nativeHandle(), state));
+                filter.active = true;
+                final Path stream = mStream;
+                filter.thread.execute(() -> filter.play(stream));
                 return OK;
             case "onRead":
-                return read(state, (byte[]) args[0], (Long) args[2]);
+                return filter.read((byte[]) args[0], (Long) args[2]);
             case "onFlush":
-                state.sections.clear();
+                filter.mSections.clear();
                 return OK;
             case "onStop":
-                state.active = false;
+                filter.active = false;
                 return OK;
             case "onCloseFilter":
-                state.active = false;
-                mFilters.remove(filter);
+                filter.active = false;
+                mFilters.remove(self);
                 return OK;
             default:
                 return null;
         }
-    }
-
-    private static int read(State state, byte[] buffer, long size) {
-        final byte[] section = state.sections.peek();
-        if (section == null || section.length > size) {
-            return 0;
-        }
-        System.arraycopy(section, 0, buffer, 0, section.length);
-        state.sections.remove();
-        return section.length;
-    }
-
-    /** Null when there is none to be had. */
-    private ByteBuffer openStream() {
-        if (mStream == null) {
-            return null;
-        }
-        try (FileChannel file = FileChannel.open(mStream)) {
-            return file.map(FileChannel.MapMode.READ_ONLY, 0, file.size());
-        } catch (IOException | IllegalArgumentException e) {
-            System.err.println("The stream cannot be read: " + e);
-            return null;
-        }
-    }
-
-    /** Plays the stream once, on the filter's callback thread. */
-    private void play(ByteBuffer stream, int handle, State state) {
-        final ZytTvInnerFilterCallback callback = new ZytTvInnerFilterCallback();
-        final Set<ByteBuffer> delivered = new HashSet<>();
-        final ByteBuffer assembly = ByteBuffer.allocate(LONGEST + PACKET);
-        final byte[] packet = new byte[PACKET];
-        final byte[] previous = new byte[PACKET];
-        boolean assembling = false;
-        while (stream.remaining() >= PACKET && state.active) {
-            stream.get(packet);
-            int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
-            if (((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != state.config.pid() || (packet[3] & 0x10) == 0
-                    || payload >= PACKET || Arrays.equals(packet, previous)) {
-                continue; // of another PID, without a payload, or sent twice
-            }
-            System.arraycopy(packet, 0, previous, 0, PACKET);
-            final boolean start = (packet[1] & 0x40) != 0;
-            final int pointer = start ? packet[payload++] & 0xff : 0;
-            if (start) {
-                final int first = Math.min(payload + pointer, PACKET);
-                if (assembling) {
-                    append(assembly, packet, payload, first);
-                    take(assembly, handle, state, callback, delivered);
-                }
-                assembly.clear();
-                assembling = true;
-                payload = first;
-            }
-            if (assembling) {
-                append(assembly, packet, payload, PACKET);
-                // Without a pointer to it no section begins behind the one that ends here.
-                assembling = !take(assembly, handle, state, callback, delivered) || start;
-            }
-        }
-        if (state.active) {
-            callback.nativeFilterStatusChanged(handle, END_OF_STREAM);
-        }
-    }
-
-    private static void append(ByteBuffer assembly, byte[] packet, int from, int to) {
-        assembly.put(packet, from, Math.min(to - from, assembly.remaining()));
-    }
-
-    /** Takes the complete sections from the front of what has been assembled; whether there was one. */
-    private static boolean take(ByteBuffer assembly, int handle, State state,
-            ZytTvInnerFilterCallback callback, Set<ByteBuffer> delivered) {
-        int at = 0;
-        while (at + 3 <= assembly.position() && assembly.get(at) != (byte) 0xff) {
-            final int length = 3 + ((assembly.get(at + 1) & 0x0f) << 8 | assembly.get(at + 2) & 0xff);
-            if (at + length > assembly.position()) {
-                break;
-            }
-            final byte[] section = Arrays.copyOfRange(assembly.array(), at, at + length);
-            at += length;
-            if (section.length >= 8 && section.length <= READABLE && state.config.admits(section)
-                    && delivered.add(ByteBuffer.wrap(section))) {
-                state.sections.add(section);
-                callback.nativeFilterSectionEvent(handle, section[0] & 0xff, section[5] >> 1 & 0x1f,
-                        section[6] & 0xff, section.length);
-            }
-        }
-        final int rest = assembly.position() - at;
-        System.arraycopy(assembly.array(), at, assembly.array(), 0, rest);
-        assembly.position(rest);
-        return at > 0;
     }
 }

@@ -23,10 +23,6 @@ final class SimulatedStatus extends FrontendStatus {
         return value.find() ? Long.parseLong(value.group(1)) : 0;
     }
 
-    private long setting(String name) {
-        return setting(mSettings, name);
-    }
-
     Object value(String getter) {
         final int mhz = mSettings.frequency() / 1_000_000;
         return switch (getter) {
@@ -36,23 +32,24 @@ final class SimulatedStatus extends FrontendStatus {
             case "getSignalStrength" -> -30_000 - 10 * mhz;
             case "getAgc" -> mhz % 256;
             case "getFreqOffset" -> -mhz;
-            case "getSymbolRate" -> setting("symbolRate");
-            case "getInnerFec" -> setting("innerFec") | setting("fec");
-            case "getModulation" -> setting("modulation") | setting("constellation");
-            case "getSpectralInversion" -> setting("spectralInversion");
-            case "getRollOff" -> setting("rolloff");
-            case "getBandwidth" -> setting("bandwidth");
-            case "getHierarchy" -> setting("hierarchy");
-            case "getPlpId" -> setting("plpId");
+            case "getSymbolRate" -> setting(mSettings, "symbolRate");
+            case "getInnerFec" -> setting(mSettings, "innerFec") | setting(mSettings, "fec");
+            case "getModulation" -> setting(mSettings, "modulation") | setting(mSettings, "constellation");
+            case "getSpectralInversion" -> setting(mSettings, "spectralInversion");
+            case "getRollOff" -> setting(mSettings, "rolloff");
+            case "getBandwidth" -> setting(mSettings, "bandwidth");
+            case "getHierarchy" -> setting(mSettings, "hierarchy");
+            case "getPlpId" -> setting(mSettings, "plpId");
             case "getLnbVoltage" -> mSettings instanceof DvbsFrontendSettings ? mVoltage : 0;
-            // Of the layers, which only this system has.
             case "getExtendedModulations" -> layers("modulation");
             case "getCodeRates" -> layers("codeRate");
             default -> 0;
         };
     }
 
+    /** What only ISDB-T has, which has layers. */
     private int[] layers(String name) {
-        return mSettings instanceof IsdbtFrontendSettings ? new int[] {(int) setting(name)} : new int[0];
+        return mSettings instanceof IsdbtFrontendSettings
+                ? new int[] {(int) setting(mSettings, name)} : new int[0];
     }
 }

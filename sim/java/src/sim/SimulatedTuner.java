@@ -20,9 +20,8 @@ final class SimulatedTuner implements DeviceModel {
 
     private static final class State {
         volatile FrontendSettings settings;
-        volatile int voltage;
-        volatile int tone;
-        volatile int position;
+        /** Voltage, tone and position, by the names that their methods end with. */
+        final Map<String, Integer> lnb = new ConcurrentHashMap<>();
     }
 
     /** By native handle. */
@@ -57,24 +56,15 @@ final class SimulatedTuner implements DeviceModel {
             case "onGetServiceAreaCode":
                 return AREA_CODE;
             case "onGetFrontendStatus":
-                return state.settings != null ? new SimulatedStatus(state.settings, state.voltage) : null;
+                return state.settings == null ? null
+                        : new SimulatedStatus(state.settings, state.lnb.getOrDefault("Voltage", 0));
             case "onGetFrontendSetting":
                 return state.settings;
-            case "onSetVoltage":
-                state.voltage = (Integer) args[0];
+            case "onSetVoltage", "onSetTone", "onSetSatellitePosition":
+                state.lnb.put(method.substring("onSet".length()), (Integer) args[0]);
                 return OK;
-            case "onSetTone":
-                state.tone = (Integer) args[0];
-                return OK;
-            case "onSetSatellitePosition":
-                state.position = (Integer) args[0];
-                return OK;
-            case "onGetVoltage":
-                return state.voltage;
-            case "onGetTone":
-                return state.tone;
-            case "onGetSatellitePosition":
-                return state.position;
+            case "onGetVoltage", "onGetTone", "onGetSatellitePosition":
+                return state.lnb.get(method.substring("onGet".length()));
             case "onSendDiseqcMessage":
                 final byte[] message = ((byte[]) args[0]).clone();
                 new Thread(() -> answer(frontend.nativeHandle(), message), "switch").start();
@@ -91,10 +81,16 @@ final class SimulatedTuner implements DeviceModel {
                 : mhz >= 42 && mhz <= 1002;
     }
 
-    /** The switch acknowledges, and repeats the data byte that it was sent. */
+    /** The switch acknowledges, and repeats the last byte that it was sent. An empty message reaches none. */
     private static void answer(int pipeline, byte[] message) {
-        final byte[] reply = {DISEQC_OK, message[message.length - 1]};
-        new ZytTvInnerLnbCallback().onDiseqcMessage(pipeline, reply, reply.length);
+        if (message.length > 0) {
+            final byte[] reply = {DISEQC_OK, message[message.length - 1]};
+            new ZytTvInnerLnbCallback().onDiseqcMessage(pipeline, reply, reply.length);
+        }
+    }
+
+    private static int[] list(FrontendSettings settings, String name) {
+        return new int[] {(int) SimulatedStatus.setting(settings, name)};
     }
 
     private static void scan(int pipeline, FrontendSettings band) {
@@ -102,24 +98,19 @@ final class SimulatedTuner implements DeviceModel {
         for (int percent = 0; percent <= 100; percent += 5) {
             scan.notifyScanOnProgress(pipeline, percent);
             if (percent == 50) {
-                final int[] found = {band.frequency()};
                 scan.notifyScanOnLocked(pipeline);
-                scan.notifyScanOnFrequenciesReport(pipeline, found, found.length);
+                scan.notifyScanOnFrequenciesReport(pipeline, new int[] {band.frequency()}, 1);
                 if (band instanceof DvbsFrontendSettings || band instanceof DvbcFrontendSettings) {
-                    final int[] rates = {(int) SimulatedStatus.setting(band, "symbolRate")};
-                    scan.notifyScanOnSymbolRates(pipeline, rates, rates.length);
+                    scan.notifyScanOnSymbolRates(pipeline, list(band, "symbolRate"), 1);
                 }
                 if (band instanceof DvbsFrontendSettings) {
-                    final int[] streams = {(int) SimulatedStatus.setting(band, "inputStreamId")};
-                    scan.notifyScanOnInputStreamIds(pipeline, streams, streams.length);
-                    scan.notifyScanOnDvbsStandard(pipeline, (int) SimulatedStatus.setting(band, "standard"));
+                    scan.notifyScanOnInputStreamIds(pipeline, list(band, "inputStreamId"), 1);
+                    scan.notifyScanOnDvbsStandard(pipeline, list(band, "standard")[0]);
                 } else if (band instanceof DvbtFrontendSettings) {
-                    final int[] plps = {(int) SimulatedStatus.setting(band, "plpId")};
-                    final int[] groups = {(int) SimulatedStatus.setting(band, "plpGroupId")};
-                    scan.notifyScanOnPlpIds(pipeline, plps, plps.length);
-                    scan.notifyScanOnGroupIds(pipeline, groups, groups.length);
-                    scan.notifyScanOnDvbtStandard(pipeline, (int) SimulatedStatus.setting(band, "standard"));
-                    scan.notifyScanOnHierarchy(pipeline, (int) SimulatedStatus.setting(band, "hierarchy"));
+                    scan.notifyScanOnPlpIds(pipeline, list(band, "plpId"), 1);
+                    scan.notifyScanOnGroupIds(pipeline, list(band, "plpGroupId"), 1);
+                    scan.notifyScanOnDvbtStandard(pipeline, list(band, "standard")[0]);
+                    scan.notifyScanOnHierarchy(pipeline, list(band, "hierarchy")[0]);
                 }
                 scan.notifyScanOnSignalType(pipeline, 1);
             }
