@@ -30,8 +30,8 @@ install_packages() {
     rm -f "$log"
 }
 
-demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libudev-dev dtv-scan-tables
-    android-liblog-dev android-libutils-dev android-libcutils-dev android-libnativehelper-dev)
+demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libdvbpsi-dev libudev-dev
+    dtv-scan-tables android-liblog-dev android-libutils-dev android-libcutils-dev android-libnativehelper-dev)
 contract_packages=("${demo_packages[@]}" libasm-java)
 build_packages=("${contract_packages[@]}" googletest)
 arm_packages=(clang lld llvm qemu-user)

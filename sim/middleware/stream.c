@@ -1,54 +1,64 @@
 #include "sim/middleware/stream.h"
 
-#include <errno.h>
 #include <libdvbv5/crc32.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/mman.h>
 
-#include "sim/middleware/input.h"
-#include "sim/middleware/report.h"
+/* These need what is included before, in this order. */
+#include <dvbpsi/dvbpsi.h>
+#include <dvbpsi/psi.h>
 
-enum { PACKET = 188, SYNC = 0x47, STREAM_MAX = 1 << 30 };
+#include "sim/middleware/support.h"
+
+enum { PACKET = 188, SYNC = 0x47, ERRONEOUS = 0x80, HEAD = 1 << 16, SAID_MAX = 10 };
 
 /* Of the header that the sections of a table have. */
 #define EXTENSION(section) ((section)[3] << 8 | (section)[4])
 #define VERSION(section) ((section)[5] >> 1 & 0x1f)
 #define IS_CURRENT(section) (((section)[5] & 1) != 0)
 
-bool stream_open(const char* file, STREAM_T* pt_stream) {
-    *pt_stream = (STREAM_T){NULL, 0};
-    size_t size = 0;
-    FILE* in = input_open(file, &size);
+/* Reads the next packet that is not to be skipped. */
+static bool next_packet(FILE* in, uint8_t* packet, COMPARISON_T* pt_comparison) {
+    for (size_t got; (got = fread(packet, 1, PACKET, in)) > 0;) {
+        ++pt_comparison->packets;
+        if (got == PACKET && packet[0] == SYNC && (packet[1] & ERRONEOUS) == 0) {
+            return true;
+        }
+        ++pt_comparison->skipped;
+    }
+    return false;
+}
+
+/* The distance in which most packets begin; 0 for none. */
+static int packet_size(const uint8_t* head, size_t length) {
+    static const size_t k_layouts[][2] = {{PACKET, 0}, {192, 4}, {192, 0}, {204, 0}};
+    for (size_t i = 0; i < sizeof(k_layouts) / sizeof(k_layouts[0]); ++i) {
+        int balance = 0;
+        for (size_t at = k_layouts[i][1]; at < length; at += k_layouts[i][0]) {
+            balance += head[at] == SYNC ? 1 : -1;
+        }
+        if (balance > 0) {
+            return (int)k_layouts[i][0];
+        }
+    }
+    return 0;
+}
+
+bool stream_check(const char* file) {
+    static uint8_t head[HEAD];
+    FILE* in = input_open(file);
     if (in == NULL) {
         return false;
     }
-    if (size == 0 || size > STREAM_MAX || size % PACKET != 0) {
-        say(PROBLEM, "%s: %zu bytes are not 1 to %d packets of %d bytes", file, size,
-            STREAM_MAX / PACKET, PACKET);
-    } else {
-        void* bytes = mmap(NULL, size, PROT_READ, MAP_PRIVATE, fileno(in), 0);
-        if (bytes == MAP_FAILED) {
-            say(PROBLEM, "%s: %s", file, strerror(errno));
-        } else {
-            *pt_stream = (STREAM_T){bytes, size};
-        }
-    }
+    const int size = packet_size(head, fread(head, 1, sizeof(head), in));
     fclose(in);
-    for (size_t at = 0; at < pt_stream->size; at += PACKET) {
-        if (pt_stream->bytes[at] != SYNC) {
-            say(PROBLEM, "%s: no packet of a transport stream begins at byte %zu", file, at);
-            stream_close(pt_stream);
-        }
+    if (size == 0) {
+        say(PROBLEM, "%s: no transport stream of %d-byte packets", file, PACKET);
+    } else if (size != PACKET) {
+        say(PROBLEM, "%s: has packets of %d bytes, and only those of %d are read", file, size,
+            PACKET);
     }
-    return pt_stream->bytes != NULL;
-}
-
-void stream_close(STREAM_T* pt_stream) {
-    if (pt_stream->bytes != NULL) {
-        munmap((void*)pt_stream->bytes, pt_stream->size);
-    }
-    *pt_stream = (STREAM_T){NULL, 0};
+    return size == PACKET;
 }
 
 bool section_is_whole(const uint8_t* section, int length) {
@@ -56,111 +66,100 @@ bool section_is_whole(const uint8_t* section, int length) {
            dvb_crc32((uint8_t*)section, (size_t)length, 0xffffffff) == 0;
 }
 
-bool sections_contain(const SECTIONS_T* pt_sections, const uint8_t* section, int length) {
+static SECTION_T* section_find(SECTIONS_T* pt_sections, const uint8_t* section, int length) {
     for (int i = 0; i < pt_sections->count; ++i) {
         if (pt_sections->at_section[i].length == length &&
             memcmp(pt_sections->at_section[i].bytes, section, (size_t)length) == 0) {
-            return true;
+            return &pt_sections->at_section[i];
         }
     }
-    return false;
+    return NULL;
 }
 
-bool sections_add(SECTIONS_T* pt_sections, const uint8_t* section, int length) {
-    if (pt_sections->count == SECTIONS_MAX || length > SECTION_MAX ||
-        sections_contain(pt_sections, section, length)) {
-        return false;
+void section_add(SECTIONS_T* pt_sections, const uint8_t* section, int length) {
+    if (section_find(pt_sections, section, length) == NULL) {
+        pt_sections->full = pt_sections->count == SECTIONS_MAX;
+        if (!pt_sections->full) {
+            SECTION_T* pt_section = &pt_sections->at_section[pt_sections->count++];
+            memcpy(pt_section->bytes, section, (size_t)length);
+            pt_section->length = length;
+            pt_section->in_stream = false;
+        }
     }
-    SECTION_T* pt_section = &pt_sections->at_section[pt_sections->count++];
-    memcpy(pt_section->bytes, section, (size_t)length);
-    pt_section->length = length;
-    return true;
 }
 
 bool section_is_current(const SECTIONS_T* pt_sections, int index) {
-    const uint8_t* section = pt_sections->at_section[index].bytes;
-    int version = VERSION(section);
-    for (int i = index; i < pt_sections->count; ++i) {
-        const uint8_t* later = pt_sections->at_section[i].bytes;
-        if (EXTENSION(later) == EXTENSION(section) && IS_CURRENT(later)) {
-            version = VERSION(later);
+    const SECTION_T* pt_section = &pt_sections->at_section[index];
+    const SECTION_T* pt_last = &pt_sections->at_section[pt_sections->count - 1];
+    while (EXTENSION(pt_last->bytes) != EXTENSION(pt_section->bytes) ||
+           !IS_CURRENT(pt_last->bytes)) {
+        if (--pt_last < pt_section) {
+            return false;
         }
     }
-    return IS_CURRENT(section) && version == VERSION(section);
+    return IS_CURRENT(pt_section->bytes) && VERSION(pt_last->bytes) == VERSION(pt_section->bytes);
 }
 
-/* The packet's payload as an offset into it; PACKET when it has none, or is of another PID. */
-static size_t payload_of(const uint8_t* packet, uint16_t pid) {
-    if (((packet[1] & 0x1f) << 8 | packet[2]) != pid || (packet[3] & 0x10) == 0) {
-        return PACKET;
-    }
-    const size_t at = packet[3] & 0x20 ? 5u + packet[4] : 4u;
-    return at < PACKET ? at : PACKET;
+/* A stream may repeat itself often: the first ones will do. */
+static void differs(COMPARISON_T* pt_comparison, const char* how, int length) {
+    say(pt_comparison->different++ < SAID_MAX ? RESULT : DETAIL,
+        "  section    %s: PID %u, table 0x%02x, %d bytes", how, pt_comparison->pid,
+        pt_comparison->table, length);
 }
 
-static bool begins_section(const uint8_t* packet) {
-    return (packet[1] & 0x40) != 0;
-}
-
-/* One section, from the offset in the packet that begins it: gathers the payloads of its PID until
- * it is complete. Returns its length; 0 for none. */
-static int gather(const STREAM_T* pt_stream, size_t packet, size_t offset, uint16_t pid,
-                  uint8_t* section) {
-    int have = 0;
-    int want = 3;
-    const uint8_t* previous = pt_stream->bytes + packet;
-    for (bool first = true; packet < pt_stream->size; packet += PACKET, first = false) {
-        const uint8_t* p = pt_stream->bytes + packet;
-        size_t at = first ? offset : payload_of(p, pid);
-        /* A packet may be sent twice. */
-        if (at >= PACKET || (!first && memcmp(p, previous, PACKET) == 0)) {
-            continue;
-        }
-        previous = p;
-        /* In a packet that begins another section, this one's rest is what the pointer skips. */
-        size_t end = PACKET;
-        if (!first && begins_section(p)) {
-            end = at + 1 + p[at] < PACKET ? at + 1 + p[at] : PACKET;
-            ++at;
-        }
-        for (; at < end && have < want; ++at) {
-            section[have++] = p[at];
-            if (have == 3) {
-                want = 3 + ((section[1] & 0x0f) << 8 | section[2]);
-            }
-        }
-        if (have == want) {
-            return have;
-        }
-        if (!first && begins_section(p)) {
-            return 0;
+static void compare(dvbpsi_t* pt_dvbpsi, dvbpsi_psi_section_t* pt_section) {
+    COMPARISON_T* pt_comparison = pt_dvbpsi->p_sys;
+    const uint8_t* section = pt_section->p_data;
+    const int length = 3 + pt_section->i_length;
+    if (section[0] == pt_comparison->table && section_is_whole(section, length) &&
+        (pt_comparison->extension < 0 || EXTENSION(section) == pt_comparison->extension)) {
+        SECTION_T* pt_received = section_find(pt_comparison->pt_received, section, length);
+        if (pt_received != NULL) {
+            pt_received->in_stream = true;
+        } else if (!pt_comparison->pt_received->full) {
+            differs(pt_comparison, "MISSING", length);
         }
     }
-    return 0;
+    dvbpsi_DeletePSISections(pt_section);
 }
 
-void stream_sections(const STREAM_T* pt_stream, const WANTED_T* pt_wanted,
-                     SECTIONS_T* pt_sections) {
-    pt_sections->count = 0;
-    for (size_t packet = 0; packet < pt_stream->size; packet += PACKET) {
-        const uint8_t* p = pt_stream->bytes + packet;
-        size_t at = payload_of(p, pt_wanted->pid);
-        if (at >= PACKET || !begins_section(p)) {
-            continue;
+/* Hands a packet over. Where a section begins, libdvbpsi would take its bytes for the rest of one that
+ * lost some on the way: that one is given up before. */
+static void push(dvbpsi_t* pt_dvbpsi, uint8_t* packet) {
+    const int payload = (packet[3] & 0x20) != 0 ? 5 + packet[4] : 4;
+    dvbpsi_decoder_t* pt_decoder = pt_dvbpsi->p_decoder;
+    if ((packet[1] & 0x40) != 0 && (packet[3] & 0x0f) != pt_decoder->i_continuity_counter &&
+        payload < PACKET && pt_decoder->p_current_section != NULL &&
+        pt_decoder->i_need > packet[payload]) {
+        dvbpsi_DeletePSISections(pt_decoder->p_current_section);
+        pt_decoder->p_current_section = NULL;
+    }
+    dvbpsi_packet_push(pt_dvbpsi, packet);
+}
+
+void stream_compare(const char* file, COMPARISON_T* pt_comparison) {
+    FILE* in = input_open(file);
+    dvbpsi_t* pt_dvbpsi = dvbpsi_new(NULL, DVBPSI_MSG_NONE);
+    dvbpsi_decoder_t* pt_decoder =
+        dvbpsi_decoder_new(compare, SECTION_MAX, false, sizeof(dvbpsi_decoder_t));
+    if (in != NULL && pt_dvbpsi != NULL && pt_decoder != NULL) {
+        uint8_t packet[PACKET];
+        pt_dvbpsi->p_sys = pt_comparison;
+        pt_dvbpsi->p_decoder = pt_decoder;
+        while (next_packet(in, packet, pt_comparison)) {
+            if (((packet[1] & 0x1f) << 8 | packet[2]) == pt_comparison->pid) {
+                push(pt_dvbpsi, packet);
+            }
         }
-        /* Several sections may begin in one packet, one behind the other. */
-        at += 1u + p[at];
-        while (at < PACKET && p[at] != 0xff) {
-            uint8_t section[3 + 0xfff];
-            const int length = gather(pt_stream, packet, at, pt_wanted->pid, section);
-            if (length == 0) {
-                break;
-            }
-            if (section[0] == pt_wanted->table && section_is_whole(section, length) &&
-                (pt_wanted->extension < 0 || EXTENSION(section) == pt_wanted->extension)) {
-                sections_add(pt_sections, section, length);
-            }
-            at += (size_t)length;
+        pt_dvbpsi->p_decoder = NULL;
+        dvbpsi_decoder_delete(pt_decoder);
+        dvbpsi_delete(pt_dvbpsi);
+        fclose(in);
+    }
+    for (int i = 0; i < pt_comparison->pt_received->count; ++i) {
+        if (!pt_comparison->pt_received->at_section[i].in_stream) {
+            differs(pt_comparison, "NOT IN THE STREAM",
+                    pt_comparison->pt_received->at_section[i].length);
         }
     }
 }

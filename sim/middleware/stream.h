@@ -1,9 +1,8 @@
-/* What a transport stream holds, read from its file: what the section filters must deliver. */
+/* What a transport stream holds, as libdvbpsi tells it: what the section filters must deliver. */
 #ifndef SIM_STREAM_H
 #define SIM_STREAM_H
 
 #include <stdbool.h>
-#include <stddef.h>
 #include <stdint.h>
 
 enum { SECTION_MAX = 4096, SECTIONS_MAX = 256 };
@@ -11,38 +10,39 @@ enum { SECTION_MAX = 4096, SECTIONS_MAX = 256 };
 typedef struct {
     uint8_t bytes[SECTION_MAX];
     int length;
+    bool in_stream;
 } SECTION_T;
 
 typedef struct {
     SECTION_T at_section[SECTIONS_MAX];
     int count;
+    bool full; /* there was no room for others */
 } SECTIONS_T;
 
-typedef struct {
-    const uint8_t* bytes;
-    size_t size;
-} STREAM_T;
-
-/* Sections of a table on a PID; with a table id extension, or -1 for any. */
+/* Sections of a table on a PID, as they were received, with a table id extension or -1 for any; then
+ * how many differ, and how many packets of the stream were skipped: those that are cut short, have no sync
+ * byte or are marked as erroneous. */
 typedef struct {
     uint16_t pid;
     uint8_t table;
     int extension;
-} WANTED_T;
+    SECTIONS_T* pt_received;
+    int different;
+    long packets;
+    long skipped;
+} COMPARISON_T;
 
-/* Opens a file of 188-byte packets; says on standard error why it cannot. */
-bool stream_open(const char* file, STREAM_T* pt_stream);
-void stream_close(STREAM_T* pt_stream);
+/* Whether a file has packets of 188 bytes; says on standard error why it cannot be used. */
+bool stream_check(const char* file);
 
-/* The different sections that are wanted and whose CRC is right, in the order of the stream. */
-void stream_sections(const STREAM_T* pt_stream, const WANTED_T* pt_wanted, SECTIONS_T* pt_sections);
+/* Says and counts which whole sections of the stream were not received, and the other way round. */
+void stream_compare(const char* file, COMPARISON_T* pt_comparison);
 
 /* Whether a section is whole: its length and its CRC. */
 bool section_is_whole(const uint8_t* section, int length);
 
-/* Adds a section that is not there yet; false when it was, or there is no room. */
-bool sections_add(SECTIONS_T* pt_sections, const uint8_t* section, int length);
-bool sections_contain(const SECTIONS_T* pt_sections, const uint8_t* section, int length);
+/* Adds a section that is not there yet. */
+void section_add(SECTIONS_T* pt_sections, const uint8_t* section, int length);
 
 /* Whether a section is in force: the stream does not announce it for later, and no newer version of
  * its table follows. */

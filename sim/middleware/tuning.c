@@ -1,223 +1,168 @@
-#include "sim/middleware/tuning.h"
-
-#include <pthread.h>
-#include <stdatomic.h>
+/* Scan files, tuned entry by entry. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "mw/frontend.h"
-#include "sim/middleware/input.h"
+#include "sim/middleware/demo.h"
+#include "sim/middleware/frontend.h"
 #include "sim/middleware/request.h"
-#include "sim/middleware/scan.h"
-#include "sim/middleware/signal.h"
+#include "sim/middleware/support.h"
 
-enum { THREADS = 2, PROGRESS_MICROSECONDS = 50000 };
+static const char* const k_outcomes[] = {"tuned",
+                                         "refused",
+                                         "DIFFERENT",
+                                         "no LNB reaches it",
+                                         "a number does not fit",
+                                         "a field is missing or malformed",
+                                         "of another system"};
 
-static const char* const k_outcomes[] = {"tuned", "refused", "no request", "DIFFERENT"};
-
-typedef struct {
-    struct dvb_entry* pt_entry;
-    OUTCOME_E e_outcome;
-    char asked[LINE_SIZE];
-    char received[LINE_SIZE];
-    char lnb[128];
-    char signal[SIGNAL_SIZE];
-    const char* pc_fault; /* what went wrong besides; null: nothing */
-} TRANSPONDER_T;
-
-typedef struct {
-    const DEMO_T* pt_demo;
-    TRANSPONDER_T* at_transponder;
-    int count;
-    atomic_int next;
-    atomic_int done;
-} JOB_T;
-
-/* What a tuned frontend says of itself; null when it agrees with the request. */
-static const char* check_tuned(uint32_t h_pipeline, const REQUEST_T* pt_request,
-                               TRANSPONDER_T* pt_transponder) {
-    if (!signal_text(h_pipeline, pt_request->t_settings.e_type, pt_transponder->signal,
-                     sizeof(pt_transponder->signal))) {
-        return "the signal is not there";
-    }
-    return readback_agrees(h_pipeline, &pt_request->t_settings) ? NULL
-                                                                : "the readback does not agree";
-}
-
-static void tune(const DEMO_T* pt_demo, uint32_t h_pipeline, TRANSPONDER_T* pt_transponder) {
-    REQUEST_T t_request;
-    ENTRY_VALUES_T t_values;
-    if (!request_from_entry(pt_transponder->pt_entry, pt_demo->pt_lnb, &t_request) ||
-        !entry_values(pt_transponder->pt_entry, pt_demo->pt_lnb, &t_values)) {
-        pt_transponder->e_outcome = NOT_EXPRESSIBLE;
-        return;
-    }
-    if (t_request.t_settings.e_type == MW_FE_TYPE_DVBS &&
-        !lnb_select(h_pipeline, t_values.horizontal, t_values.high_band, &pt_demo->t_switch,
-                    pt_transponder->lnb, sizeof(pt_transponder->lnb))) {
-        pt_transponder->pc_fault = "the LNB or its switch did not answer";
-    }
-    expected_text(pt_transponder->pt_entry, pt_demo->pt_lnb, pt_transponder->asked, LINE_SIZE);
-    const int result = x_native_frontend_tune(h_pipeline, &t_request.t_settings);
-    pt_demo->pt_box->received(h_pipeline, pt_transponder->received, LINE_SIZE);
-    if (strcmp(pt_transponder->asked, pt_transponder->received) != 0) {
-        pt_transponder->e_outcome = DIFFERENT;
-    } else if (result != 0) {
-        pt_transponder->e_outcome = REFUSED;
-    } else {
-        pt_transponder->e_outcome = TUNED;
-        const char* fault = check_tuned(h_pipeline, &t_request, pt_transponder);
-        pt_transponder->pc_fault = fault != NULL ? fault : pt_transponder->pc_fault;
-    }
-}
-
-/* Scans from the file's lowest frequency to its highest. */
-static bool scan_file(const JOB_T* pt_job) {
-    REQUEST_T t_band;
-    int32_t end = 0;
-    bool found = false;
-    for (int i = 0; i < pt_job->count; ++i) {
-        REQUEST_T t_request;
-        if (request_from_entry(pt_job->at_transponder[i].pt_entry, pt_job->pt_demo->pt_lnb,
-                               &t_request)) {
-            const int32_t frequency = t_request.t_settings.mFrequency;
-            end = frequency > end ? frequency : end;
-            if (!found || frequency < t_band.t_settings.mFrequency) {
-                t_band = t_request;
-                found = true;
-            }
+int show_reasons(const char* label, const int* pi4_sum) {
+    char text[LINE_SIZE] = "";
+    int sum = 0;
+    for (int i = NO_LNB; i < OUTCOMES; ++i) {
+        sum += pi4_sum[i];
+        if (pi4_sum[i] > 0) {
+            append(text, sizeof(text), "%s %d: %s", text[0] != '\0' ? ";" : "", pi4_sum[i],
+                   k_outcomes[i]);
         }
     }
-    if (!found) {
-        return true;
+    if (sum > 0) {
+        say(RESULT, "%s%s", label, text);
     }
-    if (t_band.t_settings.e_type == MW_FE_TYPE_DVBS) {
-        t_band.t_settings.u.t_dvbs.pt_code_rate = NULL; /* blind */
-    }
-    t_band.t_settings.mEndFrequency = end;
-    const uint32_t h_pipeline = pt_job->pt_demo->pt_box->create_pipeline();
-    x_native_frontend_require_tuner(h_pipeline);
-    const bool complete = scan_band(h_pipeline, &t_band.t_settings);
-    x_native_frontend_close_tuner(h_pipeline);
-    pt_job->pt_demo->pt_box->destroy_pipeline(h_pipeline);
-    return complete;
+    return sum;
 }
 
-static void* tune_all(void* pv_job) {
-    JOB_T* pt_job = pv_job;
-    const BOX_T* pt_box = pt_job->pt_demo->pt_box;
-    const uint32_t h_pipeline = pt_box->create_pipeline();
-    x_native_frontend_require_tuner(h_pipeline);
-    lnb_open(h_pipeline); /* what it cannot do shows in the first selection */
-    for (int i = atomic_fetch_add(&pt_job->next, 1); i < pt_job->count;
-         i = atomic_fetch_add(&pt_job->next, 1)) {
-        tune(pt_job->pt_demo, h_pipeline, &pt_job->at_transponder[i]);
-        atomic_fetch_add(&pt_job->done, 1);
+/* A file that is read twice: to check it, and to tune its transponders. */
+typedef struct {
+    DEMO_T* pt_demo;
+    const char* name; /* without folders */
+    const char* system;
+    SCAN_FILE_T t_file;
+    REQUEST_T t_band; /* from the first transponder on */
+    uint32_t h_pipeline;
+    int ai4_sum[OUTCOMES];
+} JOB_T;
+
+/* False, told why, when a line is not in the format, or there is no entry. */
+static bool check(JOB_T* pt_job, const char* file) {
+    ENTRY_T t_entry;
+    MW_FESETTING_T* pt_band = &pt_job->t_band.t_settings;
+    OUTCOME_E e_band = NO_FIELD;
+    while (scan_file_next(&pt_job->t_file, &t_entry)) {
+        const char* system = entry_system(&t_entry);
+        const bool other = pt_job->system != NULL && strcmp(pt_job->system, system) != 0;
+        pt_job->system = other ? "several" : system;
+        if (e_band != TUNED) {
+            e_band = request_from_entry(&t_entry, pt_job->pt_demo->pt_lnb, &pt_job->t_band);
+        }
     }
-    lnb_close(h_pipeline);
-    x_native_frontend_close_tuner(h_pipeline);
-    pt_box->destroy_pipeline(h_pipeline);
-    return NULL;
+    if (e_band != TUNED) {
+        pt_band->e_type = MW_FE_TYPE_UNDEFINED;
+    } else if (pt_band->e_type == MW_FE_TYPE_DVBS) {
+        pt_band->mEndFrequency = TUNER_MHZ_MAX;
+        pt_band->u.t_dvbs.pt_code_rate = NULL; /* a blind scan */
+    }
+    if (pt_job->t_file.fault != NULL) {
+        say(PROBLEM, "%s: line %d: %s", file, pt_job->t_file.number, pt_job->t_file.fault);
+    } else if (pt_job->system == NULL) {
+        say(PROBLEM, "%s: not in DVBv5 format: it has no entry, which begins with [", file);
+    }
+    return pt_job->t_file.fault == NULL && pt_job->system != NULL;
 }
 
-/* Tunes every entry; false when no thread could be started. */
-static bool run(JOB_T* pt_job, const char* file) {
-    pthread_t at_thread[THREADS];
-    int started = 0;
-    while (started < THREADS && pthread_create(&at_thread[started], NULL, tune_all, pt_job) == 0) {
-        ++started;
-    }
-    while (started > 0 && atomic_load(&pt_job->done) < pt_job->count &&
-           progress("tuning %d of %d in %s", atomic_load(&pt_job->done), pt_job->count, file)) {
-        usleep(PROGRESS_MICROSECONDS);
-    }
-    for (int i = 0; i < started; ++i) {
-        pthread_join(at_thread[i], NULL);
-    }
-    progress(NULL);
-    return started > 0;
-}
-
-static void show(DEMO_T* pt_demo, const TRANSPONDER_T* pt_transponder, const char* file) {
+static void tune(JOB_T* pt_job, const ENTRY_T* pt_entry) {
+    DEMO_T* pt_demo = pt_job->pt_demo;
+    REQUEST_T t_request;
+    const MW_FESETTING_T* pt_settings = &t_request.t_settings;
     char name[64];
-    entry_name(pt_transponder->pt_entry, name, sizeof(name));
-    const bool fault = pt_transponder->pc_fault != NULL || pt_transponder->e_outcome == DIFFERENT;
-    const LINE_E e_line = fault ? RESULT : DETAIL;
-    say(e_line, "  %-10s %s -> %s", k_outcomes[pt_transponder->e_outcome], name,
-        pt_transponder->received[0] != '\0' ? pt_transponder->received : "nothing");
-    if (pt_transponder->e_outcome == DIFFERENT) {
-        say(e_line, "             asked: %s", pt_transponder->asked);
+    char lnb[128] = "none";
+    char received[1024] = "";
+    char signal[512] = "";
+    const char* fault = NULL;
+    OUTCOME_E e_outcome = request_from_entry(pt_entry, pt_demo->pt_lnb, &t_request);
+    const char* polarization = entry_value(pt_entry, "POLARIZATION");
+    snprintf(name, sizeof(name), "%s %.3f MHz%s%.1s", entry_value(pt_entry, "DELIVERY_SYSTEM"),
+             strtod(entry_value(pt_entry, "FREQUENCY"), NULL) / (*polarization ? 1e3 : 1e6),
+             *polarization ? " " : "", polarization);
+    if (e_outcome == TUNED) {
+        if (pt_settings->e_type == MW_FE_TYPE_DVBS &&
+            !lnb_select(pt_job->h_pipeline, &t_request.t_lnb, lnb, sizeof(lnb))) {
+            fault = "the LNB or its switch did not answer";
+        }
+        const int result = x_native_frontend_tune(pt_job->h_pipeline, &t_request.t_settings);
+        pt_demo->pt_box->received(pt_job->h_pipeline, received, sizeof(received));
+        const char* readback =
+            readback_fault(pt_job->h_pipeline, pt_settings, signal, sizeof(signal));
+        fault = readback != NULL ? readback : fault;
+        e_outcome = fault != NULL ? DIFFERENT : result != 0 ? REFUSED : TUNED;
     }
-    if (pt_transponder->lnb[0] != '\0') {
-        say(e_line, "             lnb %s", pt_transponder->lnb);
+    ++pt_job->ai4_sum[e_outcome];
+    const LINE_E e_line = fault != NULL ? RESULT : DETAIL;
+    say(e_line, "  %-10s %s, line %d: %s",
+        e_outcome < NO_LNB ? k_outcomes[e_outcome] : "no request", name, pt_entry->line,
+        e_outcome < NO_LNB ? received : k_outcomes[e_outcome]);
+    if (e_outcome < NO_LNB) {
+        say(e_line, "             lnb %s", lnb);
+        say(e_line, "             %s", signal);
+        say(e_line, "             %s",
+            fault != NULL ? fault : "settings and status read back agree");
     }
-    if (pt_transponder->signal[0] != '\0') {
-        say(e_line, "             %s", pt_transponder->signal);
+    if (e_outcome == TUNED && pt_demo->example[0][0] == '\0') {
+        append(pt_demo->example[0], 1024, "%s, from %s", name, pt_job->name);
+        append(pt_demo->example[1], 1024, "%s", lnb);
+        append(pt_demo->example[2], 1024, "%s", received);
     }
-    if (pt_transponder->pc_fault != NULL) {
-        say(e_line, "             FAULT: %s", pt_transponder->pc_fault);
-        ++pt_demo->faults;
-    } else if (pt_transponder->e_outcome == TUNED) {
-        say(e_line, "             readback agrees");
+}
+
+static void show_row(const JOB_T* pt_job) {
+    DEMO_T* pt_demo = pt_job->pt_demo;
+    const int* pi4_sum = pt_job->ai4_sum;
+    if (pt_demo->rows++ == 0) {
+        say(RESULT, "%-31s %-7s %5s %7s %15s %9s", "scan file", "system", "tuned", "refused",
+            "not expressible", "different");
     }
-    if (pt_transponder->e_outcome == TUNED && pt_demo->example[0] == '\0') {
-        snprintf(pt_demo->example, sizeof(pt_demo->example), "%s, from %s", name, file);
-        memcpy(pt_demo->example_lnb, pt_transponder->lnb, sizeof(pt_transponder->lnb));
-        memcpy(pt_demo->example_received, pt_transponder->received, LINE_SIZE);
+    say(RESULT, "%-31.31s %-7s %5d %7d %15d %9d", pt_job->name, pt_job->system, pi4_sum[TUNED],
+        pi4_sum[REFUSED],
+        pi4_sum[NO_LNB] + pi4_sum[NO_FIT] + pi4_sum[NO_FIELD] + pi4_sum[NO_SYSTEM],
+        pi4_sum[DIFFERENT]);
+    if (pi4_sum[TUNED] == 0) {
+        say(RESULT, "  NOTHING TUNED");
+        show_reasons("  not expressible:", pi4_sum);
+        ++pt_demo->failed;
+    }
+    for (int i = 0; i < OUTCOMES; ++i) {
+        pt_demo->ai4_sum[i] += pi4_sum[i];
     }
 }
 
 void tune_file(DEMO_T* pt_demo, const char* file) {
+    JOB_T job = {.pt_demo = pt_demo, .name = basename(file), .t_file.in = input_open(file)};
     ++pt_demo->inputs;
-    struct dvb_file* pt_file = input_scan_file(file);
-    if (pt_file == NULL) {
-        ++pt_demo->failed;
-        return;
-    }
-    JOB_T job = {.pt_demo = pt_demo};
-    for (struct dvb_entry* e = pt_file->first_entry; e != NULL; e = e->next) {
-        ++job.count;
-    }
-    job.at_transponder = calloc((size_t)job.count, sizeof(*job.at_transponder));
-    if (job.at_transponder == NULL) {
-        say(PROBLEM, "%s: no memory for %d entries", file, job.count);
-        ++pt_demo->failed;
-        dvb_file_free(pt_file);
-        return;
-    }
-    int i = 0;
-    const char* system = entry_system(pt_file->first_entry);
-    for (struct dvb_entry* e = pt_file->first_entry; e != NULL; e = e->next) {
-        system = strcmp(system, entry_system(e)) == 0 ? system : "several";
-        job.at_transponder[i++].pt_entry = e;
-    }
-    if (pt_demo->inputs - pt_demo->failed == 1) {
-        say(RESULT, "%-31s %-7s %5s %7s %15s %9s", "scan file", "system", "tuned", "refused",
-            "not expressible", "different");
-    }
-    say(DETAIL, "%s: %d transponders", file, job.count);
-    if (!scan_file(&job)) {
-        say(RESULT, "  scan       INCOMPLETE");
-        ++pt_demo->faults;
-    }
-    if (run(&job, file)) {
-        const char* slash = strrchr(file, '/');
-        const char* name = slash != NULL ? slash + 1 : file;
-        int ai4_count[OUTCOMES] = {0};
-        for (i = 0; i < job.count; ++i) {
-            const OUTCOME_E e_outcome = job.at_transponder[i].e_outcome;
-            show(pt_demo, &job.at_transponder[i], name);
-            ++ai4_count[e_outcome];
-            ++pt_demo->ai4_sum[e_outcome];
+    if (job.t_file.in != NULL && check(&job, file)) {
+        ENTRY_T t_entry;
+        job.h_pipeline = pt_demo->pt_box->create_pipeline();
+        x_native_frontend_require_tuner(job.h_pipeline);
+        if (job.t_band.t_settings.e_type != MW_FE_TYPE_UNDEFINED &&
+            !scan_band(job.h_pipeline, &job.t_band.t_settings)) {
+            say(RESULT, "  scan       INCOMPLETE");
+            ++pt_demo->faults;
         }
-        say(RESULT, "%-31.31s %-7s %5d %7d %15d %9d", name, system, ai4_count[TUNED],
-            ai4_count[REFUSED], ai4_count[NOT_EXPRESSIBLE], ai4_count[DIFFERENT]);
+        lnb_open(job.h_pipeline); /* what it cannot do shows in the first selection */
+        rewind(job.t_file.in);
+        job.t_file.number = 0;
+        while (scan_file_next(&job.t_file, &t_entry)) {
+            tune(&job, &t_entry);
+        }
+        x_native_frontend_lnb_close(job.h_pipeline);
+        x_native_frontend_close_tuner(job.h_pipeline);
+        pt_demo->pt_box->destroy_pipeline(job.h_pipeline);
+        show_row(&job);
     } else {
-        say(PROBLEM, "%s: no thread could be started", file);
         ++pt_demo->failed;
     }
-    free(job.at_transponder);
-    dvb_file_free(pt_file);
+    if (job.t_file.in != NULL) {
+        fclose(job.t_file.in);
+    }
+    free(job.t_file.line);
 }
