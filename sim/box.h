@@ -43,7 +43,8 @@ extern "C" {
 /*
  * What the simulated section filter understands of the values that mw/filter.h passes on:
  *   mainType, subType  these two; another type is refused
- *   buffersize         nothing: sections wait until they are read, or the filter is flushed
+ *   buffersize         nothing: the stream stands still while 1024 sections wait to be read, and so
+ *                      does the callback thread
  *   value              the PID
  *   flags              nothing: sections with a wrong CRC are delivered too
  *   pattern1 to 3      value, mask and mode. Byte 0 is compared with the section's table id, byte i

@@ -27,14 +27,11 @@ static int append_character(char* text, size_t size, wchar_t character) {
 }
 
 int append_name(char* text, size_t size, const uint8_t* name, size_t length) {
-    if (length == 0) {
-        return 0;
-    }
-    const bool has_prefix = name[0] < FIRST_CHARACTER;
+    const bool has_prefix = length > 0 && name[0] < FIRST_CHARACTER;
     const char* table = has_prefix ? k_tables[name[0]] : "ISO_6937";
     size_t prefix = has_prefix ? 1 : 0;
     char part[16];
-    if (name[0] == PART_OF_ISO_8859 && length >= 3 && name[1] == 0 && name[2] <= 15) {
+    if (length >= 3 && name[0] == PART_OF_ISO_8859 && name[1] == 0 && name[2] <= 15) {
         snprintf(part, sizeof(part), "ISO-8859-%d", name[2]);
         table = part;
         prefix = 3;

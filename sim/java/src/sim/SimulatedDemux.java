@@ -15,8 +15,8 @@ import java.util.HashSet;
 import java.util.Map;
 import java.util.Queue;
 import java.util.Set;
+import java.util.concurrent.ArrayBlockingQueue;
 import java.util.concurrent.ConcurrentHashMap;
-import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 
@@ -27,6 +27,7 @@ final class SimulatedDemux implements DeviceModel {
     private static final int PACKET = 188;
     /** So many different sections are told from those that come again. */
     private static final int REMEMBERED = 4096;
+    private static final int WAITING = 1024;
     private static final int READ_AHEAD = 1 << 16;
     private static final int SYNC = 0x47;
     private static final int END_OF_STREAM = 1;
@@ -57,7 +58,7 @@ final class SimulatedDemux implements DeviceModel {
     private static final class Filter {
         private final ZytTvInnerFilter mFilter;
         private final ZytTvInnerFilterCallback mCallback = new ZytTvInnerFilterCallback();
-        private final Queue<byte[]> mSections = new ConcurrentLinkedQueue<>();
+        private final Queue<byte[]> mSections = new ArrayBlockingQueue<>(WAITING);
         private final Set<ByteBuffer> mDelivered = new HashSet<>();
         /** The section that is being received, when one has begun. */
         private final byte[] mSection = new byte[LONGEST];
@@ -141,7 +142,9 @@ final class SimulatedDemux implements DeviceModel {
             }
             if (section.length >= 8 && section.length <= READABLE && config.admits(section)
                     && mDelivered.add(ByteBuffer.wrap(section))) {
-                mSections.add(section);
+                while (active && !mSections.offer(section)) {
+                    Thread.yield(); // a file can wait for its reader
+                }
                 mCallback.nativeFilterSectionEvent(mFilter.nativeHandle(), section[0] & 0xff, section[5] >> 1 & 0x1f,
                         section[6] & 0xff, section.length);
             }
