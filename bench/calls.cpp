@@ -6,7 +6,7 @@
 #include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/host.h"
+#include "tests/device.h"
 
 // In front of the development machine's own, which blocks signals and so takes longer than a whole
 // call: every property is unset, which closes the log gate.

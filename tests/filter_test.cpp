@@ -3,7 +3,6 @@
 #include "mw/filter.h"
 
 #include <android/log.h>
-#include <desk/basic_faults.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -22,7 +21,6 @@
 
 namespace {
 
-using desk::Call;
 using desk::callWatched;
 using desk::Event;
 using desk::Failure;
@@ -86,24 +84,19 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     static int secondResult;
     EXPECT_EQ(0, callWatched([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
     desk::takeCalls();
-    desk_set_service_hook([](desk_service_t service) -> int32_t {
-        if (service == DESK_HANDLE_FREE) {
-            desk_set_service_hook(nullptr);
-            const unsigned long lookups = desk_calls(DESK_HANDLE_GET_TYPE_OBJ);
-            second = std::thread([] {
-                secondId = static_cast<pid_t>(syscall(SYS_gettid));
-                secondResult = deleteThread(hthread);
-            });
-            while (secondId == 0 ||
-                   (!sleeps(secondId) && desk_calls(DESK_HANDLE_GET_TYPE_OBJ) == lookups)) {
-                std::this_thread::yield();
-            }
+    desk::atNextCall("handle_free", [] {
+        const unsigned long lookups = desk::callsOf("handle_get_type_obj");
+        second = std::thread([] {
+            secondId = static_cast<pid_t>(syscall(SYS_gettid));
+            secondResult = deleteThread(hthread);
+        });
+        while (secondId == 0 ||
+               (!sleeps(secondId) && desk::callsOf("handle_get_type_obj") == lookups)) {
+            std::this_thread::yield();
         }
-        return 0;
     });
     const int firstResult = deleteThread(hthread);
     second.join();
-    desk::watchServices();
     EXPECT_EQ(-1, firstResult + secondResult);
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
 }
@@ -119,21 +112,20 @@ struct FailingStep {
     const char* givenBack = "handle_free x_mem_free x_sema_unlock x_sema_delete";
 };
 const FailingStep kFailingSteps[] = {
-    {"semaphore", [] { desk::failCall(Call::x_sema_create, 1, Failure::kNull); }, kUnwritten,
-     nullptr, ""},
-    {"record", [] { desk::failCall(Call::x_mem_alloc, 1, Failure::kNull); }, kUnwritten, nullptr,
+    {"semaphore", [] { desk::failCall("x_sema_create", 1, Failure::kNull); }, kUnwritten, nullptr,
+     ""},
+    {"record", [] { desk::failCall("x_mem_alloc", 1, Failure::kNull); }, kUnwritten, nullptr,
      "x_sema_unlock x_sema_delete"},
-    {"handle", [] { desk::failCall(Call::handle_alloc, 1, Failure::kNull); }, 0, nullptr,
+    {"handle", [] { desk::failCall("handle_alloc", 1, Failure::kNull); }, 0, nullptr,
      "x_mem_free x_sema_unlock x_sema_delete"},
-    {"read back", [] { desk::failCall(Call::handle_get_type_obj, 1, Failure::kNull); }, 0,
-     ", failed."},
-    {"pipeline", [] { desk::failCall(Call::handle_get_type_obj, 2, Failure::kNull); }, 0,
+    {"read back", [] { desk::failCall("handle_get_type_obj", 1, Failure::kNull); }, 0, ", failed."},
+    {"pipeline", [] { desk::failCall("handle_get_type_obj", 2, Failure::kNull); }, 0,
      ", fail: -17."},
-    {"array", [] { desk::failCall(Call::NewByteArray, 1, Failure::kNull); }, 0,
+    {"array", [] { desk::failCall("NewByteArray", 1, Failure::kNull); }, 0,
      "mj_sectionarr failed."},
-    {"array reference", [] { desk::failCall(Call::NewGlobalRef, 1, Failure::kNull); }, 0,
+    {"array reference", [] { desk::failCall("NewGlobalRef", 1, Failure::kNull); }, 0,
      "mj_sectionarr failed."},
-    {"object", [] { desk::failCall(Call::NewObjectA, 1, Failure::kNull); }, 0, "mObject failed."},
+    {"object", [] { desk::failCall("NewObjectA", 1, Failure::kNull); }, 0, "mObject failed."},
     {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, 0,
      "nativeOpen fail: -1"},
     {"refused",
@@ -147,9 +139,8 @@ const FailingStep kFailingSteps[] = {
 std::string givenBack(const std::vector<desk::Point>& calls) {
     std::string names;
     for (const desk::Point& point : calls) {
-        if (point.call == Call::handle_free || point.call == Call::x_mem_free ||
-            point.call == Call::x_sema_unlock || point.call == Call::x_sema_delete) {
-            names += std::string(names.empty() ? "" : " ") + desk::name(point.call);
+        for (const char* call : {"handle_free", "x_mem_free", "x_sema_unlock", "x_sema_delete"}) {
+            names += point.call == call ? std::string(names.empty() ? "" : " ") + call : "";
         }
     }
     return names;
@@ -166,7 +157,7 @@ TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
         EXPECT_EQ(step.givenBack, givenBack(desk::recorded()));
         EXPECT_EQ(step.handle, h);
         desk::failNothing();
-        EXPECT_EQ(before, desk::resourceCounts());
+        EXPECT_EQ("", desk::changesSince(before));
         EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
     }
 }
@@ -202,9 +193,9 @@ uint32_t nextHandle() {
 // Starts a waiter and returns when it has asked for the semaphore, and a second thread of it has had
 // the time to ask too.
 std::thread startWaiter(const Waiter& waiter, uint32_t hfilter, int* result) {
-    const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
+    const unsigned long locks = desk::callsOf("x_sema_lock");
     std::thread thread([=] { *result = waiter.wait(hfilter); });
-    while (desk_calls(DESK_SEMA_LOCK) == locks) {
+    while (desk::callsOf("x_sema_lock") == locks) {
         std::this_thread::yield();
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(2));  // for a second one
@@ -269,7 +260,7 @@ TEST_P(FailedOpenTest, WaitersFail) {
             desk::setLogLevel("I");
             step.prepare();
             if (!released) {
-                desk::failCall(Call::x_sema_unlock, 1, Failure::kKeeps);
+                desk::failCall("x_sema_unlock", 1, Failure::kKeeps);
             }
             uint32_t h = kUnwritten;
             std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
@@ -293,7 +284,7 @@ TEST_P(FailedOpenTest, WaitersFail) {
             desk::setLogLevel("");
             desk::keepLog();
             desk::failNothing();
-            EXPECT_EQ(before, desk::resourceCounts());
+            EXPECT_EQ("", desk::changesSince(before));
             EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));
         }
     }

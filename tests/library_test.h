@@ -7,7 +7,6 @@
 
 #include <optional>
 
-#include "tests/host.h"
 #include "tests/watch.h"
 
 namespace desk {

@@ -21,7 +21,7 @@ void LibraryTest::SetUp() {
 void LibraryTest::TearDown() {
     failNothing();
     EXPECT_FALSE(env()->ExceptionCheck());
-    EXPECT_EQ(mCounts, resourceCounts());
+    EXPECT_EQ("", changesSince(mCounts));
     EXPECT_EQ(std::vector<std::string>(), takeComplaints());
     mFrame.reset();
 }

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/host.h"
+#include "tests/device.h"
 
 namespace oracle {
 

@@ -1,8 +1,3 @@
-#include <android/log.h>
-#include <jvmti.h>
-
-#include <cstring>
-
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/oracle.h"
@@ -11,92 +6,6 @@
 namespace oracle {
 
 namespace {
-
-// --- What the library does, written down as it happens ---
-
-std::vector<std::string>* gTrace;  // null: nobody listens
-jniNativeInterface gBelow;         // what the library's calls are passed on to
-jvmtiEnv* gTool;
-
-void noteLine(const __android_logger_data* data, const char* text) {
-    if (gTrace != nullptr && strcmp(data->tag, "ZYT_MW") == 0) {
-        gTrace->push_back(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
-    }
-}
-
-// Without the package.
-std::string nameOf(jclass clazz) {
-    char* signature = nullptr;
-    gTool->GetClassSignature(clazz, &signature, nullptr);
-    const std::string name = strrchr(signature, '/') + 1;
-    gTool->Deallocate(reinterpret_cast<unsigned char*>(signature));
-    return name.substr(0, name.size() - 1);
-}
-
-// type: where the argument's type stands in a signature.
-std::string textOf(JNIEnv* env, const char* type, const jvalue& argument) {
-    if (strchr("ZIJ", *type) != nullptr) {
-        // Of a boolean the byte itself; Java would see true for every one but 0.
-        return std::to_string(*type == 'Z' ? argument.z : *type == 'I' ? argument.i : argument.j);
-    }
-    if (argument.l == nullptr) {
-        return "null";
-    }
-    if (*type == 'L') {
-        return nameOf(env->GetObjectClass(argument.l));
-    }
-    if (env->GetArrayLength(static_cast<jarray>(argument.l)) == kMaxRead) {
-        return "[4096 bytes]";
-    }
-    const desk::JavaValues array = {{type[1] == 'B' ? "[B" : "[I", argument}};
-    return desk::fromJava(
-        desk::callStaticMethod("java.util.Arrays", "toString", array, "Ljava/lang/String;").l);
-}
-
-void noteCall(JNIEnv* env, jmethodID method, const jvalue* arguments) {
-    if (gTrace == nullptr) {
-        return;
-    }
-    const desk::Watch unwatched(false);
-    const desk::LocalFrame frame;
-    jclass clazz = nullptr;
-    char* name = nullptr;
-    char* signature = nullptr;
-    gTool->GetMethodDeclaringClass(method, &clazz);
-    gTool->GetMethodName(method, &name, &signature, nullptr);
-    std::string line = nameOf(clazz) + "." + name + "(";
-    const char* type = signature + 1;
-    for (const char* comma = ""; *type != ')'; comma = ", ") {
-        line += comma + textOf(env, type, *arguments++);
-        type += *type == 'L' ? strcspn(type, ";") + 1 : *type == '[' ? 2 : 1;
-    }
-    gTrace->push_back(line + ")");
-    gTool->Deallocate(reinterpret_cast<unsigned char*>(name));
-    gTool->Deallocate(reinterpret_cast<unsigned char*>(signature));
-}
-
-// Notes these calls in the function table that a watched thread sees, and passes them on.
-void listen() {
-    __android_log_set_logger(noteLine);
-    desk::vm()->GetEnv(reinterpret_cast<void**>(&gTool), JVMTI_VERSION_1_2);
-    const desk::Watch watch;
-    auto* table = const_cast<jniNativeInterface*>(desk::env()->functions);
-    gBelow = *table;
-#define NOTE(function, Self)                                                             \
-    table->function = [](JNIEnv* env, Self self, jmethodID method, const jvalue* args) { \
-        noteCall(env, method, args);                                                     \
-        return gBelow.function(env, self, method, args);                                 \
-    }
-    NOTE(NewObjectA, jclass);
-    NOTE(CallVoidMethodA, jobject);
-    NOTE(CallBooleanMethodA, jobject);
-    NOTE(CallIntMethodA, jobject);
-    NOTE(CallLongMethodA, jobject);
-    NOTE(CallObjectMethodA, jobject);
-#undef NOTE
-}
-
-// --- A case ---
 
 void script(const Case& call) {
     desk::resetModel();
@@ -154,9 +63,7 @@ int make(const Case& call, uint32_t pipeline, uint32_t filter, uint8_t* record, 
 }  // namespace
 
 Device::Device() {
-    if (gTool == nullptr) {
-        listen();
-    }
+    desk::keepJavaCalls();
     const desk::Watch watch;
     FLT_EVT_CB_T event = {};
     x_native_frontend_require_tuner(pipeline.handle());
@@ -183,19 +90,22 @@ Outcome check(const Device& device, Case call) {
     script(call);
     desk::setLogLevel(call.logLevel == '-' ? "" : std::string(1, call.logLevel).c_str());
     if (call.missing == Case::kElements) {
-        desk::failCall(desk::Call::GetIntArrayElements, 0, desk::Failure::kThrows);
+        desk::failCall("GetIntArrayElements", 0, desk::Failure::kThrows);
     }
 
-    std::vector<std::string> trace;
     const desk::ResourceCounts before = desk::resourceCounts();
-    gTrace = &trace;
+    desk::takeLog();
     const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handles
     const int result = desk::callWatched([&] {
         return make(call, device.pipeline.handle() ^ wrong, device.filter ^ wrong, record.data(),
                     kinds.data());
     });
-    gTrace = nullptr;
     desk::failNothing();
+    std::vector<std::string> trace = desk::takeLog();
+    // The filter's lines show addresses.
+    trace.erase(std::remove_if(trace.begin(), trace.end(),
+                               [](const std::string& line) { return line.rfind("I <", 0) == 0; }),
+                trace.end());
     if (desk::env()->ExceptionCheck()) {
         desk::env()->ExceptionClear();
         trace.push_back(kExceptionLeft);
@@ -203,8 +113,9 @@ Outcome check(const Device& device, Case call) {
     if (codeRate != call.codeRate.value_or(Bytes()) || kinds != call.kinds) {
         trace.push_back("what may only be read was written");
     }
-    if (desk::resourceCounts() != before) {
-        trace.push_back("not all was given back");
+    const std::string changes = desk::changesSince(before);
+    if (!changes.empty()) {
+        trace.push_back("left " + changes);
     }
     return {expected, outcome(result, trace, call.record, record)};
 }

@@ -68,6 +68,17 @@ public final class ScriptedModel implements DeviceModel {
         }
     }
 
+    /** What an argument holds; of an object its class. */
+    public static String show(Object value) {
+        if (value instanceof byte[] bytes) {
+            return bytes.length > 64 ? "[" + bytes.length + " bytes]" : Arrays.toString(bytes);
+        }
+        if (value instanceof int[] ints) {
+            return Arrays.toString(ints);
+        }
+        return value == null ? "null" : value.getClass().getSimpleName();
+    }
+
     @Override
     public Object call(Object self, String method, Object... args) {
         final String full = self.getClass().getSimpleName() + "." + method;

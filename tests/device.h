@@ -1,0 +1,114 @@
+// What is around the library on a device: pipelines, the framework's objects with the scripted model
+// behind them, and the events that they report.
+
+#ifndef TESTS_DEVICE_H
+#define TESTS_DEVICE_H
+
+#include "tests/java.h"
+
+namespace desk {
+
+// --- Events, as Java reports them: name and method ---
+
+// The methods from kLnb on are of the LNB callback, from kSection on of the filter callback, and
+// those before of the scan callback.
+#define EVENTS(EVENT)                                    \
+    EVENT(kLocked, "notifyScanOnLocked")                 \
+    EVENT(kStopped, "notifyScanOnScanStopped")           \
+    EVENT(kProgress, "notifyScanOnProgress")             \
+    EVENT(kFrequencies, "notifyScanOnFrequenciesReport") \
+    EVENT(kSymbolRates, "notifyScanOnSymbolRates")       \
+    EVENT(kPlpIds, "notifyScanOnPlpIds")                 \
+    EVENT(kGroupIds, "notifyScanOnGroupIds")             \
+    EVENT(kStreamIds, "notifyScanOnInputStreamIds")      \
+    EVENT(kDvbsStandard, "notifyScanOnDvbsStandard")     \
+    EVENT(kDvbtStandard, "notifyScanOnDvbtStandard")     \
+    EVENT(kHierarchy, "notifyScanOnHierarchy")           \
+    EVENT(kSignalType, "notifyScanOnSignalType")         \
+    EVENT(kLnb, "notifyLnbEvent")                        \
+    EVENT(kDiseqc, "onDiseqcMessage")                    \
+    EVENT(kSection, "nativeFilterSectionEvent")          \
+    EVENT(kRestart, "nativeFilterRestartEvent")          \
+    EVENT(kFilterStatus, "nativeFilterStatusChanged")
+
+enum class Event {
+#define EVENT_NAME(name, method) name,
+    EVENTS(EVENT_NAME)
+#undef EVENT_NAME
+};
+
+// Calls the event's Java method on the calling thread, which is attached. The arguments are the handle
+// and, for the lists (kFrequencies to kStreamIds, kDiseqc), an array and the length to report; for
+// kSection four values; for every other but kLocked and kStopped one. Returns the method's result, 0
+// when it has none.
+jint reportEvent(Event event, const JavaValues& arguments);
+const char* methodOf(Event event);
+
+// Registers a callback of its own for every event, or takes all back. They count the events and, if
+// there is a listener, tell it each as "method(handle, value...)". The pipeline must not be registered.
+void registerCountingCallbacks(uint32_t h_pipeline, bool registers = true);
+int takeHeard();  // events that reached them on the calling thread since the last time
+extern void (*gListener)(const std::string& event);
+extern int gTag;  // its address is the tag of these registrations
+
+// --- The scripted device model, see tests.ScriptedModel ---
+
+// Puts it in force; it then answers nothing and remembers nothing.
+inline void resetModel() {
+    callStatic("tests.ScriptedModel", "reset");
+}
+// value: a number, a truth value, or an object or null.
+template <typename Value>
+void scriptReturns(const std::string& method, const Value& value) {
+    const LocalFrame frame;
+    jobject object = nullptr;
+    if constexpr (std::is_convertible_v<Value, jobject>) {
+        object = value;
+    } else if constexpr (std::is_same_v<Value, bool>) {
+        object = newObject("java.lang.Boolean", value);
+    } else {
+        object = newObject("java.lang.Long", static_cast<jlong>(value));
+    }
+    callStatic("tests.ScriptedModel", "returns", method, object);
+}
+inline void scriptThrows(const std::string& method) {
+    const LocalFrame frame;
+    scriptReturns(method, newObject("tests.MadeToFail"));
+}
+// What onRead puts into its buffer.
+inline void scriptSection(const std::vector<jbyte>& bytes) {
+    const LocalFrame frame;
+    scriptReturns("section", newArray(bytes));
+}
+// The method waits from scriptHold to scriptRelease; awaitHeld returns when a call has come.
+inline void scriptHold(const std::string& method) {
+    callStatic("tests.ScriptedModel", "hold", method);
+}
+inline bool awaitHeld(const std::string& method) {
+    return callStatic<bool>("tests.ScriptedModel", "awaitHeld", method);
+}
+inline void scriptRelease(const std::string& method) {
+    callStatic("tests.ScriptedModel", "release", method);
+}
+inline std::string takeCalls() {
+    return callStatic<std::string>("tests.ScriptedModel", "takeCalls");
+}
+
+// A pipeline as another component of the device makes it.
+class Pipeline {
+  public:
+    Pipeline();
+    ~Pipeline();
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+    uint32_t handle() const { return mHandle; }
+
+  private:
+    jobject mObject = nullptr;
+    jweak mWeak = nullptr;
+    uint32_t mHandle = 0;
+};
+
+}  // namespace desk
+
+#endif  // TESTS_DEVICE_H
