@@ -66,13 +66,31 @@ struct Reporter {
 
 }  // namespace
 
-jint reportEvent(Event event, const JavaValues& arguments) {
+jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers) {
+    const JNINativeInterface_& jni = realJni();
     const bool ofFilter = event >= Event::kSection;
     const Reporter& reporter = ofFilter ? gFilter : event >= Event::kLnb ? gLnb : gScan;
-    const jvalue result = callMethod(reporter.clazz, reporter.object, methodOf(event), arguments,
-                                     ofFilter ? "V" : "I");
+    std::string signature = "(I";
+    std::vector<jvalue> arguments(1);
+    arguments[0].i = static_cast<jint>(handle);
+    if (event == Event::kDiseqc || (event >= Event::kFrequencies && event <= Event::kStreamIds)) {
+        signature += event == Event::kDiseqc ? "[B" : "[I";
+        arguments.emplace_back().l = list;
+    }
+    for (const jint number : numbers) {
+        signature += "I";
+        arguments.emplace_back().i = number;
+    }
+    signature += ofFilter ? ")V" : ")I";
+    const jmethodID id = jni.GetMethodID(env(), reporter.clazz, methodOf(event), signature.c_str());
+    jint result = 0;
+    if (ofFilter) {
+        jni.CallVoidMethodA(env(), reporter.object, id, arguments.data());
+    } else {
+        result = jni.CallIntMethodA(env(), reporter.object, id, arguments.data());
+    }
     mustNotHaveThrown();
-    return result.i;
+    return result;
 }
 
 const char* methodOf(Event event) {
@@ -110,6 +128,32 @@ int takeHeard() {
     return std::exchange(tHeard, 0);
 }
 
+void resetModel() {
+    callStatic("tests.ScriptedModel", "reset", "()V");
+}
+void script(const std::string& method, const std::string& does) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "script", "(Ljava/lang/String;Ljava/lang/String;)V",
+               toJava(method), toJava(does));
+}
+void scriptHold(const std::string& method) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "hold", "(Ljava/lang/String;)V", toJava(method));
+}
+bool awaitHeld(const std::string& method) {
+    const LocalFrame frame;
+    return callStatic("tests.ScriptedModel", "awaitHeld", "(Ljava/lang/String;)Ljava/lang/Object;",
+                      toJava(method)) != nullptr;
+}
+void scriptRelease(const std::string& method) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "release", "(Ljava/lang/String;)V", toJava(method));
+}
+std::string takeCalls() {
+    const LocalFrame frame;
+    return fromJava(callStatic("tests.ScriptedModel", "takeCalls", "()Ljava/lang/String;"));
+}
+
 // The first also makes what reports events: a class cannot be loaded while its thread is watched.
 Pipeline::Pipeline() {
     const LocalFrame frame;
@@ -117,11 +161,11 @@ Pipeline::Pipeline() {
         if (reporter->object == nullptr) {
             const std::string name = kServices + "selector.connectmanager." + reporter->name;
             reporter->clazz = static_cast<jclass>(realJni().NewGlobalRef(env(), findClass(name)));
-            reporter->object = realJni().NewGlobalRef(env(), newObject(name));
+            reporter->object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
         }
     }
-    mObject =
-        realJni().NewGlobalRef(env(), newObject(kServices + "pipeline.PipelineHandler", "tv"));
+    mObject = realJni().NewGlobalRef(env(), newObject(kServices + "pipeline.PipelineHandler",
+                                                      "(Ljava/lang/String;)V", toJava("tv")));
     mWeak = realJni().NewWeakGlobalRef(env(), mObject);
     handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
 }

@@ -37,11 +37,14 @@ enum class Event {
 #undef EVENT_NAME
 };
 
-// Calls the event's Java method on the calling thread, which is attached. The arguments are the handle
-// and, for the lists (kFrequencies to kStreamIds, kDiseqc), an array and the length to report; for
-// kSection four values; for every other but kLocked and kStopped one. Returns the method's result, 0
-// when it has none.
-jint reportEvent(Event event, const JavaValues& arguments);
+// Calls the event's Java method on the calling thread, which is attached. The list is an array, for
+// kFrequencies to kStreamIds and kDiseqc. The numbers are, for these, the length to report; for kSection
+// four values; for every other but kLocked and kStopped one. Returns the method's result, 0 when it has
+// none.
+jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers);
+inline jint reportEvent(Event event, uint32_t handle, jarray list, jint length) {
+    return reportEvent(event, handle, list, std::vector<jint>{length});
+}
 const char* methodOf(Event event);
 
 // Registers a callback of its own for every event, or takes all back. They count the events and, if
@@ -54,45 +57,14 @@ extern int gTag;  // its address is the tag of these registrations
 // --- The scripted device model, see tests.ScriptedModel ---
 
 // Puts it in force; it then answers nothing and remembers nothing.
-inline void resetModel() {
-    callStatic("tests.ScriptedModel", "reset");
-}
-// value: a number, a truth value, or an object or null.
-template <typename Value>
-void scriptReturns(const std::string& method, const Value& value) {
-    const LocalFrame frame;
-    jobject object = nullptr;
-    if constexpr (std::is_convertible_v<Value, jobject>) {
-        object = value;
-    } else if constexpr (std::is_same_v<Value, bool>) {
-        object = newObject("java.lang.Boolean", value);
-    } else {
-        object = newObject("java.lang.Long", static_cast<jlong>(value));
-    }
-    callStatic("tests.ScriptedModel", "returns", method, object);
-}
-inline void scriptThrows(const std::string& method) {
-    const LocalFrame frame;
-    scriptReturns(method, newObject("tests.MadeToFail"));
-}
-// What onRead puts into its buffer.
-inline void scriptSection(const std::vector<jbyte>& bytes) {
-    const LocalFrame frame;
-    scriptReturns("section", newArray(bytes));
-}
+void resetModel();
+// What a method does: returns a number, "true", "null", "[1, 2]" or "new CLASS", or "throws".
+void script(const std::string& method, const std::string& does);
 // The method waits from scriptHold to scriptRelease; awaitHeld returns when a call has come.
-inline void scriptHold(const std::string& method) {
-    callStatic("tests.ScriptedModel", "hold", method);
-}
-inline bool awaitHeld(const std::string& method) {
-    return callStatic<bool>("tests.ScriptedModel", "awaitHeld", method);
-}
-inline void scriptRelease(const std::string& method) {
-    callStatic("tests.ScriptedModel", "release", method);
-}
-inline std::string takeCalls() {
-    return callStatic<std::string>("tests.ScriptedModel", "takeCalls");
-}
+void scriptHold(const std::string& method);
+bool awaitHeld(const std::string& method);
+void scriptRelease(const std::string& method);
+std::string takeCalls();
 
 // A pipeline as another component of the device makes it.
 class Pipeline {

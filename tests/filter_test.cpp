@@ -2,18 +2,17 @@
 
 #include "mw/filter.h"
 
-#include <android/log.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cinttypes>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "mw/basic_services.h"
@@ -66,6 +65,64 @@ class FilterTest : public desk::LibraryTest {
     std::unique_ptr<desk::Pipeline> mPipeline;
 };
 
+TEST_F(FilterTest, SectionConfigHandsOnFlagsAsBooleansAndPatternsAsTheyAre) {
+    uint32_t h = 0;
+    open(&h);
+    desk::keepJavaCalls();
+    uint8_t patterns[3][FLT_PATTERN_SIZE];
+    for (int i = 0; i < 3 * FLT_PATTERN_SIZE; ++i) {
+        patterns[0][i] = static_cast<uint8_t>(i + 100);
+    }
+    for (const auto& [flags, booleans] : {std::pair(std::array<uint8_t, 3>{0, 1, 2}, "0, 1, 1"),
+                                          {{255, 0, 1}, "1, 0, 1"},
+                                          {{1, 255, 0}, "1, 1, 0"}}) {
+        desk::takeLog();
+        callWatched([&] {
+            return x_velmora_filter_setSectionConfig(h, -7, flags[0], flags[1], flags[2],
+                                                     patterns[0], patterns[1], patterns[2]);
+        });
+        EXPECT_EQ(
+            std::string("ZytTvInnerFilter.onSetSectionConfig(-7, ") + booleans +
+                ", [100, 101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113, 114, 115]"
+                ", [116, 117, 118, 119, 120, 121, 122, 123, 124, 125, 126, 127, -128, -127, -126, "
+                "-125], [-124, -123, -122, -121, -120, -119, -118, -117, -116, -115, -114, -113, "
+                "-112, -111, -110, -109])",
+            desk::takeLog().at(0));
+    }
+    close(h);
+}
+
+TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
+    uint32_t h = 0;
+    open(&h);
+    desk::keepJavaCalls();
+    constexpr int64_t kMost = FLT_MAX_READ_SIZE;
+    for (const int64_t size : {INT64_MIN, INT64_C(-1), INT64_C(0), INT64_C(1), INT64_C(100),
+                               kMost - 1, kMost, kMost + 1, INT64_MAX}) {
+        for (const int64_t given : {int64_t{INT32_MIN}, INT64_C(-1), INT64_C(0), INT64_C(1),
+                                    INT64_C(100), INT64_C(101), kMost, kMost + 1}) {
+            SCOPED_TRACE(std::to_string(given) + " of " + std::to_string(size));
+            const int64_t wanted = std::min(size, kMost);
+            const int64_t copied = given < 1 || given > wanted ? 0 : given;
+            desk::script("onRead", std::to_string(given));
+            desk::takeLog();
+            // No longer than what is wanted, so that the sanitizers see an access beyond it.
+            std::vector<int8_t> buffer(static_cast<size_t>(std::max<int64_t>(wanted, 1)), 0);
+            EXPECT_EQ(copied == 0 ? -1 : copied, callWatched([&] {
+                          return x_velmora_filter_read(h, buffer.data(), -7000000000, size);
+                      }));
+            EXPECT_EQ("ZytTvInnerFilter.onRead([4096 bytes], -7000000000, " +
+                          std::to_string(wanted) + ")",
+                      desk::takeLog().at(0));
+            for (size_t i = 0; i < buffer.size(); ++i) {
+                const bool isRead = static_cast<int64_t>(i) < copied;
+                ASSERT_EQ(isRead ? static_cast<int8_t>(1 + i * 37 + i / 256) : 0, buffer[i]) << i;
+            }
+        }
+    }
+    close(h);
+}
+
 // Whether a thread of this process waits for something.
 bool sleeps(pid_t thread) {
     std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
@@ -99,67 +156,6 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     second.join();
     EXPECT_EQ(-1, firstResult + secondResult);
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
-}
-
-// The steps at which an open can fail. From the handle on it is visible to others, and logs before
-// it gives up.
-struct FailingStep {
-    const char* name;
-    void (*prepare)();
-    uint32_t handle;   // afterwards: kUnwritten when it must not be written
-    const char* line;  // logged with the handle visible; null: the handle never is
-    // The services that it then calls to give back what it has, in order.
-    const char* givenBack = "handle_free x_mem_free x_sema_unlock x_sema_delete";
-};
-const FailingStep kFailingSteps[] = {
-    {"semaphore", [] { desk::failCall("x_sema_create", 1, Failure::kNull); }, kUnwritten, nullptr,
-     ""},
-    {"record", [] { desk::failCall("x_mem_alloc", 1, Failure::kNull); }, kUnwritten, nullptr,
-     "x_sema_unlock x_sema_delete"},
-    {"handle", [] { desk::failCall("handle_alloc", 1, Failure::kNull); }, 0, nullptr,
-     "x_mem_free x_sema_unlock x_sema_delete"},
-    {"read back", [] { desk::failCall("handle_get_type_obj", 1, Failure::kNull); }, 0, ", failed."},
-    {"pipeline", [] { desk::failCall("handle_get_type_obj", 2, Failure::kNull); }, 0,
-     ", fail: -17."},
-    {"array", [] { desk::failCall("NewByteArray", 1, Failure::kNull); }, 0,
-     "mj_sectionarr failed."},
-    {"array reference", [] { desk::failCall("NewGlobalRef", 1, Failure::kNull); }, 0,
-     "mj_sectionarr failed."},
-    {"object", [] { desk::failCall("NewObjectA", 1, Failure::kNull); }, 0, "mObject failed."},
-    {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, 0,
-     "nativeOpen fail: -1"},
-    {"refused",
-     [] {
-         desk::scriptReturns("ZytTvInnerFilter.<init>", nullptr);
-         desk::scriptReturns("onOpenFilter", 3);
-     },
-     0, "nativeOpen fail: 3"},
-};
-
-std::string givenBack(const std::vector<desk::Point>& calls) {
-    std::string names;
-    for (const desk::Point& point : calls) {
-        for (const char* call : {"handle_free", "x_mem_free", "x_sema_unlock", "x_sema_delete"}) {
-            names += point.call == call ? std::string(names.empty() ? "" : " ") + call : "";
-        }
-    }
-    return names;
-}
-
-TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
-    for (const FailingStep& step : kFailingSteps) {
-        SCOPED_TRACE(step.name);
-        const desk::ResourceCounts before = desk::resourceCounts();
-        step.prepare();
-        uint32_t h = kUnwritten;
-        desk::record();
-        EXPECT_NE(0, open(&h));
-        EXPECT_EQ(step.givenBack, givenBack(desk::recorded()));
-        EXPECT_EQ(step.handle, h);
-        desk::failNothing();
-        EXPECT_EQ("", desk::changesSince(before));
-        EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
-    }
 }
 
 // Who may wait for a filter that is being opened; each returns 0 when the filter served it, -1 when
@@ -202,90 +198,60 @@ std::thread startWaiter(const Waiter& waiter, uint32_t hfilter, int* result) {
     return thread;
 }
 
-TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
-    for (const Waiter& waiter : kWaiters) {
-        SCOPED_TRACE(waiter.name);
-        desk::scriptHold("onOpenFilter");
-        const uint32_t visible = nextHandle();
-        uint32_t h = kUnwritten;
-        std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
-        ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
-        int result = 9;
-        std::thread waiting = startWaiter(waiter, visible, &result);
-        desk::scriptRelease("onOpenFilter");
-        waiting.join();
-        opening.join();
-        EXPECT_EQ(visible, h);
-        EXPECT_EQ(0, result);
-        close(h);
-    }
-}
+// The steps at which an open fails with its handle visible to others, and what it logs then; the first
+// succeeds.
+struct Step {
+    const char* name;
+    void (*prepare)();
+    const char* line;
+};
+const Step kSteps[] = {
+    {"none", [] {}, "handle from sp"},
+    {"read back", [] { desk::failCall("handle_get_type_obj", 1, Failure::kNull); }, ", failed."},
+    {"pipeline", [] { desk::failCall("handle_get_type_obj", 2, Failure::kNull); }, ", fail: -17."},
+    {"array", [] { desk::failCall("NewByteArray", 1, Failure::kNull); }, "mj_sectionarr failed."},
+    {"object", [] { desk::failCall("NewObjectA", 1, Failure::kNull); }, "mObject failed."},
+    {"constructor throws", [] { desk::script("ZytTvInnerFilter.<init>", "throws"); },
+     "nativeOpen fail: -1"},
+    {"refused", [] { desk::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
+};
 
-// A log line at which the thread that logs it stays until it is let go.
-std::mutex gHoldLock;
-std::condition_variable gHoldChanged;
-const char* gHoldAt;
-bool gHeld;
-bool gUsedDeletedSemaphore;
-
-void holdAtLine(const __android_logger_data*, const char* text) {
-    std::unique_lock<std::mutex> lock(gHoldLock);
-    gUsedDeletedSemaphore |= strstr(text, "fail! return i4_rc") != nullptr;
-    if (gHoldAt != nullptr && strstr(text, gHoldAt) != nullptr) {
-        gHeld = true;
-        gHoldChanged.notify_all();
-        gHoldChanged.wait(lock, [] { return gHoldAt == nullptr; });
-    }
-}
-
-// An open that fails with its handle visible lets who waits for it fail too, and frees nothing
-// twice; also when the semaphore cannot be released and only its deletion wakes the waiter.
-class FailedOpenTest : public FilterTest, public testing::WithParamInterface<bool> {};
-INSTANTIATE_TEST_SUITE_P(SemaphoreIsReleased, FailedOpenTest, testing::Bool());
-
-TEST_P(FailedOpenTest, WaitersFail) {
-    const bool released = GetParam();
-    for (const FailingStep& step : kFailingSteps) {
+// Who waits for a filter that is being opened is served when the open ends well. Otherwise it fails too,
+// and nothing is freed twice, also when the semaphore cannot be released and only its deletion wakes it.
+TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
+    for (const Step& step : kSteps) {
         for (const Waiter& waiter : kWaiters) {
-            if (step.line == nullptr) {
-                continue;
+            for (const bool released : {true, false}) {
+                SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
+                const bool fails = &step != kSteps;
+                const desk::ResourceCounts before = desk::resourceCounts();
+                const uint32_t visible = nextHandle();
+                int result = 9;
+                std::thread waiting;
+                desk::resetModel();
+                step.prepare();
+                if (fails && !released) {
+                    desk::failCall("x_sema_unlock", 1, Failure::kKeeps);
+                }
+                desk::atNextLine(step.line,
+                                 [&] { waiting = startWaiter(waiter, visible, &result); });
+                desk::setLogLevel("I");
+                desk::takeLog();
+                uint32_t h = kUnwritten;
+                EXPECT_EQ(fails ? -1 : 0, open(&h));
+                waiting.join();
+                EXPECT_EQ(fails ? -1 : 0, result);
+                EXPECT_EQ(fails ? 0 : visible, h);
+                const Lines log = desk::takeLog();
+                EXPECT_EQ(fails && !released, std::any_of(log.begin(), log.end(), [](auto& line) {
+                              return line.find("fail! return i4_rc") != std::string::npos;
+                          }));
+                desk::setLogLevel("");
+                desk::failNothing();
+                close(h);
+                EXPECT_EQ(-1, start(visible));
+                EXPECT_EQ("", desk::changesSince(before));
             }
-            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
-            const desk::ResourceCounts before = desk::resourceCounts();
-            const uint32_t visible = nextHandle();
-            gHoldAt = step.line;
-            gHeld = false;
-            gUsedDeletedSemaphore = false;
-            __android_log_set_logger(holdAtLine);
-            desk::setLogLevel("I");
-            step.prepare();
-            if (!released) {
-                desk::failCall("x_sema_unlock", 1, Failure::kKeeps);
-            }
-            uint32_t h = kUnwritten;
-            std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
-            {
-                std::unique_lock<std::mutex> lock(gHoldLock);
-                gHoldChanged.wait(lock, [] { return gHeld; });
-            }
-            int result = 9;
-            std::thread waiting = startWaiter(waiter, visible, &result);
-            {
-                const std::lock_guard<std::mutex> lock(gHoldLock);
-                gHoldAt = nullptr;
-                gHoldChanged.notify_all();
-            }
-            waiting.join();
-            opening.join();
-            EXPECT_EQ(-1, result);
-            EXPECT_EQ(0u, h);
-            EXPECT_EQ(!released, gUsedDeletedSemaphore);
-            EXPECT_EQ(-1, start(visible));
-            desk::setLogLevel("");
-            desk::keepLog();
-            desk::failNothing();
-            EXPECT_EQ("", desk::changesSince(before));
-            EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));
         }
     }
 }

@@ -33,7 +33,7 @@ class FrontendTest : public desk::LibraryTest {
 
 TEST_F(FrontendTest, ExceptionsWhileOpeningLeaveThePeerBound) {
     for (const char* method : {"onSetNativeHandle", "onOpenFrontend", "onCloseFrontend"}) {
-        desk::scriptThrows(method);
+        desk::script(method, "throws");
     }
     require();
     EXPECT_EQ(mCounts[desk::kGlobalRefs] + 1, desk::resourceCounts()[desk::kGlobalRefs]);

@@ -121,8 +121,11 @@ int clearScanCallbacks() {
 
 int openFilter(Stage& stage) {
     FLT_EVT_CB_T evt = {31, 32, stage.hthread};
-    return x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a), &stage.hfilter,
-                                 &evt, &gTag);
+    stage.hfilter = 7;  // shows whether it is written
+    const int result = x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a),
+                                             &stage.hfilter, &evt, &gTag);
+    addToLog("handle: " + std::to_string(stage.hfilter));
+    return result;
 }
 int openFilterOfAThread(Stage& stage) {
     Stage other = {stage.hthread};

@@ -35,8 +35,20 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
 }
 
+std::string& gAwaited = *new std::string();
+std::function<void()>& gAction = *new std::function<void()>();
+
 void keepLogLine(const __android_logger_data* data, const char* text) {
     addToLog(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
+    std::unique_lock<std::mutex> lock(gLock);
+    std::function<void()> action;
+    if (gAction && strstr(text, gAwaited.c_str()) != nullptr) {
+        action.swap(gAction);
+    }
+    lock.unlock();
+    if (action) {
+        action();
+    }
 }
 
 // The virtual machine calls this for everything that it prints: for a complaint, and then for each
@@ -82,16 +94,14 @@ void createVm(const std::vector<std::string>& options) {
 }
 
 jobject newClassLoader(const std::vector<std::string>& jars) {
-    JavaValue urls = {"[Ljava/net/URL;", {}};
     const jsize count = static_cast<jsize>(jars.size());
-    const jobjectArray array =
-        gJni.NewObjectArray(env(), count, findClass("java.net.URL"), nullptr);
+    const jobjectArray urls = gJni.NewObjectArray(env(), count, findClass("java.net.URL"), nullptr);
     for (jsize i = 0; i < count; ++i) {
         const std::string url = "file:" DESK_JARS "/" + jars[static_cast<size_t>(i)] + ".jar";
-        gJni.SetObjectArrayElement(env(), array, i, newObject("java.net.URL", url));
+        gJni.SetObjectArrayElement(env(), urls, i,
+                                   newObject("java.net.URL", "(Ljava/lang/String;)V", toJava(url)));
     }
-    urls.value.l = array;
-    return makeObject("java.net.URLClassLoader", {urls});
+    return newObject("java.net.URLClassLoader", "([Ljava/net/URL;)V", urls);
 }
 
 }  // namespace
@@ -110,7 +120,6 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
                                     reinterpret_cast<void*>(runFromJava)};
     gJni.RegisterNatives(env(), findClass("tests.FromJava"), &native, 1);
-    mustNotHaveThrown();
     return env();
 }
 
@@ -152,7 +161,9 @@ jobject classLoader() {
 
 bool loadLibrary() {
     const LocalFrame frame;
-    callMethod(findClass("desk.Loader"), nullptr, "load", {toJava(DESK_LIBRARY)}, "V");
+    const jclass loader = findClass("desk.Loader");
+    const jmethodID load = gJni.GetStaticMethodID(env(), loader, "load", "(Ljava/lang/String;)V");
+    gJni.CallStaticVoidMethod(env(), loader, load, toJava(DESK_LIBRARY));
     if (!gJni.ExceptionCheck(env())) {
         return true;
     }
@@ -163,7 +174,8 @@ bool loadLibrary() {
 
 jint callFromJava(const std::function<jint()>& work) {
     tFromJava = &work;
-    callMethod(findClass("tests.FromJava"), nullptr, "run", {}, "V");
+    const jclass clazz = findClass("tests.FromJava");
+    gJni.CallStaticVoidMethod(env(), clazz, gJni.GetStaticMethodID(env(), clazz, "run", "()V"));
     gJni.ExceptionCheck(env());  // -Xcheck:jni wants to see that it is asked
     return tFromJavaResult;
 }
@@ -175,6 +187,12 @@ void setLogLevel(const char* level) {
 void keepLog() {
     __android_log_set_logger(keepLogLine);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);  // the platform drops lines below INFO
+}
+
+void atNextLine(const std::string& text, const std::function<void()>& action) {
+    const std::lock_guard<std::mutex> lock(gLock);
+    gAwaited = text;
+    gAction = action;
 }
 
 void addToLog(std::string line) {

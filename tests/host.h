@@ -74,7 +74,9 @@ class LocalFrame {
 };
 
 void setLogLevel(const char* level);
-void keepLog();                      // from now on lines are kept instead of printed
+void keepLog();  // from now on lines are kept instead of printed
+// Does this once, at the next line that has the text, before the thread that logs it goes on.
+void atNextLine(const std::string& text, const std::function<void()>& action);
 void addToLog(std::string line);     // something else that happened
 std::vector<std::string> takeLog();  // those since the last time, "E message", in order
 

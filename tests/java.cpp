@@ -1,7 +1,8 @@
 #include "tests/java.h"
 
-#include <cstdio>
+#include <cstdarg>
 #include <cstdlib>
+#include <cstring>
 
 namespace desk {
 
@@ -14,22 +15,6 @@ Result ok(Result result) {
     return result;
 }
 
-std::string signatureOf(const JavaValues& arguments, const char* resultType) {
-    std::string signature = "(";
-    for (const JavaValue& argument : arguments) {
-        signature += argument.type;
-    }
-    return signature + ")" + resultType;
-}
-
-std::vector<jvalue> valuesOf(const JavaValues& arguments) {
-    std::vector<jvalue> values;
-    for (const JavaValue& argument : arguments) {
-        values.push_back(argument.value);
-    }
-    return values;
-}
-
 }  // namespace
 
 void mustNotHaveThrown() {
@@ -40,57 +25,16 @@ void mustNotHaveThrown() {
 }
 
 jclass findClass(const std::string& name) {
-    static const jclass clazz = static_cast<jclass>(
-        realJni().NewGlobalRef(env(), realJni().FindClass(env(), "java/lang/Class")));
-    JavaValue loader = {"Ljava/lang/ClassLoader;", {}};
-    loader.value.l = classLoader();
-    return static_cast<jclass>(
-        ok(callMethod(clazz, nullptr, "forName", {toJava(name), toJava(false), loader},
-                      "Ljava/lang/Class;")
-               .l));
-}
-
-JavaValue toJava(const std::string& value) {
-    JavaValue result = {"Ljava/lang/String;", {}};
-    result.value.l = ok(realJni().NewStringUTF(env(), value.c_str()));
-    return result;
-}
-
-std::string fromJava(jobject text) {
-    const jstring string = static_cast<jstring>(text);
-    const char* chars = realJni().GetStringUTFChars(env(), string, nullptr);
-    std::string result = chars;
-    realJni().ReleaseStringUTFChars(env(), string, chars);
-    return result;
-}
-
-jvalue callMethod(jclass clazz, jobject object, const char* method, const JavaValues& arguments,
-                  const char* resultType) {
     const JNINativeInterface_& jni = realJni();
-    const std::string signature = signatureOf(arguments, resultType);
-    const auto lookUp = object != nullptr ? jni.GetMethodID : jni.GetStaticMethodID;
-    const jmethodID id = ok(lookUp(env(), clazz, method, signature.c_str()));
-    const std::vector<jvalue> values = valuesOf(arguments);
-    jvalue result = {};
-    if (object != nullptr && *resultType == 'I') {
-        result.i = jni.CallIntMethodA(env(), object, id, values.data());
-    } else if (object != nullptr) {
-        jni.CallVoidMethodA(env(), object, id, values.data());
-    } else if (*resultType == 'V') {
-        jni.CallStaticVoidMethodA(env(), clazz, id, values.data());
-    } else if (*resultType == 'Z') {
-        result.z = jni.CallStaticBooleanMethodA(env(), clazz, id, values.data());
-    } else {
-        result.l = jni.CallStaticObjectMethodA(env(), clazz, id, values.data());
-    }
-    return result;
+    const jclass clazz = jni.FindClass(env(), "java/lang/Class");
+    const jmethodID forName = jni.GetStaticMethodID(
+        env(), clazz, "forName", "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;");
+    return static_cast<jclass>(ok(
+        jni.CallStaticObjectMethod(env(), clazz, forName, toJava(name), JNI_FALSE, classLoader())));
 }
 
-jobject makeObject(const std::string& name, const JavaValues& arguments) {
-    const jclass clazz = findClass(name);
-    const jmethodID id =
-        ok(realJni().GetMethodID(env(), clazz, "<init>", signatureOf(arguments, "V").c_str()));
-    return ok(realJni().NewObjectA(env(), clazz, id, valuesOf(arguments).data()));
+jstring toJava(const std::string& text) {
+    return ok(realJni().NewStringUTF(env(), text.c_str()));
 }
 
 jintArray newArray(const std::vector<jint>& values) {
@@ -105,6 +49,41 @@ jbyteArray newArray(const std::vector<jbyte>& values) {
     const jbyteArray array = ok(realJni().NewByteArray(env(), length));
     realJni().SetByteArrayRegion(env(), array, 0, length, values.data());
     return array;
+}
+
+jobject newObject(const std::string& name, const char* signature, ...) {
+    const jclass clazz = findClass(name);
+    va_list args;
+    va_start(args, signature);
+    const jmethodID id = ok(realJni().GetMethodID(env(), clazz, "<init>", signature));
+    const jobject object = ok(realJni().NewObjectV(env(), clazz, id, args));
+    va_end(args);
+    return object;
+}
+
+jobject callStatic(const std::string& name, const char* method, const char* signature, ...) {
+    const JNINativeInterface_& jni = realJni();
+    jni.PushLocalFrame(env(), 16);
+    const jclass clazz = findClass(name);
+    const jmethodID id = ok(jni.GetStaticMethodID(env(), clazz, method, signature));
+    va_list args;
+    va_start(args, signature);
+    jobject result = nullptr;
+    if (strchr(signature, 'V') == nullptr) {
+        result = jni.CallStaticObjectMethodV(env(), clazz, id, args);
+    } else {
+        jni.CallStaticVoidMethodV(env(), clazz, id, args);
+    }
+    va_end(args);
+    return ok(jni.PopLocalFrame(env(), ok(result)));
+}
+
+std::string fromJava(jobject text) {
+    const jstring string = static_cast<jstring>(text);
+    const char* chars = realJni().GetStringUTFChars(env(), string, nullptr);
+    std::string result = chars;
+    realJni().ReleaseStringUTFChars(env(), string, chars);
+    return result;
 }
 
 }  // namespace desk

@@ -381,7 +381,7 @@ int main(int argc, char** argv) {
 
     desk::startWatchedVm({desk::kSmallHeap});
     check(desk::keepingInterrupt(desk::loadWatchedLibrary) == JNI_VERSION_1_4, "load");
-    desk::callStatic("tests.StressModel", "install");
+    desk::callStatic("tests.StressModel", "install", "()V");
 
     const desk::ResourceCounts before = desk::resourceCounts();
     auto pipelines = std::make_unique<Pipelines>();
@@ -390,7 +390,8 @@ int main(int argc, char** argv) {
     x_velmora_filter_register_filter_status_callback(onStatus);
     runThreads(*pipelines, seconds, seed);
     pipelines.reset();
-    const std::string wrong = desk::callStatic<std::string>("tests.StressModel", "fault");
+    const std::string wrong =
+        desk::fromJava(desk::callStatic("tests.StressModel", "fault", "()Ljava/lang/String;"));
     check(wrong.empty(), wrong.c_str());
     for (const auto& [name, count] : desk::resourceCounts()) {
         check(count == before.at(name), ("left: " + name).c_str(), before.at(name), count);

@@ -203,7 +203,8 @@ std::string textOf(const char* type, const jvalue* argument) {
                                    : *type == 'I' ? argument->i
                                                   : argument->j);
         } else {
-            text += callStatic<std::string>("tests.ScriptedModel", "show", argument->l);
+            text += fromJava(callStatic("tests.ScriptedModel", "show",
+                                        "(Ljava/lang/Object;)Ljava/lang/String;", argument->l));
         }
         type += *type == 'L' ? strcspn(type, ";") + 1 : *type == '[' ? 2 : 1;
     }
@@ -245,7 +246,7 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
     }
     if (result == Failure::kThrows) {
         const LocalFrame frame;
-        env->Throw(static_cast<jthrowable>(newObject("tests.MadeToFail")));
+        env->Throw(static_cast<jthrowable>(newObject("tests.MadeToFail", "()V")));
     }
     return result;
 }

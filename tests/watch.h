@@ -12,6 +12,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "tests/device.h"
@@ -38,10 +39,16 @@ auto callWatched(const Function& function) {
     return function();
 }
 
-// Reports an event, watched; args as for reportEvent.
+// Reports an event, watched: its numbers, or its list and the length.
 template <typename... Args>
-jint report(Event event, uint32_t handle, const Args&... args) {
-    return callWatched([&] { return reportEvent(event, {toJava(handle), toJava(args)...}); });
+jint report(Event event, uint32_t handle, Args... args) {
+    return callWatched([&] {
+        if constexpr ((std::is_pointer_v<Args> || ...)) {
+            return reportEvent(event, handle, args...);
+        } else {
+            return reportEvent(event, handle, nullptr, std::vector<jint>{args...});
+        }
+    });
 }
 
 // Starts the virtual machine so that threads can be watched, and keeps the log.

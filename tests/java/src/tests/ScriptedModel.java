@@ -2,6 +2,7 @@ package tests;
 
 import desk.Device;
 import desk.DeviceModel;
+import java.lang.reflect.Constructor;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
@@ -20,6 +21,8 @@ import java.util.stream.Collectors;
  * is named as in "onTune" or, to tell classes apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
 public final class ScriptedModel implements DeviceModel {
+    private static final Object NOTHING = new Object();
+
     private static volatile ScriptedModel sModel;
 
     private static final class Hold {
@@ -41,9 +44,36 @@ public final class ScriptedModel implements DeviceModel {
         Device.model = sModel;
     }
 
-    /** value: null for no result, an exception to be thrown; of "section", the bytes that onRead reads. */
-    public static void returns(String method, Object value) {
-        sModel.mAnswers.put(method, value);
+    /** does: "throws", "null", "true", "false", a list as "[1, 2]", "new CLASS", or a number. */
+    public static void script(String method, String does) throws ReflectiveOperationException {
+        final Object answer = switch (does) {
+            case "throws" -> new MadeToFail();
+            case "null" -> NOTHING;
+            case "true", "false" -> Boolean.valueOf(does);
+            default -> does.startsWith("[") ? list(does) : does.startsWith("new ") ? make(does) : Long.valueOf(does);
+        };
+        sModel.mAnswers.put(method, answer);
+    }
+
+    private static int[] list(String text) {
+        final String numbers = text.substring(1, text.length() - 1);
+        return numbers.isEmpty() ? new int[0]
+                : Arrays.stream(numbers.split(", ")).mapToInt(Integer::parseInt).toArray();
+    }
+
+    /** An object whose members are 0. No model is asked. */
+    private static Object make(String text) throws ReflectiveOperationException {
+        final Constructor<?> constructor =
+                Class.forName("android.media.tv.tuner.frontend." + text.substring(4)).getDeclaredConstructors()[0];
+        constructor.setAccessible(true);
+        final Object[] zeros = Arrays.stream(constructor.getParameterTypes())
+                .map(type -> !type.isPrimitive() ? null : type == boolean.class ? (Object) false
+                        : type == long.class ? (Object) 0L : (Object) 0)
+                .toArray();
+        Device.model = (self, method, args) -> null;
+        final Object object = constructor.newInstance(zeros);
+        Device.model = sModel;
+        return object;
     }
 
     /** From now on the method waits, until it is released. */
@@ -51,8 +81,9 @@ public final class ScriptedModel implements DeviceModel {
         sModel.mHolds.put(method, new Hold());
     }
 
-    public static boolean awaitHeld(String method) {
-        return sModel.mHolds.get(method).entered.completeOnTimeout(false, 60, TimeUnit.SECONDS).join();
+    /** Null when none came in a minute. */
+    public static Object awaitHeld(String method) {
+        return sModel.mHolds.get(method).entered.completeOnTimeout(null, 60, TimeUnit.SECONDS).join();
     }
 
     public static void release(String method) {
@@ -90,14 +121,17 @@ public final class ScriptedModel implements DeviceModel {
             hold.entered.complete(true);
             hold.released.join();
         }
-        if (method.equals("onRead") && mAnswers.get("section") instanceof byte[] section) {
-            System.arraycopy(section, 0, (byte[]) args[0], 0, section.length);
+        if (method.equals("onRead")) {
+            final byte[] section = (byte[]) args[0];
+            for (int i = 0; i < section.length; i++) {
+                section[i] = (byte) (1 + i * 37 + i / 256);
+            }
         }
         final Object answer = mAnswers.getOrDefault(full, mAnswers.getOrDefault(method, mAnswers.get("*")));
         if (answer instanceof RuntimeException exception) {
             throw exception;
         }
-        return answer;
+        return answer == NOTHING ? null : answer;
     }
 
     private synchronized void record(Object self, String method, Object[] args) {
