@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <memory>
 #include <thread>
 
 #include "mw/basic_services.h"
@@ -46,23 +45,15 @@ class FilterTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
         LibraryTest::SetUp();
-        mPipeline = std::make_unique<desk::Pipeline>();
         desk::registerCountingCallbacks(mPipeline->handle());
         desk::takeCalls();
     }
-    void TearDown() override {
-        mPipeline.reset();
-        LibraryTest::TearDown();
-    }
-
     int open(uint32_t* ph_filter) {
         FLT_EVT_CB_T evt = {};
         return callWatched([&] {
             return x_velmora_filter_open(mPipeline->handle(), 1, 2, 3, ph_filter, &evt, nullptr);
         });
     }
-
-    std::unique_ptr<desk::Pipeline> mPipeline;
 };
 
 TEST_F(FilterTest, SectionConfigHandsOnFlagsAsBooleansAndPatternsAsTheyAre) {

@@ -15,6 +15,7 @@ void LibraryTest::SetUp() {
     resetModel();
     setLogLevel("");
     takeLog();
+    mPipeline.emplace();
     mCounts = resourceCounts();
 }
 
@@ -23,6 +24,7 @@ void LibraryTest::TearDown() {
     EXPECT_FALSE(env()->ExceptionCheck());
     EXPECT_EQ("", changesSince(mCounts));
     EXPECT_EQ(std::vector<std::string>(), takeComplaints());
+    mPipeline.reset();
     mFrame.reset();
 }
 

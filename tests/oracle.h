@@ -110,13 +110,9 @@ struct Outcome {
     std::string actual;  // the same when the library did right
 };
 
-// A registered tuner, in a virtual machine that has the library loaded.
-struct Device {
-    Device();
-    ~Device();
-    const desk::Pipeline pipeline;
-};
-Outcome check(const Device& device, Case call);
+// Makes the call for a pipeline that has a registered tuner. Before the first, listen() once.
+void listen();
+Outcome check(uint32_t h_pipeline, Case call);
 
 // The numbers as Java shows them: "[1, 2]".
 std::string listOf(const std::vector<int32_t>& numbers);

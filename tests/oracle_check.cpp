@@ -9,12 +9,16 @@ namespace {
 void script(const Case& call) {
     desk::resetModel();
     for (const auto& [method, answer] : call.answers) {
+        if (answer.does == Answer::kReturns && answer.type == Type::kObject) {
+            desk::scriptObject(method, call.objectClass);
+            continue;
+        }
         desk::script(method, answer.does == Answer::kThrows   ? "throws"
                              : answer.does == Answer::kIsNull ? "null"
                              : answer.type == Type::kList     ? listOf(answer.list)
-                             : answer.type == Type::kObject   ? "new " + call.objectClass
-                             : answer.type == Type::kBoolean  ? answer.value != 0 ? "true" : "false"
-                                                              : std::to_string(answer.value));
+                             : answer.type != Type::kBoolean  ? std::to_string(answer.value)
+                             : answer.value != 0              ? "true"
+                                                              : "false");
     }
 }
 
@@ -36,18 +40,12 @@ int make(const Case& call, uint32_t pipeline, uint8_t* record, int32_t* kinds) {
 
 }  // namespace
 
-Device::Device() {
+void listen() {
     desk::keepJavaCalls();
     desk::setLogLevel("V");
-    desk::callWatched([&] { return x_native_frontend_require_tuner(pipeline.handle()); });
 }
 
-Device::~Device() {
-    desk::callWatched([&] { return x_native_frontend_close_tuner(pipeline.handle()); });
-    desk::setLogLevel("");
-}
-
-Outcome check(const Device& device, Case call) {
+Outcome check(uint32_t h_pipeline, Case call) {
     const desk::LocalFrame frame;
     // Copies of exactly these bytes, so that the sanitizers see an access beyond them.
     Bytes codeRate = call.codeRate.value_or(Bytes());
@@ -66,7 +64,7 @@ Outcome check(const Device& device, Case call) {
     desk::takeLog();
     const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handle
     const int result = desk::callWatched([&] {
-        return make(call, device.pipeline.handle() ^ wrong,
+        return make(call, h_pipeline ^ wrong,
                     call.missing == Case::kRecord ? nullptr : record.data(),
                     call.missing == Case::kKinds ? nullptr : kinds.data());
     });

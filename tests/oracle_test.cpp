@@ -10,6 +10,7 @@
 #include <iostream>
 #include <random>
 
+#include "mw/frontend.h"
 #include "tests/library_test.h"
 
 namespace oracle {
@@ -20,20 +21,19 @@ class OracleTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
         LibraryTest::SetUp();
-        mDevice.emplace();
+        listen();
+        desk::callWatched([&] { return x_native_frontend_require_tuner(mPipeline->handle()); });
     }
     void TearDown() override {
-        mDevice.reset();
+        desk::callWatched([&] { return x_native_frontend_close_tuner(mPipeline->handle()); });
         LibraryTest::TearDown();
     }
 
     void expectRight(const Case& call) {
-        const Outcome outcome = check(*mDevice, call);
+        const Outcome outcome = check(mPipeline->handle(), call);
         EXPECT_EQ(outcome.expected, outcome.actual)
             << "What must arrive is said by the tables of tests/oracle.cpp, as kStatusKinds.";
     }
-
-    std::optional<Device> mDevice;
 };
 
 Case caseOf(Entry entry) {

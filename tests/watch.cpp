@@ -27,56 +27,53 @@ const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
 const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
 const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
 
-constexpr unsigned kWhilePending = 1;  // JNI allows it with a Java exception pending
-constexpr unsigned kEntersJava = 2;
-
 enum Counter { kNoCount, kGlobals, kLocals, kElements, kAttachments, kCounters };
 std::array<std::atomic<int>, kCounters> gCounts;
 
 // Every call that the library makes, each named as the function is: JNI functions with their ways to
-// fail, their properties and the count that they change; then the invocation interface and, in the
+// fail, whether Java runs in them, and the count that they change; then the invocation interface and, in the
 // order of desk_service_t, the services. IsSameObject and the array regions never fail: the library
 // sets whole arrays.
-#define CALLS(JNI, OTHER)                                                    \
-    JNI(FindClass, kFailsOrThrows, kEntersJava, kLocals, 1)                  \
-    JNI(GetMethodID, kFailsOrThrows, kEntersJava, kNoCount, 0)               \
-    JNI(RegisterNatives, kFailsOrThrows, 0, kNoCount, 0)                     \
-    JNI(NewGlobalRef, kFailsOrThrows, 0, kGlobals, 1)                        \
-    JNI(DeleteGlobalRef, kNever, kWhilePending, kGlobals, -1)                \
-    JNI(NewLocalRef, kFailsOrThrows, 0, kLocals, 1)                          \
-    JNI(DeleteLocalRef, kNever, kWhilePending, kLocals, -1)                  \
-    JNI(IsSameObject, kNever, 0, kNoCount, 0)                                \
-    JNI(NewObjectA, kFailsOrThrows, kEntersJava, kLocals, 1)                 \
-    JNI(CallVoidMethodA, kThrows, kEntersJava, kNoCount, 0)                  \
-    JNI(CallBooleanMethodA, kThrows, kEntersJava, kNoCount, 0)               \
-    JNI(CallIntMethodA, kThrows, kEntersJava, kNoCount, 0)                   \
-    JNI(CallLongMethodA, kThrows, kEntersJava, kNoCount, 0)                  \
-    JNI(CallObjectMethodA, kFailsOrThrows, kEntersJava, kLocals, 1)          \
-    JNI(NewByteArray, kFailsOrThrows, 0, kLocals, 1)                         \
-    JNI(NewIntArray, kFailsOrThrows, 0, kLocals, 1)                          \
-    JNI(GetArrayLength, kNever, 0, kNoCount, 0)                              \
-    JNI(SetByteArrayRegion, kNever, 0, kNoCount, 0)                          \
-    JNI(SetIntArrayRegion, kNever, 0, kNoCount, 0)                           \
-    JNI(GetByteArrayElements, kFailsOrThrows, 0, kElements, 1)               \
-    JNI(GetIntArrayElements, kFailsOrThrows, 0, kElements, 1)                \
-    JNI(ReleaseByteArrayElements, kNever, kWhilePending, kElements, -1)      \
-    JNI(ReleaseIntArrayElements, kNever, kWhilePending, kElements, -1)       \
-    JNI(ExceptionCheck, kNever, kWhilePending, kNoCount, 0)                  \
-    JNI(ExceptionDescribe, kNever, kWhilePending | kEntersJava, kNoCount, 0) \
-    JNI(ExceptionClear, kNever, kWhilePending, kNoCount, 0)                  \
-    OTHER(GetEnv, kFailsOrIsEmpty, kWhilePending)                            \
-    OTHER(AttachCurrentThread, kFailsOrIsEmpty, kWhilePending)               \
-    OTHER(DetachCurrentThread, kFails, 0)                                    \
-    OTHER(handle_alloc, kFails, kWhilePending)                               \
-    OTHER(handle_get_type_obj, kFailsOrIsEmpty, kWhilePending)               \
-    OTHER(handle_get_obj, kFailsOrIsEmpty, kWhilePending)                    \
-    OTHER(handle_free, kFails, kWhilePending)                                \
-    OTHER(x_sema_create, kFails, kWhilePending)                              \
-    OTHER(x_sema_lock, kFails, kWhilePending)                                \
-    OTHER(x_sema_unlock, kFailsOrKeeps, kWhilePending)                       \
-    OTHER(x_sema_delete, kFails, kWhilePending)                              \
-    OTHER(x_mem_alloc, kFails, kWhilePending)                                \
-    OTHER(x_mem_free, kNever, kWhilePending)
+#define CALLS(JNI, OTHER)                                          \
+    JNI(FindClass, kFailsOrThrows, true, kLocals, 1)               \
+    JNI(GetMethodID, kFailsOrThrows, true, kNoCount, 0)            \
+    JNI(RegisterNatives, kFailsOrThrows, false, kNoCount, 0)       \
+    JNI(NewGlobalRef, kFailsOrThrows, false, kGlobals, 1)          \
+    JNI(DeleteGlobalRef, kNever, false, kGlobals, -1)              \
+    JNI(NewLocalRef, kFailsOrThrows, false, kLocals, 1)            \
+    JNI(DeleteLocalRef, kNever, false, kLocals, -1)                \
+    JNI(IsSameObject, kNever, false, kNoCount, 0)                  \
+    JNI(NewObjectA, kFailsOrThrows, true, kLocals, 1)              \
+    JNI(CallVoidMethodA, kThrows, true, kNoCount, 0)               \
+    JNI(CallBooleanMethodA, kThrows, true, kNoCount, 0)            \
+    JNI(CallIntMethodA, kThrows, true, kNoCount, 0)                \
+    JNI(CallLongMethodA, kThrows, true, kNoCount, 0)               \
+    JNI(CallObjectMethodA, kFailsOrThrows, true, kLocals, 1)       \
+    JNI(NewByteArray, kFailsOrThrows, false, kLocals, 1)           \
+    JNI(NewIntArray, kFailsOrThrows, false, kLocals, 1)            \
+    JNI(GetArrayLength, kNever, false, kNoCount, 0)                \
+    JNI(SetByteArrayRegion, kNever, false, kNoCount, 0)            \
+    JNI(SetIntArrayRegion, kNever, false, kNoCount, 0)             \
+    JNI(GetByteArrayElements, kFailsOrThrows, false, kElements, 1) \
+    JNI(GetIntArrayElements, kFailsOrThrows, false, kElements, 1)  \
+    JNI(ReleaseByteArrayElements, kNever, false, kElements, -1)    \
+    JNI(ReleaseIntArrayElements, kNever, false, kElements, -1)     \
+    JNI(ExceptionCheck, kNever, false, kNoCount, 0)                \
+    JNI(ExceptionDescribe, kNever, true, kNoCount, 0)              \
+    JNI(ExceptionClear, kNever, false, kNoCount, 0)                \
+    OTHER(GetEnv, kFailsOrIsEmpty)                                 \
+    OTHER(AttachCurrentThread, kFailsOrIsEmpty)                    \
+    OTHER(DetachCurrentThread, kFails)                             \
+    OTHER(handle_alloc, kFails)                                    \
+    OTHER(handle_get_type_obj, kFailsOrIsEmpty)                    \
+    OTHER(handle_get_obj, kFailsOrIsEmpty)                         \
+    OTHER(handle_free, kFails)                                     \
+    OTHER(x_sema_create, kFails)                                   \
+    OTHER(x_sema_lock, kFails)                                     \
+    OTHER(x_sema_unlock, kFailsOrKeeps)                            \
+    OTHER(x_sema_delete, kFails)                                   \
+    OTHER(x_mem_alloc, kFails)                                     \
+    OTHER(x_mem_free, kNever)
 
 enum class Call {
 #define CALL_NAME(name, ...) name,
@@ -88,13 +85,13 @@ constexpr size_t kCalls = static_cast<size_t>(Call::kEnd);
 struct CallTraits {
     const char* name;
     Ways ways;
-    unsigned properties;
+    bool entersJava;
     Counter count;
     int change;
 };
 const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
-#define JNI_TRAITS(name, ways, properties, ...) {#name, ways, properties, __VA_ARGS__},
-#define OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoCount, 0},
+#define JNI_TRAITS(name, ...) {#name, __VA_ARGS__},
+#define OTHER_TRAITS(name, ways) {#name, ways, false, kNoCount, 0},
     CALLS(JNI_TRAITS, OTHER_TRAITS)};
 std::array<std::atomic<unsigned long>, kCalls> gServiceCalls;
 
@@ -221,10 +218,8 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
     {
         const std::lock_guard<std::mutex> lock(gState.lock);
         if (gState.recording) {
-            const CallTraits& made = traits(call);
-            gState.points.push_back({made.name, subject.name(), subject.number, made.ways,
-                                     env != nullptr && (made.properties & kWhilePending) == 0 &&
-                                         realJni().ExceptionCheck(env)});
+            gState.points.push_back(
+                {traits(call).name, subject.name(), subject.number, traits(call).ways});
         }
         for (Fault& fault : gState.faults) {
             if (hits(&fault, call)) {
@@ -311,7 +306,7 @@ struct Hook<member, call> {
 
     static Result JNICALL callReal(JNIEnv* env, Args... args) {
         // What Java does in there is not the library's.
-        const Watch watch((traits(call).properties & kEntersJava) == 0);
+        const Watch watch(!traits(call).entersJava);
         return (realJni().*member)(env, args...);
     }
 };

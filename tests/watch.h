@@ -79,7 +79,6 @@ struct Point {
     std::string of;  // the Java method that is called, or the name that is looked up or registered
     jint mode;       // of a release of array elements
     std::vector<Failure> ways;  // in which it can fail
-    bool whilePending;          // made with a Java exception pending, which JNI does not allow
 };
 void record();
 void failNthCall(size_t nth, Failure failure);  // of any kind, from now on; the next is the 0th

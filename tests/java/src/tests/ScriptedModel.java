@@ -2,7 +2,6 @@ package tests;
 
 import desk.Device;
 import desk.DeviceModel;
-import java.lang.reflect.Constructor;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
@@ -44,36 +43,21 @@ public final class ScriptedModel implements DeviceModel {
         Device.model = sModel;
     }
 
-    /** does: "throws", "null", "true", "false", a list as "[1, 2]", "new CLASS", or a number. */
-    public static void script(String method, String does) throws ReflectiveOperationException {
-        final Object answer = switch (does) {
+    /** does: "throws", "null", "true", "false", a list as "[1, 2]", or a number. */
+    public static void script(String method, String does) {
+        sModel.mAnswers.put(method, switch (does) {
             case "throws" -> new MadeToFail();
             case "null" -> NOTHING;
             case "true", "false" -> Boolean.valueOf(does);
-            default -> does.startsWith("[") ? list(does) : does.startsWith("new ") ? make(does) : Long.valueOf(does);
-        };
-        sModel.mAnswers.put(method, answer);
+            case "[]" -> new int[0];
+            default -> does.startsWith("[")
+                    ? Arrays.stream(does.substring(1, does.length() - 1).split(", ")).mapToInt(Integer::parseInt).toArray()
+                    : Long.valueOf(does);
+        });
     }
 
-    private static int[] list(String text) {
-        final String numbers = text.substring(1, text.length() - 1);
-        return numbers.isEmpty() ? new int[0]
-                : Arrays.stream(numbers.split(", ")).mapToInt(Integer::parseInt).toArray();
-    }
-
-    /** An object whose members are 0. No model is asked. */
-    private static Object make(String text) throws ReflectiveOperationException {
-        final Constructor<?> constructor =
-                Class.forName("android.media.tv.tuner.frontend." + text.substring(4)).getDeclaredConstructors()[0];
-        constructor.setAccessible(true);
-        final Object[] zeros = Arrays.stream(constructor.getParameterTypes())
-                .map(type -> !type.isPrimitive() ? null : type == boolean.class ? (Object) false
-                        : type == long.class ? (Object) 0L : (Object) 0)
-                .toArray();
-        Device.model = (self, method, args) -> null;
-        final Object object = constructor.newInstance(zeros);
-        Device.model = sModel;
-        return object;
+    public static void returns(String method, Object value) {
+        sModel.mAnswers.put(method, value);
     }
 
     /** From now on the method waits, until it is released. */
