@@ -13,7 +13,7 @@ int gTag;
 
 namespace {
 
-const std::string kServices = "com.halvorin.tv.velmora.services.";
+constexpr char kServices[] = "com.halvorin.tv.velmora.services.";
 constexpr const char* kEventMethods[] = {
 #define EVENT_METHOD(name, method) method,
     EVENTS(EVENT_METHOD)};
@@ -165,13 +165,15 @@ Pipeline::Pipeline() {
     const LocalFrame frame;
     for (Reporter* reporter : {&gScan, &gLnb, &gFilter}) {
         if (reporter->object == nullptr) {
-            const std::string name = kServices + "selector.connectmanager." + reporter->name;
+            const std::string name =
+                std::string(kServices) + "selector.connectmanager." + reporter->name;
             reporter->clazz = static_cast<jclass>(realJni().NewGlobalRef(env(), findClass(name)));
             reporter->object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
         }
     }
-    mObject = realJni().NewGlobalRef(env(), newObject(kServices + "pipeline.PipelineHandler",
-                                                      "(Ljava/lang/String;)V", toJava("tv")));
+    mObject =
+        realJni().NewGlobalRef(env(), newObject(std::string(kServices) + "pipeline.PipelineHandler",
+                                                "(Ljava/lang/String;)V", toJava("tv")));
     mWeak = realJni().NewWeakGlobalRef(env(), mObject);
     handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
 }

@@ -13,7 +13,7 @@
 namespace {
 
 FILE* gReport;  // the error stream, also when the fuzzer has closed it for everybody else
-uint32_t gPipeline;
+desk::Pipeline* gPipeline;
 
 }  // namespace
 
@@ -23,15 +23,15 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     if (!desk::loadWatchedLibrary()) {
         abort();
     }
-    gPipeline = (new desk::Pipeline())->handle();
+    gPipeline = new desk::Pipeline();
     oracle::listen();
-    desk::callWatched([] { return x_native_frontend_require_tuner(gPipeline); });
+    desk::callWatched([] { return x_native_frontend_require_tuner(gPipeline->handle()); });
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const oracle::Bytes bytes(data, data + size);
-    const oracle::Outcome outcome = oracle::check(gPipeline, oracle::caseFrom({bytes}));
+    const oracle::Outcome outcome = oracle::check(gPipeline->handle(), oracle::caseFrom({bytes}));
     if (outcome.expected != outcome.actual) {
         fprintf(gReport, "expected:\n%s\n\nactual:\n%s\n", outcome.expected.c_str(),
                 outcome.actual.c_str());
