@@ -207,16 +207,8 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
 // What differs is written once for all rows that differ alike, and once for all differences that have
 // the same causes.
 std::string functionsTxt(std::map<std::string, Seen> seen) {
-    struct Difference {
-        bool isLine;
-        std::string what;
-        Names causes;
-        bool operator<(const Difference& other) const {
-            return std::tie(isLine, what, causes) <
-                   std::tie(other.isLine, other.what, other.causes);
-        }
-    };
-    std::map<Difference, Names> rowsOf;
+    // By whether it is a line, by what differs, and by its causes.
+    std::map<std::tuple<bool, std::string, Names>, Names> rowsOf;
     for (const auto& [row, all] : seen) {
         for (const auto& [line, causes] : all.lines) {
             rowsOf[{true, line, named(causes)}].insert(row);
@@ -227,11 +219,12 @@ std::string functionsTxt(std::map<std::string, Seen> seen) {
     }
     std::map<Names, std::map<Names, Differences>> sections;  // by rows and causes
     for (const auto& [difference, rows] : rowsOf) {
-        Differences& differences = sections[rows][difference.causes];
-        if (difference.isLine) {
-            differences.lines.insert(difference.what);
+        const auto& [isLine, what, causes] = difference;
+        Differences& differences = sections[rows][causes];
+        if (isLine) {
+            differences.lines.insert(what);
         } else {
-            differences.others += (differences.others.empty() ? ": " : ", ") + difference.what;
+            differences.others += (differences.others.empty() ? ": " : ", ") + what;
         }
     }
     std::string text = kHead;
