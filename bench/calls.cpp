@@ -6,7 +6,7 @@
 #include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/host.h"
+#include "tests/device.h"
 
 // In front of the development machine's own, which blocks signals and so takes longer than a whole
 // call: every property is unset, which closes the log gate.
@@ -166,21 +166,19 @@ std::vector<Call> events() {
     std::vector<Call> calls;
     for (int number = 0; number <= static_cast<int>(Event::kFilterStatus); ++number) {
         const Event event = static_cast<Event>(number);
-        desk::JavaValues arguments = {
-            desk::toJava(event >= Event::kSection ? lane().filter : pipeline())};
+        const uint32_t handle = event >= Event::kSection ? lane().filter : pipeline();
+        jarray list = nullptr;
         if (event >= Event::kFrequencies && event <= Event::kStreamIds) {
-            arguments.push_back(desk::toJava(desk::newArray(std::vector<jint>(kListLength))));
+            list = desk::newArray(std::vector<jint>(kListLength));
         } else if (event == Event::kDiseqc) {
-            arguments.push_back(desk::toJava(desk::newArray(std::vector<jbyte>(kListLength))));
+            list = desk::newArray(std::vector<jbyte>(kListLength));
         }
-        if (event > Event::kStopped) {
-            arguments.resize(event == Event::kSection ? 5 : arguments.size() + 1,
-                             desk::toJava(kListLength));
-        }
+        const size_t count = event == Event::kSection ? 4 : event <= Event::kStopped ? 0 : 1;
+        const std::vector<jint> numbers(count, kListLength);
         const int heard = event == Event::kSignalType ? 0 : 1;
         const auto report = [=] {
             desk::takeHeard();
-            const int result = desk::reportEvent(event, arguments);
+            const int result = desk::reportEvent(event, handle, list, numbers);
             return desk::takeHeard() == heard ? result : -1;
         };
         calls.push_back({desk::methodOf(event), report, 0, "nothing", [] {}, [] {}, "java"});
@@ -203,12 +201,13 @@ std::vector<Call> makeCalls() {
 
 int reportSections() {
     desk::takeHeard();
-    desk::callStatic("bench.BenchDevice", "reportSections", lane().filter, kSections);
+    desk::callStatic("bench.BenchDevice", "reportSections", "(II)V", lane().filter, kSections);
     return desk::takeHeard() == kSections ? 0 : -1;
 }
 
 void answer(const std::string& what) {
-    desk::callStatic("bench.BenchDevice", "answer", what);
+    const desk::LocalFrame frame;
+    desk::callStatic("bench.BenchDevice", "answer", "(Ljava/lang/String;)V", desk::toJava(what));
 }
 
 }  // namespace bench

@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "bench/calls.h"
-#include "tests/host.h"
+#include "tests/device.h"
 
 namespace {
 

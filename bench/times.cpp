@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "bench/calls.h"
-#include "tests/host.h"
+#include "tests/device.h"
 
 namespace {
 

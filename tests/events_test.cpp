@@ -102,7 +102,7 @@ TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
 }
 
 TEST_F(EventsTest, CallbackIsLoggedBeforeTheBytesAreTaken) {
-    desk::failCall(desk::Call::GetByteArrayElements, 1, desk::Failure::kThrows);
+    desk::failCall("GetByteArrayElements", 1, desk::Failure::kThrows);
     desk::setLogLevel("I");
     EXPECT_EQ(kNotCalled, given(Event::kDiseqc, desk::newArray(std::vector<jbyte>{1}), 1));
     const std::vector<std::string> log = desk::takeLog();

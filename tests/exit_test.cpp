@@ -120,7 +120,7 @@ extern "C" int endProcess(const char* way) {
         way += 5;
     }
     if (strcmp(way, "from_java") == 0) {
-        desk::callStatic("java.lang.System", "exit", kFromJava);
+        desk::callStatic("java.lang.System", "exit", "(I)V", kFromJava);
     } else if (strcmp(way, "from_thread") == 0) {
         std::thread(exit, kFromThread).join();
     }

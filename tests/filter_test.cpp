@@ -2,19 +2,16 @@
 
 #include "mw/filter.h"
 
-#include <android/log.h>
-#include <desk/basic_faults.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cinttypes>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <memory>
-#include <mutex>
 #include <thread>
 
 #include "mw/basic_services.h"
@@ -22,7 +19,6 @@
 
 namespace {
 
-using desk::Call;
 using desk::callWatched;
 using desk::Event;
 using desk::Failure;
@@ -49,24 +45,74 @@ class FilterTest : public desk::LibraryTest {
   protected:
     void SetUp() override {
         LibraryTest::SetUp();
-        mPipeline = std::make_unique<desk::Pipeline>();
         desk::registerCountingCallbacks(mPipeline->handle());
         desk::takeCalls();
     }
-    void TearDown() override {
-        mPipeline.reset();
-        LibraryTest::TearDown();
-    }
-
     int open(uint32_t* ph_filter) {
         FLT_EVT_CB_T evt = {};
         return callWatched([&] {
             return x_velmora_filter_open(mPipeline->handle(), 1, 2, 3, ph_filter, &evt, nullptr);
         });
     }
-
-    std::unique_ptr<desk::Pipeline> mPipeline;
 };
+
+TEST_F(FilterTest, SectionConfigHandsOnFlagsAsBooleansAndPatternsAsTheyAre) {
+    uint32_t h = 0;
+    open(&h);
+    desk::keepJavaCalls();
+    uint8_t patterns[3][FLT_PATTERN_SIZE];
+    for (int i = 0; i < 3 * FLT_PATTERN_SIZE; ++i) {
+        patterns[0][i] = static_cast<uint8_t>(i + 100);
+    }
+    for (const auto& [flags, booleans] : {std::pair(std::array<uint8_t, 3>{0, 1, 2}, "0, 1, 1"),
+                                          {{255, 0, 1}, "1, 0, 1"},
+                                          {{1, 255, 0}, "1, 1, 0"}}) {
+        desk::takeLog();
+        callWatched([&] {
+            return x_velmora_filter_setSectionConfig(h, -7, flags[0], flags[1], flags[2],
+                                                     patterns[0], patterns[1], patterns[2]);
+        });
+        EXPECT_EQ(
+            std::string("ZytTvInnerFilter.onSetSectionConfig(-7, ") + booleans +
+                ", [100, 101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113, 114, 115]"
+                ", [116, 117, 118, 119, 120, 121, 122, 123, 124, 125, 126, 127, -128, -127, -126, "
+                "-125], [-124, -123, -122, -121, -120, -119, -118, -117, -116, -115, -114, -113, "
+                "-112, -111, -110, -109])",
+            desk::takeLog().at(0));
+    }
+    close(h);
+}
+
+TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
+    uint32_t h = 0;
+    open(&h);
+    desk::keepJavaCalls();
+    constexpr int64_t kMost = FLT_MAX_READ_SIZE;
+    for (const int64_t size : {INT64_MIN, INT64_C(-1), INT64_C(0), INT64_C(1), INT64_C(100),
+                               kMost - 1, kMost, kMost + 1, INT64_MAX}) {
+        for (const int64_t given : {int64_t{INT32_MIN}, INT64_C(-1), INT64_C(0), INT64_C(1),
+                                    INT64_C(100), INT64_C(101), kMost, kMost + 1}) {
+            SCOPED_TRACE(std::to_string(given) + " of " + std::to_string(size));
+            const int64_t wanted = std::min(size, kMost);
+            const int64_t copied = given < 1 || given > wanted ? 0 : given;
+            desk::script("onRead", std::to_string(given));
+            desk::takeLog();
+            // No longer than what is wanted, so that the sanitizers see an access beyond it.
+            std::vector<int8_t> buffer(static_cast<size_t>(std::max<int64_t>(wanted, 1)), 0);
+            EXPECT_EQ(copied == 0 ? -1 : copied, callWatched([&] {
+                          return x_velmora_filter_read(h, buffer.data(), -7000000000, size);
+                      }));
+            EXPECT_EQ("ZytTvInnerFilter.onRead([4096 bytes], -7000000000, " +
+                          std::to_string(wanted) + ")",
+                      desk::takeLog().at(0));
+            for (size_t i = 0; i < buffer.size(); ++i) {
+                const bool isRead = static_cast<int64_t>(i) < copied;
+                ASSERT_EQ(isRead ? static_cast<int8_t>(1 + i * 37 + i / 256) : 0, buffer[i]) << i;
+            }
+        }
+    }
+    close(h);
+}
 
 // Whether a thread of this process waits for something.
 bool sleeps(pid_t thread) {
@@ -86,89 +132,21 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     static int secondResult;
     EXPECT_EQ(0, callWatched([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
     desk::takeCalls();
-    desk_set_service_hook([](desk_service_t service) -> int32_t {
-        if (service == DESK_HANDLE_FREE) {
-            desk_set_service_hook(nullptr);
-            const unsigned long lookups = desk_calls(DESK_HANDLE_GET_TYPE_OBJ);
-            second = std::thread([] {
-                secondId = static_cast<pid_t>(syscall(SYS_gettid));
-                secondResult = deleteThread(hthread);
-            });
-            while (secondId == 0 ||
-                   (!sleeps(secondId) && desk_calls(DESK_HANDLE_GET_TYPE_OBJ) == lookups)) {
-                std::this_thread::yield();
-            }
+    desk::atNextCall("handle_free", [] {
+        const unsigned long lookups = desk::callsOf("handle_get_type_obj");
+        second = std::thread([] {
+            secondId = static_cast<pid_t>(syscall(SYS_gettid));
+            secondResult = deleteThread(hthread);
+        });
+        while (secondId == 0 ||
+               (!sleeps(secondId) && desk::callsOf("handle_get_type_obj") == lookups)) {
+            std::this_thread::yield();
         }
-        return 0;
     });
     const int firstResult = deleteThread(hthread);
     second.join();
-    desk::watchServices();
     EXPECT_EQ(-1, firstResult + secondResult);
     EXPECT_EQ("ZytTvInnerFilterCallbackThread#1.release()", desk::takeCalls());
-}
-
-// The steps at which an open can fail. From the handle on it is visible to others, and logs before
-// it gives up.
-struct FailingStep {
-    const char* name;
-    void (*prepare)();
-    uint32_t handle;   // afterwards: kUnwritten when it must not be written
-    const char* line;  // logged with the handle visible; null: the handle never is
-    // The services that it then calls to give back what it has, in order.
-    const char* givenBack = "handle_free x_mem_free x_sema_unlock x_sema_delete";
-};
-const FailingStep kFailingSteps[] = {
-    {"semaphore", [] { desk::failCall(Call::x_sema_create, 1, Failure::kNull); }, kUnwritten,
-     nullptr, ""},
-    {"record", [] { desk::failCall(Call::x_mem_alloc, 1, Failure::kNull); }, kUnwritten, nullptr,
-     "x_sema_unlock x_sema_delete"},
-    {"handle", [] { desk::failCall(Call::handle_alloc, 1, Failure::kNull); }, 0, nullptr,
-     "x_mem_free x_sema_unlock x_sema_delete"},
-    {"read back", [] { desk::failCall(Call::handle_get_type_obj, 1, Failure::kNull); }, 0,
-     ", failed."},
-    {"pipeline", [] { desk::failCall(Call::handle_get_type_obj, 2, Failure::kNull); }, 0,
-     ", fail: -17."},
-    {"array", [] { desk::failCall(Call::NewByteArray, 1, Failure::kNull); }, 0,
-     "mj_sectionarr failed."},
-    {"array reference", [] { desk::failCall(Call::NewGlobalRef, 1, Failure::kNull); }, 0,
-     "mj_sectionarr failed."},
-    {"object", [] { desk::failCall(Call::NewObjectA, 1, Failure::kNull); }, 0, "mObject failed."},
-    {"constructor throws", [] { desk::scriptThrows("ZytTvInnerFilter.<init>"); }, 0,
-     "nativeOpen fail: -1"},
-    {"refused",
-     [] {
-         desk::scriptReturns("ZytTvInnerFilter.<init>", nullptr);
-         desk::scriptReturns("onOpenFilter", 3);
-     },
-     0, "nativeOpen fail: 3"},
-};
-
-std::string givenBack(const std::vector<desk::Point>& calls) {
-    std::string names;
-    for (const desk::Point& point : calls) {
-        if (point.call == Call::handle_free || point.call == Call::x_mem_free ||
-            point.call == Call::x_sema_unlock || point.call == Call::x_sema_delete) {
-            names += std::string(names.empty() ? "" : " ") + desk::name(point.call);
-        }
-    }
-    return names;
-}
-
-TEST_F(FilterTest, FailedOpenGivesEverythingBack) {
-    for (const FailingStep& step : kFailingSteps) {
-        SCOPED_TRACE(step.name);
-        const desk::ResourceCounts before = desk::resourceCounts();
-        step.prepare();
-        uint32_t h = kUnwritten;
-        desk::record();
-        EXPECT_NE(0, open(&h));
-        EXPECT_EQ(step.givenBack, givenBack(desk::recorded()));
-        EXPECT_EQ(step.handle, h);
-        desk::failNothing();
-        EXPECT_EQ(before, desk::resourceCounts());
-        EXPECT_EQ(std::string::npos, desk::takeCalls().find("onCloseFilter"));
-    }
 }
 
 // Who may wait for a filter that is being opened; each returns 0 when the filter served it, -1 when
@@ -202,99 +180,69 @@ uint32_t nextHandle() {
 // Starts a waiter and returns when it has asked for the semaphore, and a second thread of it has had
 // the time to ask too.
 std::thread startWaiter(const Waiter& waiter, uint32_t hfilter, int* result) {
-    const unsigned long locks = desk_calls(DESK_SEMA_LOCK);
+    const unsigned long locks = desk::callsOf("x_sema_lock");
     std::thread thread([=] { *result = waiter.wait(hfilter); });
-    while (desk_calls(DESK_SEMA_LOCK) == locks) {
+    while (desk::callsOf("x_sema_lock") == locks) {
         std::this_thread::yield();
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(2));  // for a second one
     return thread;
 }
 
-TEST_F(FilterTest, WaitersOfASuccessfulOpenAreServed) {
-    for (const Waiter& waiter : kWaiters) {
-        SCOPED_TRACE(waiter.name);
-        desk::scriptHold("onOpenFilter");
-        const uint32_t visible = nextHandle();
-        uint32_t h = kUnwritten;
-        std::thread opening([&] { EXPECT_EQ(0, open(&h)); });
-        ASSERT_TRUE(desk::awaitHeld("onOpenFilter"));
-        int result = 9;
-        std::thread waiting = startWaiter(waiter, visible, &result);
-        desk::scriptRelease("onOpenFilter");
-        waiting.join();
-        opening.join();
-        EXPECT_EQ(visible, h);
-        EXPECT_EQ(0, result);
-        close(h);
-    }
-}
+// The steps at which an open fails with its handle visible to others, and what it logs then; the first
+// succeeds.
+struct Step {
+    const char* name;
+    void (*prepare)();
+    const char* line;
+};
+const Step kSteps[] = {
+    {"none", [] {}, "handle from sp"},
+    {"read back", [] { desk::failCall("handle_get_type_obj", 1, Failure::kNull); }, ", failed."},
+    {"pipeline", [] { desk::failCall("handle_get_type_obj", 2, Failure::kNull); }, ", fail: -17."},
+    {"array", [] { desk::failCall("NewByteArray", 1, Failure::kNull); }, "mj_sectionarr failed."},
+    {"object", [] { desk::failCall("NewObjectA", 1, Failure::kNull); }, "mObject failed."},
+    {"constructor throws", [] { desk::script("ZytTvInnerFilter.<init>", "throws"); },
+     "nativeOpen fail: -1"},
+    {"refused", [] { desk::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
+};
 
-// A log line at which the thread that logs it stays until it is let go.
-std::mutex gHoldLock;
-std::condition_variable gHoldChanged;
-const char* gHoldAt;
-bool gHeld;
-bool gUsedDeletedSemaphore;
-
-void holdAtLine(const __android_logger_data*, const char* text) {
-    std::unique_lock<std::mutex> lock(gHoldLock);
-    gUsedDeletedSemaphore |= strstr(text, "fail! return i4_rc") != nullptr;
-    if (gHoldAt != nullptr && strstr(text, gHoldAt) != nullptr) {
-        gHeld = true;
-        gHoldChanged.notify_all();
-        gHoldChanged.wait(lock, [] { return gHoldAt == nullptr; });
-    }
-}
-
-// An open that fails with its handle visible lets who waits for it fail too, and frees nothing
-// twice; also when the semaphore cannot be released and only its deletion wakes the waiter.
-class FailedOpenTest : public FilterTest, public testing::WithParamInterface<bool> {};
-INSTANTIATE_TEST_SUITE_P(SemaphoreIsReleased, FailedOpenTest, testing::Bool());
-
-TEST_P(FailedOpenTest, WaitersFail) {
-    const bool released = GetParam();
-    for (const FailingStep& step : kFailingSteps) {
+// Who waits for a filter that is being opened is served when the open ends well. Otherwise it fails too,
+// and nothing is freed twice, also when the semaphore cannot be released and only its deletion wakes it.
+TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
+    for (const Step& step : kSteps) {
         for (const Waiter& waiter : kWaiters) {
-            if (step.line == nullptr) {
-                continue;
+            for (const bool released : {true, false}) {
+                SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
+                const bool fails = &step != kSteps;
+                const desk::ResourceCounts before = desk::resourceCounts();
+                const uint32_t visible = nextHandle();
+                int result = 9;
+                std::thread waiting;
+                desk::resetModel();
+                step.prepare();
+                if (fails && !released) {
+                    desk::failCall("x_sema_unlock", 1, Failure::kKeeps);
+                }
+                desk::atNextLine(step.line,
+                                 [&] { waiting = startWaiter(waiter, visible, &result); });
+                desk::setLogLevel("I");
+                desk::takeLog();
+                uint32_t h = kUnwritten;
+                EXPECT_EQ(fails ? -1 : 0, open(&h));
+                waiting.join();
+                EXPECT_EQ(fails ? -1 : 0, result);
+                EXPECT_EQ(fails ? 0 : visible, h);
+                const Lines log = desk::takeLog();
+                EXPECT_EQ(fails && !released, std::any_of(log.begin(), log.end(), [](auto& line) {
+                              return line.find("fail! return i4_rc") != std::string::npos;
+                          }));
+                desk::setLogLevel("");
+                desk::failNothing();
+                close(h);
+                EXPECT_EQ(-1, start(visible));
+                EXPECT_EQ("", desk::changesSince(before));
             }
-            SCOPED_TRACE(std::string(step.name) + ", " + waiter.name);
-            const desk::ResourceCounts before = desk::resourceCounts();
-            const uint32_t visible = nextHandle();
-            gHoldAt = step.line;
-            gHeld = false;
-            gUsedDeletedSemaphore = false;
-            __android_log_set_logger(holdAtLine);
-            desk::setLogLevel("I");
-            step.prepare();
-            if (!released) {
-                desk::failCall(Call::x_sema_unlock, 1, Failure::kKeeps);
-            }
-            uint32_t h = kUnwritten;
-            std::thread opening([&] { EXPECT_EQ(-1, open(&h)); });
-            {
-                std::unique_lock<std::mutex> lock(gHoldLock);
-                gHoldChanged.wait(lock, [] { return gHeld; });
-            }
-            int result = 9;
-            std::thread waiting = startWaiter(waiter, visible, &result);
-            {
-                const std::lock_guard<std::mutex> lock(gHoldLock);
-                gHoldAt = nullptr;
-                gHoldChanged.notify_all();
-            }
-            waiting.join();
-            opening.join();
-            EXPECT_EQ(-1, result);
-            EXPECT_EQ(0u, h);
-            EXPECT_EQ(!released, gUsedDeletedSemaphore);
-            EXPECT_EQ(-1, start(visible));
-            desk::setLogLevel("");
-            desk::keepLog();
-            desk::failNothing();
-            EXPECT_EQ(before, desk::resourceCounts());
-            EXPECT_EQ(std::string::npos, desk::takeCalls().find("onStart"));
         }
     }
 }

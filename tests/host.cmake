@@ -1,6 +1,6 @@
 # The virtual machine with the library in it, which the tests and the measurements share.
 java_jar(tests tests/java/src platform_jar)
-add_library(test_host STATIC tests/host.cpp)
+add_library(test_host STATIC tests/host.cpp tests/java.cpp tests/device.cpp)
 target_include_directories(test_host PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_definitions(test_host PRIVATE
     DESK_JAVA_HOME="${PIPELINE_JAVA_HOME}"

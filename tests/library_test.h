@@ -7,7 +7,6 @@
 
 #include <optional>
 
-#include "tests/host.h"
 #include "tests/watch.h"
 
 namespace desk {
@@ -19,7 +18,8 @@ class LibraryTest : public testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    ResourceCounts mCounts;  // at the start
+    std::optional<Pipeline> mPipeline;  // of this test
+    ResourceCounts mCounts;             // at the start
 
   private:
     std::optional<LocalFrame> mFrame;

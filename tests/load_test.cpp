@@ -13,15 +13,13 @@ extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
-using desk::Call;
-
 TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
     EXPECT_EXIT(
         {
             desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-            desk::failCall(Call::GetEnv, 1, desk::Failure::kNull);
+            desk::failCall("GetEnv", 1, desk::Failure::kNull);
             EXPECT_EQ(-1, desk::loadWatchedLibrary());
-            desk::failCall(Call::RegisterNatives, 3, desk::Failure::kNull);  // the last
+            desk::failCall("RegisterNatives", 3, desk::Failure::kNull);  // the last
             EXPECT_EQ(-1, desk::loadWatchedLibrary());
             EXPECT_EQ(nullptr, g_velmora_javaVM);
             EXPECT_TRUE(desk::loadLibrary());

@@ -15,14 +15,16 @@ void LibraryTest::SetUp() {
     resetModel();
     setLogLevel("");
     takeLog();
+    mPipeline.emplace();
     mCounts = resourceCounts();
 }
 
 void LibraryTest::TearDown() {
     failNothing();
     EXPECT_FALSE(env()->ExceptionCheck());
-    EXPECT_EQ(mCounts, resourceCounts());
+    EXPECT_EQ("", changesSince(mCounts));
     EXPECT_EQ(std::vector<std::string>(), takeComplaints());
+    mPipeline.reset();
     mFrame.reset();
 }
 

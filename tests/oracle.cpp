@@ -7,24 +7,16 @@ namespace oracle {
 
 namespace {
 
-constexpr int64_t kMaxKinds = 34;
+constexpr int kMaxKinds = 34;
 constexpr int32_t kDvbt = 6;
 constexpr int32_t kDtmb = 10;
 constexpr size_t kMaxListCopy = 9;
 constexpr size_t kListSize = 40;  // the count of a list's elements comes behind it
 
-// Arbitrary numbers are mostly drawn below these, which lie a little above what the library serves.
-constexpr int kTypesToTry = 12;
-constexpr int kFrequenciesToTry = 2160;  // MHz
-constexpr int kKindsToTry = 40;
-constexpr int kReadsToTry = 4112;
-constexpr int kListsToTry = 14;
-
 // Without a source Java's answers lie above it: true, positive, and no two of its bytes alike.
 constexpr int64_t kSomeValue = 0x7afedcba13579bdf;
 
 constexpr const char* kFrontend = "ZytTvInnerFrontend";
-constexpr const char* kFilter = "ZytTvInnerFilter";
 
 // The settings classes and their constructors' arguments, and the line that shows the request. What
 // stands in braces is read from the record: a letter (see valueAt) and an offset. {} is the argument
@@ -146,17 +138,17 @@ std::string fill(std::string text, const Bytes& record, const std::string& argum
     return text;
 }
 
-// An exception or null only for bytes that are not zero; numbers of every magnitude.
+// Now and then an exception or null, numbers of every magnitude, lists of up to 13.
 Answer answerFrom(Source* source, Type type) {
     Answer answer;
-    const auto choice = source->take<uint8_t>();
     const bool canBeNull = type == Type::kList || type == Type::kObject;
-    answer.does = choice % 8 == 7                ? Answer::kThrows
-                  : choice % 8 == 6 && canBeNull ? Answer::kIsNull
-                                                 : Answer::kReturns;
-    answer.value = source->take<int64_t>() >> (choice / 8 * 2);
-    for (int left = type == Type::kList ? choice / 8 % kListsToTry : 0; left > 0; --left) {
-        answer.list.push_back(source->take<int32_t>());
+    answer.does = source->oneIn(8)                ? Answer::kThrows
+                  : source->oneIn(8) && canBeNull ? Answer::kIsNull
+                                                  : Answer::kReturns;
+    answer.value = source->take<int64_t>() >> source->below(64);
+    answer.list.resize(static_cast<size_t>(source->below(14)));
+    for (int32_t& number : answer.list) {
+        number = source->take<int32_t>();
     }
     return answer;
 }
@@ -180,7 +172,7 @@ class Oracle {
                 log('E', mFailure);
             }
         }
-        if (mCase.entry <= Entry::kStatus && result != 0) {
+        if (result != 0) {
             log('E', kFailureLines[static_cast<int>(mCase.entry)] + std::to_string(result) + ".");
         }
         return outcome(result, mTrace, mCase.record, mRecord);
@@ -188,29 +180,22 @@ class Oracle {
 
   private:
     int call() {
-        const std::string number = std::to_string(mCase.number);
+        const std::string type = std::to_string(mCase.scanType);
         switch (mCase.entry) {
             case Entry::kTune:
                 return request("tune", "onTune", "", "");
             case Entry::kScan:
-                return request("scan", "onScan", ", " + number, ", scan_type: " + number);
+                return request("scan", "onScan", ", " + type, ", scan_type: " + type);
             case Entry::kReadback:
                 return readback();
-            case Entry::kStatus:
-                return status();
-            case Entry::kSectionConfig:
-                return sectionConfig();
             default:
-                return read();
+                return status();
         }
     }
 
     void log(char level, const std::string& text) { log(level, text, mRecord); }
     void log(char level, const std::string& text, const Bytes& record) {
-        static const std::string kLevels = "VDIE-";
-        if (kLevels.find(level) >= kLevels.find(mCase.logLevel)) {
-            mTrace.push_back(std::string(1, level) + " " + fill(text, record));
-        }
+        mTrace.push_back(std::string(1, level) + " " + fill(text, record));
     }
 
     void failIf(bool condition, const std::string& line) {
@@ -235,9 +220,6 @@ class Oracle {
             answer.list = {number, -number};
         }
         answer.type = type;
-        if (answer.does == Answer::kThrows && clazz == kFilter) {
-            mTrace.push_back(kExceptionLeft);
-        }
         if (answer.does != Answer::kReturns) {
             answer.value = 0;
         } else if (type == Type::kBoolean) {
@@ -263,7 +245,7 @@ class Oracle {
     int request(const std::string& operation, const char* method, const std::string& lastArgument,
                 const std::string& logged) {
         mFailure = operation + ", generate frontendsettings failed.";
-        failIf(mCase.missing == 0, "transMW2FrontendSettings, argument is null.");
+        failIf(mCase.missing == Case::kRecord, "transMW2FrontendSettings, argument is null.");
         log('D', operation + ", fe_type: {I64}, freq: {I56}" + logged);
         const auto found = kSystems.find(at<int32_t>(mRecord, kTypeOffset));
         failIf(found == kSystems.end(),
@@ -313,7 +295,7 @@ class Oracle {
     // --- Readback ---
 
     int readback() {
-        failIf(mCase.missing == 0, "getFrontendSetting, pt_fesettings == NULL.");
+        failIf(mCase.missing == Case::kRecord, "getFrontendSetting, pt_fesettings == NULL.");
         const Answer& object = answer(kFrontend, "onGetFrontendSetting", "", Type::kObject);
         failIf(object.does != Answer::kReturns, "getFrontendSetting, frontend settings is null.");
         for (const Readback& row : kReadbacks) {
@@ -336,7 +318,7 @@ class Oracle {
         log('D', "start getFrontendStatus, type len: " + std::to_string(count));
         failIf(count == 0 || count > kMaxKinds,
                "getFrontendStatus, ui1_len: " + std::to_string(count) + ", error.");
-        failIf(mCase.missing == 0 || mCase.missing == 1,
+        failIf(mCase.missing == Case::kRecord || mCase.missing == Case::kKinds,
                "getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.");
         for (const int32_t kind : mCase.kinds) {
             log('D', "getFrontendStatus, get type is " + std::to_string(kind));
@@ -382,38 +364,6 @@ class Oracle {
         return answer.does == Answer::kThrows;
     }
 
-    // --- Filters: an exception is left to the caller ---
-
-    int sectionConfig() {
-        if (mCase.missing >= 0 && mCase.missing < Case::kHandle) {
-            throw Failed();
-        }
-        std::string arguments = std::to_string(mCase.number);
-        for (const uint8_t flag : mCase.flags) {
-            arguments += flag != 0 ? ", 1" : ", 0";
-        }
-        for (auto at = mCase.record.begin(); at != mCase.record.end(); at += kPatternSize) {
-            arguments += ", " + listOf(std::vector<int8_t>(at, at + kPatternSize));
-        }
-        return static_cast<int>(answer(kFilter, "onSetSectionConfig", arguments, Type::kInt).value);
-    }
-
-    int read() {
-        if (mCase.missing == 0) {
-            throw Failed();
-        }
-        const int64_t wanted = std::min(mCase.size, kMaxRead);
-        const std::string arguments =
-            "[4096 bytes], " + std::to_string(mCase.position) + ", " + std::to_string(wanted);
-        const auto given = static_cast<int>(answer(kFilter, "onRead", arguments, Type::kInt).value);
-        if (given < 1 || given > wanted) {
-            return -1;
-        }
-        const Bytes section = pattern(static_cast<size_t>(given));
-        std::copy(section.begin(), section.end(), mRecord.begin());
-        return given;
-    }
-
     Case& mCase;
     std::vector<std::string> mTrace;
     Bytes mRecord;         // afterwards
@@ -430,38 +380,37 @@ Bytes pattern(size_t size) {
     return bytes;
 }
 
-size_t recordSize(Entry entry, int64_t size) {
-    if (entry == Entry::kRead) {
-        return static_cast<size_t>(std::clamp<int64_t>(size, 1, kMaxRead));
-    }
-    return entry == Entry::kStatus ? 208 : entry == Entry::kSectionConfig ? 3 * kPatternSize : 72;
+size_t recordSize(Entry entry) {
+    return entry == Entry::kStatus ? 208 : 72;
 }
 
+std::string listOf(const std::vector<int32_t>& numbers) {
+    std::string text;
+    for (const int32_t number : numbers) {
+        text += (text.empty() ? "" : ", ") + std::to_string(number);
+    }
+    return "[" + text + "]";
+}
+
+// Mostly what the library serves, and a little above.
 Case caseFrom(Source source) {
     Case call;
-    call.entry = static_cast<Entry>(source.take<uint8_t>() % static_cast<int>(Entry::kCount));
-    call.logLevel = "VDIE-"[source.take<uint8_t>() % 5];
-    const auto choice = source.take<uint8_t>();
-    call.missing = choice % 8 == 7 ? choice / 8 % Case::kMissingCount : Case::kNothing;
-    call.number = source.take<int32_t>();
-    for (uint8_t& flag : call.flags) {
-        flag = static_cast<uint8_t>(source.take<int8_t>() % 3);
+    call.entry = static_cast<Entry>(source.below(static_cast<int>(Entry::kCount)));
+    if (source.oneIn(8)) {
+        call.missing = static_cast<decltype(call.missing)>(source.below(Case::kMissingCount));
     }
-    call.position = source.take<int64_t>();
-    call.size = source.take<int16_t>() % kReadsToTry;
-    if (choice % 2 == 0) {
+    call.scanType = source.take<int32_t>();
+    if (source.oneIn(2)) {
         call.codeRate = source.take(kCodeRateSize);
     }
-    call.kinds.resize(source.take<uint8_t>() % (kMaxKinds + 2));
-    const auto type = source.take<uint8_t>() % kTypesToTry;
-    const auto frequency = source.take<int16_t>() % kFrequenciesToTry;
-    call.record = source.take(recordSize(call.entry, call.size));
-    if (call.entry <= Entry::kReadback) {
-        put(&call.record, kTypeOffset, type);
-        put(&call.record, kFrequencyOffset, frequency);
+    call.record = source.take(recordSize(call.entry));
+    if (call.entry != Entry::kStatus) {
+        put(&call.record, kTypeOffset, source.below(12));
+        put(&call.record, kFrequencyOffset, source.below(2160));  // MHz
     }
+    call.kinds.resize(static_cast<size_t>(source.below(kMaxKinds + 2)));
     for (int32_t& kind : call.kinds) {
-        kind = source.take<int8_t>() % kKindsToTry;
+        kind = source.below(41) - 1;
     }
     call.source = source;
     return call;

@@ -4,9 +4,11 @@
 
 #include <array>
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <utility>
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
@@ -25,103 +27,186 @@ const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
 const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
 const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
 
-constexpr unsigned kWhilePending = 1;  // JNI allows it with a Java exception pending
-constexpr unsigned kEntersJava = 2;
+enum Counter { kNoCount, kGlobals, kLocals, kElements, kAttachments, kCounters };
+std::array<std::atomic<int>, kCounters> gCounts;
 
-std::atomic<int> gGlobalRefs;
-std::atomic<int> gLocalRefs;
-std::atomic<int> gElements;
-std::atomic<int> gAttachments;
-std::array<std::atomic<int>, 3> gReleases;  // by mode: 0, JNI_COMMIT, JNI_ABORT
+// Every call that the library makes, each named as the function is: JNI functions with their ways to
+// fail, whether Java runs in them, and the count that they change; then the invocation interface and, in the
+// order of desk_service_t, the services. IsSameObject and the array regions never fail: the library
+// sets whole arrays.
+#define CALLS(JNI, OTHER)                                          \
+    JNI(FindClass, kFailsOrThrows, true, kLocals, 1)               \
+    JNI(GetMethodID, kFailsOrThrows, true, kNoCount, 0)            \
+    JNI(RegisterNatives, kFailsOrThrows, false, kNoCount, 0)       \
+    JNI(NewGlobalRef, kFailsOrThrows, false, kGlobals, 1)          \
+    JNI(DeleteGlobalRef, kNever, false, kGlobals, -1)              \
+    JNI(NewLocalRef, kFailsOrThrows, false, kLocals, 1)            \
+    JNI(DeleteLocalRef, kNever, false, kLocals, -1)                \
+    JNI(IsSameObject, kNever, false, kNoCount, 0)                  \
+    JNI(NewObjectA, kFailsOrThrows, true, kLocals, 1)              \
+    JNI(CallVoidMethodA, kThrows, true, kNoCount, 0)               \
+    JNI(CallBooleanMethodA, kThrows, true, kNoCount, 0)            \
+    JNI(CallIntMethodA, kThrows, true, kNoCount, 0)                \
+    JNI(CallLongMethodA, kThrows, true, kNoCount, 0)               \
+    JNI(CallObjectMethodA, kFailsOrThrows, true, kLocals, 1)       \
+    JNI(NewByteArray, kFailsOrThrows, false, kLocals, 1)           \
+    JNI(NewIntArray, kFailsOrThrows, false, kLocals, 1)            \
+    JNI(GetArrayLength, kNever, false, kNoCount, 0)                \
+    JNI(SetByteArrayRegion, kNever, false, kNoCount, 0)            \
+    JNI(SetIntArrayRegion, kNever, false, kNoCount, 0)             \
+    JNI(GetByteArrayElements, kFailsOrThrows, false, kElements, 1) \
+    JNI(GetIntArrayElements, kFailsOrThrows, false, kElements, 1)  \
+    JNI(ReleaseByteArrayElements, kNever, false, kElements, -1)    \
+    JNI(ReleaseIntArrayElements, kNever, false, kElements, -1)     \
+    JNI(ExceptionCheck, kNever, false, kNoCount, 0)                \
+    JNI(ExceptionDescribe, kNever, true, kNoCount, 0)              \
+    JNI(ExceptionClear, kNever, false, kNoCount, 0)                \
+    OTHER(GetEnv, kFailsOrIsEmpty)                                 \
+    OTHER(AttachCurrentThread, kFailsOrIsEmpty)                    \
+    OTHER(DetachCurrentThread, kFails)                             \
+    OTHER(handle_alloc, kFails)                                    \
+    OTHER(handle_get_type_obj, kFailsOrIsEmpty)                    \
+    OTHER(handle_get_obj, kFailsOrIsEmpty)                         \
+    OTHER(handle_free, kFails)                                     \
+    OTHER(x_sema_create, kFails)                                   \
+    OTHER(x_sema_lock, kFails)                                     \
+    OTHER(x_sema_unlock, kFailsOrKeeps)                            \
+    OTHER(x_sema_delete, kFails)                                   \
+    OTHER(x_mem_alloc, kFails)                                     \
+    OTHER(x_mem_free, kNever)
 
-constexpr std::atomic<int>* kNoCount = nullptr;
+enum class Call {
+#define CALL_NAME(name, ...) name,
+    CALLS(CALL_NAME, CALL_NAME) kEnd
+};
+constexpr size_t kCalls = static_cast<size_t>(Call::kEnd);
 
 // Never destroyed, as what follows: threads may still call at the end of the process.
 struct CallTraits {
     const char* name;
     Ways ways;
-    unsigned properties;
-    std::atomic<int>* count;
+    bool entersJava;
+    Counter count;
     int change;
 };
 const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
-#define DESK_JNI_TRAITS(name, ways, properties, ...) {#name, ways, properties, __VA_ARGS__},
-#define DESK_OTHER_TRAITS(name, ways, properties) {#name, ways, properties, kNoCount, 0},
-    DESK_CALLS(DESK_JNI_TRAITS, DESK_OTHER_TRAITS)};
+#define JNI_TRAITS(name, ...) {#name, __VA_ARGS__},
+#define OTHER_TRAITS(name, ways) {#name, ways, false, kNoCount, 0},
+    CALLS(JNI_TRAITS, OTHER_TRAITS)};
+std::array<std::atomic<unsigned long>, kCalls> gServiceCalls;
 
 const CallTraits& traits(Call call) {
     return gTraits[static_cast<size_t>(call)];
 }
 
-const JNINativeInterface_* gRealTable;
+Call callNamed(const std::string& name) {
+    size_t call = 0;
+    while (call < kCalls && gTraits[call].name != name) {
+        ++call;
+    }
+    if (call == kCalls) {
+        fprintf(stderr, "%s is not watched\n", name.c_str());
+        abort();
+    }
+    return static_cast<Call>(call);
+}
+
 JNINativeInterface_ gWatchedTable;
 thread_local bool tWatching;
-thread_local jmethodID tLastMethod;  // the Java method that the library called last
+thread_local std::string tLastClass;  // that the library looked up
+thread_local jmethodID tLastMethod;   // that it called
 
 // Which call fails, and how.
 struct Fault {
     std::optional<Call> call;  // none: any
     size_t nth;                // such call from now on; 0: each
     Failure failure;
-    size_t met = 0;  // calls that the fault is about
+    size_t met = 0;  // such calls
+};
+
+struct JavaMethod {
+    std::string clazz;
+    std::string name;
+    std::string signature;
 };
 
 struct State {
-    std::atomic<bool> noting{false};  // recording, or a fault is set
+    std::atomic<bool> noting{false};  // any of what follows is in force
     std::mutex lock;                  // of what follows
     bool recording = false;
     std::vector<Point> points;
-    std::vector<std::string> breaches;
     std::vector<Fault> faults;
-    std::map<jmethodID, std::string> methods;
+    std::map<jmethodID, JavaMethod> methods;
+    std::set<std::string> natives;
+    bool keepsJavaCalls = false;
+    Call actsAt = Call::kEnd;
+    std::function<void()> action;
 };
 State& gState = *new State();
 
-void addFault(const Fault& fault) {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.faults.push_back(fault);
-    gState.noting = true;
-}
-
-bool hits(Fault& fault, Call call) {
-    return fault.call.value_or(call) == call && (++fault.met == fault.nth || fault.nth == 0);
+bool hits(Fault* fault, Call call) {
+    return fault->call.value_or(call) == call && (++fault->met == fault->nth || fault->nth == 0);
 }
 
 // Lets the calling thread see the function table that it is to see.
 void setTable() {
     void* env = nullptr;
     if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
-        static_cast<JNIEnv*>(env)->functions = tWatching ? &gWatchedTable : gRealTable;
+        static_cast<JNIEnv*>(env)->functions = tWatching ? &gWatchedTable : &realJni();
     }
 }
 
-void throwException(JNIEnv* env) {
-    const Watch watch(false);
-    env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "made to fail");
-}
-
-std::string methodName(jmethodID id) {
+JavaMethod methodOf(jmethodID id) {
     const auto method = gState.methods.find(id);
-    return method != gState.methods.end() ? method->second : std::string();
+    return method != gState.methods.end() ? method->second : JavaMethod();
 }
 
 // What a JNI call is about, from its arguments.
 struct Subject {
-    const char* lookup = nullptr;  // the name that is looked up or registered
-    jmethodID method = nullptr;    // the Java method that is called
+    std::vector<const char*> texts;            // the name that is looked up, and its signature
+    const JNINativeMethod* natives = nullptr;  // that are registered
+    jmethodID method = nullptr;                // the Java method that is called
+    const jvalue* arguments = nullptr;         // of it
     jobject object = nullptr;
-    jint mode = 0;  // of a release
+    jint number = 0;  // the mode of a release, or how many natives there are
 
     // What the virtual machine complains of until here is about the method called before.
     ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
 
-    void take(const char* name) { lookup = lookup != nullptr ? lookup : name; }
-    void take(const JNINativeMethod* methods) { lookup = methods->name; }
+    void take(const char* text) { texts.push_back(text); }
+    void take(const JNINativeMethod* methods) { natives = methods; }
     void take(jmethodID id) { method = id; }
+    void take(const jvalue* values) { arguments = values; }
     void take(jobject argument) { object = argument; }
-    void take(jint argument) { mode = argument; }
+    void take(jint argument) { number = argument; }
     void take(...) {}
+
+    std::string name() const {
+        const std::string text = natives != nullptr ? natives->name
+                                 : texts.empty()    ? methodOf(method).name
+                                                    : texts[0];
+        return text.substr(text.rfind('/') + 1);
+    }
 };
+
+// type: where the arguments' types stand in a signature.
+std::string textOf(const char* type, const jvalue* argument) {
+    std::string text;
+    for (const char* comma = ""; *type != ')'; comma = ", ", ++argument) {
+        text += comma;
+        if (strchr("ZIJ", *type) != nullptr) {
+            // Of a boolean the byte itself; Java would see true for every one but 0.
+            text += std::to_string(*type == 'Z'   ? argument->z
+                                   : *type == 'I' ? argument->i
+                                                  : argument->j);
+        } else {
+            text += fromJava(callStatic("tests.ScriptedModel", "show",
+                                        "(Ljava/lang/Object;)Ljava/lang/String;", argument->l));
+        }
+        type += *type == 'L' ? strcspn(type, ";") + 1 : *type == '[' ? 2 : 1;
+    }
+    return text;
+}
 
 // How this call is to fail; a Java exception is then pending if that is how.
 std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject& subject = {}) {
@@ -129,25 +214,34 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
         return std::nullopt;
     }
     std::optional<Failure> result;
+    JavaMethod method;
     {
         const std::lock_guard<std::mutex> lock(gState.lock);
-        const Point point = {
-            call, subject.lookup != nullptr ? subject.lookup : methodName(subject.method)};
         if (gState.recording) {
-            gState.points.push_back(point);
-            if (env != nullptr && (traits(call).properties & kWhilePending) == 0 &&
-                gRealTable->ExceptionCheck(env)) {
-                gState.breaches.push_back(std::string(name(call)) + " " + point.name);
-            }
+            gState.points.push_back(
+                {traits(call).name, subject.name(), subject.number, traits(call).ways});
         }
         for (Fault& fault : gState.faults) {
-            if (hits(fault, call)) {
+            if (hits(&fault, call)) {
                 result = fault.failure;
             }
         }
+        method = methodOf(subject.method);
+    }
+    const Watch unwatched(false);
+    if (gState.keepsJavaCalls && subject.arguments != nullptr) {
+        const jthrowable pending = env->ExceptionOccurred();
+        env->ExceptionClear();
+        addToLog(method.clazz + "." + method.name + "(" +
+                 textOf(method.signature.c_str() + 1, subject.arguments) + ")");
+        if (pending != nullptr) {
+            env->Throw(pending);
+        }
+        env->DeleteLocalRef(pending);
     }
     if (result == Failure::kThrows) {
-        throwException(env);
+        const LocalFrame frame;
+        env->Throw(static_cast<jthrowable>(newObject("tests.MadeToFail", "()V")));
     }
     return result;
 }
@@ -156,14 +250,23 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
 
 void account(Call call, jint mode) {
     const CallTraits& made = traits(call);
-    if (made.count == &gElements && made.change < 0) {
-        ++gReleases.at(static_cast<size_t>(mode));
-        if (mode == JNI_COMMIT) {
-            return;
-        }
+    if (made.count != kElements || made.change > 0 || mode != JNI_COMMIT) {
+        gCounts[made.count] += made.change;
     }
-    if (made.count != kNoCount) {
-        *made.count += made.change;
+}
+
+// What a call that succeeded is known by later.
+template <typename Result>
+void learn(Call call, const Subject& subject, Result result) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    if constexpr (std::is_same_v<Result, jmethodID>) {
+        gState.methods[result] = {tLastClass, subject.texts[0], subject.texts[1]};
+    }
+    if (call == Call::FindClass) {
+        tLastClass = subject.name();
+    }
+    for (jint i = 0; subject.natives != nullptr && i < subject.number; ++i) {
+        gState.natives.insert(subject.natives[i].name);
     }
 }
 
@@ -186,16 +289,16 @@ struct Hook<member, call> {
         if constexpr (std::is_void_v<Result>) {
             callReal(env, args...);
             if (subject.object != nullptr) {
-                account(call, subject.mode);
+                account(call, subject.number);
             }
         } else {
             const Result result = callReal(env, args...);
             if (result != Result()) {
                 account(call, 0);
             }
-            if constexpr (std::is_same_v<Result, jmethodID>) {
-                const std::lock_guard<std::mutex> lock(gState.lock);
-                gState.methods[result] = subject.lookup;
+            if constexpr (call == Call::FindClass || call == Call::GetMethodID ||
+                          call == Call::RegisterNatives) {
+                learn(call, subject, result);
             }
             return result;
         }
@@ -203,19 +306,19 @@ struct Hook<member, call> {
 
     static Result JNICALL callReal(JNIEnv* env, Args... args) {
         // What Java does in there is not the library's.
-        const Watch watch((traits(call).properties & kEntersJava) == 0);
-        return (gRealTable->*member)(env, args...);
+        const Watch watch(!traits(call).entersJava);
+        return (realJni().*member)(env, args...);
     }
 };
 
 // What is not in the list stays null.
 void fillTable() {
-#define DESK_HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
-#define DESK_NO_HOOK(...)
-    DESK_CALLS(DESK_HOOK, DESK_NO_HOOK)
+#define HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
+#define NO_HOOK(...)
+    CALLS(HOOK, NO_HOOK)
 }
 
-// --- The invocation interface ---
+// --- The invocation interface and the services ---
 
 thread_local bool tAttachedBefore;
 
@@ -239,7 +342,7 @@ jint JNICALL attachHook(JavaVM*, void** env, void* args) {
     const jint result = vm()->AttachCurrentThread(env, args);
     if (result == JNI_OK) {
         setTable();
-        ++gAttachments;
+        ++gCounts[kAttachments];
     }
     return result;
 }
@@ -249,7 +352,7 @@ jint JNICALL detachHook(JavaVM*) {
     vm()->GetEnv(&env, JNI_VERSION_1_4);
     const std::optional<Failure> failure =
         intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
-    --gAttachments;
+    --gCounts[kAttachments];
     const Watch unwatched(false);
     // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
     const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
@@ -259,6 +362,15 @@ jint JNICALL detachHook(JavaVM*) {
 int32_t serviceHook(desk_service_t service) {
     const auto call =
         static_cast<Call>(static_cast<int>(Call::handle_alloc) + static_cast<int>(service));
+    ++gServiceCalls[static_cast<size_t>(call)];
+    std::function<void()> action;
+    if (gState.actsAt == call) {
+        const std::lock_guard<std::mutex> lock(gState.lock);
+        action.swap(gState.action);
+    }
+    if (action) {
+        action();
+    }
     const std::optional<Failure> failure = intercept(call);
     return !failure                     ? 0
            : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
@@ -268,77 +380,26 @@ int32_t serviceHook(desk_service_t service) {
 
 bool toleratesComplaint() {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    return isNeglected(methodName(tLastMethod));
+    return isNeglected(methodOf(tLastMethod).name);
 }
 
 }  // namespace
 
-const char* name(Call call) {
-    return traits(call).name;
+Watch::Watch(bool watching) : mBefore(std::exchange(tWatching, watching)) {
+    setTable();
 }
-
-const char* name(Failure failure) {
-    static constexpr const char* kNames[] = {"fails", "throws", "gives nothing",
-                                             "does not release"};
-    return kNames[static_cast<size_t>(failure)];
-}
-
-std::vector<Failure> waysToFail(Call call) {
-    return traits(call).ways;
-}
-
-void failCall(Call call, int nth, Failure failure) {
-    addFault({call, static_cast<size_t>(nth), failure});
-}
-
-void failNothing() {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.faults.clear();
-    gState.noting = gState.recording;
-}
-
-void record() {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.points.clear();
-    gState.recording = gState.noting = true;
-}
-
-void recordAndFail(size_t point, Failure failure) {
-    record();
-    addFault({std::nullopt, point + 1, failure});
-}
-
-std::vector<Point> recorded() {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.recording = gState.noting = false;
-    gState.faults.clear();
-    return std::exchange(gState.points, {});
-}
-
-std::vector<std::string> takeBreaches() {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    return std::exchange(gState.breaches, {});
-}
-
-bool isNeglected(const std::string& javaMethod) {
-    static const auto& kMethods = *new std::set<std::string>{
-        "setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
-        "onStop",          "onFlush",      "onRead",        "onSetSectionConfig"};
-    return kMethods.count(javaMethod) != 0;
+Watch::~Watch() {
+    tWatching = mBefore;
+    setTable();
 }
 
 JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
     JNIEnv* env = startVm(options);
-    gRealTable = env->functions;
     fillTable();
     tolerateComplaints(toleratesComplaint);
-    watchServices();
+    desk_set_service_hook(serviceHook);
     keepLog();
     return env;
-}
-
-void watchServices() {
-    desk_set_service_hook(serviceHook);
 }
 
 jint loadWatchedLibrary() {
@@ -351,25 +412,85 @@ jint loadWatchedLibrary() {
     return callFromJava([] { return callWatched([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
+std::set<std::string> registeredNatives() {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    return gState.natives;
+}
+
+const char* nameOf(Failure failure) {
+    static constexpr const char* kNames[] = {"fails", "throws", "gives nothing",
+                                             "does not release"};
+    return kNames[static_cast<size_t>(failure)];
+}
+
+void failCall(const std::string& call, size_t nth, Failure failure) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.faults.push_back({callNamed(call), nth, failure});
+    gState.noting = true;
+}
+
+void failNothing() {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.faults.clear();
+    gState.noting = gState.recording || gState.keepsJavaCalls;
+}
+
+void record() {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.points.clear();
+    gState.recording = gState.noting = true;
+}
+
+void failNthCall(size_t nth, Failure failure) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.faults.push_back({std::nullopt, nth + 1, failure});
+    gState.noting = true;
+}
+
+std::vector<Point> recorded() {
+    gState.recording = false;
+    failNothing();
+    return std::exchange(gState.points, {});
+}
+
+bool isNeglected(const std::string& javaMethod) {
+    static const auto& kMethods = *new std::set<std::string>{
+        "setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
+        "onStop",          "onFlush",      "onRead",        "onSetSectionConfig"};
+    return kMethods.count(javaMethod) != 0;
+}
+
+unsigned long callsOf(const std::string& service) {
+    return gServiceCalls[static_cast<size_t>(callNamed(service))];
+}
+
+void atNextCall(const std::string& service, const std::function<void()>& action) {
+    gState.action = action;
+    gState.actsAt = callNamed(service);
+}
+
+void keepJavaCalls() {
+    gState.keepsJavaCalls = gState.noting = true;
+}
+
 ResourceCounts resourceCounts() {
-    return {{kGlobalRefs, gGlobalRefs},       {"local references", gLocalRefs},
-            {"elements", gElements},          {"attachments", gAttachments},
+    return {{kGlobalRefs, gCounts[kGlobals]}, {"local references", gCounts[kLocals]},
+            {"elements", gCounts[kElements]}, {"attachments", gCounts[kAttachments]},
             {"handles", desk_live_handles()}, {"semaphores", desk_live_semaphores()},
             {"blocks", desk_live_blocks()},   {"peers", liveRefBases()},
             {"bad frees", desk_bad_frees()}};
 }
 
-Releases takeReleases() {
-    return {gReleases[0].exchange(0), gReleases[JNI_ABORT].exchange(0),
-            gReleases[JNI_COMMIT].exchange(0)};
-}
-
-Watch::Watch(bool watching) : mBefore(std::exchange(tWatching, watching)) {
-    setTable();
-}
-Watch::~Watch() {
-    tWatching = mBefore;
-    setTable();
+std::string changesSince(const ResourceCounts& before) {
+    std::string text;
+    for (const auto& [name, count] : resourceCounts()) {
+        const int more = count - before.at(name);
+        if (more != 0) {
+            text += (text.empty() ? "" : ", ") + name + ": " + (more > 0 ? "+" : "") +
+                    std::to_string(more);
+        }
+    }
+    return text;
 }
 
 }  // namespace desk

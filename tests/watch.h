@@ -1,126 +1,25 @@
 // What the library asks of the virtual machine and of the middleware's services, watched call by
-// call: counted, and made to fail on demand. A watched thread sees a function table of its own, with
-// the JNI functions below; any other is null there, and its call ends the process: none goes unwatched.
+// call: counted, and made to fail on demand. A watched thread sees a function table of its own, in
+// which a JNI function that is not in the list of watch.cpp is null, so that its call ends the
+// process: none goes unwatched.
 
 #ifndef TESTS_WATCH_H
 #define TESTS_WATCH_H
 
 #include <jni.h>
 
+#include <functional>
 #include <map>
+#include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "tests/host.h"
+#include "tests/device.h"
 
 namespace desk {
 
-// Every call that the library makes: JNI functions with their ways to fail, their properties and the
-// resource count that they change; then the invocation interface and, in the order of
-// desk_service_t, the services. IsSameObject and the array regions never fail: the library sets
-// whole arrays.
-#define DESK_CALLS(JNI, OTHER)                                               \
-    JNI(FindClass, kFailsOrThrows, kEntersJava, &gLocalRefs, 1)              \
-    JNI(GetMethodID, kFailsOrThrows, kEntersJava, kNoCount, 0)               \
-    JNI(RegisterNatives, kFailsOrThrows, 0, kNoCount, 0)                     \
-    JNI(NewGlobalRef, kFailsOrThrows, 0, &gGlobalRefs, 1)                    \
-    JNI(DeleteGlobalRef, kNever, kWhilePending, &gGlobalRefs, -1)            \
-    JNI(NewLocalRef, kFailsOrThrows, 0, &gLocalRefs, 1)                      \
-    JNI(DeleteLocalRef, kNever, kWhilePending, &gLocalRefs, -1)              \
-    JNI(IsSameObject, kNever, 0, kNoCount, 0)                                \
-    JNI(NewObjectA, kFailsOrThrows, kEntersJava, &gLocalRefs, 1)             \
-    JNI(CallVoidMethodA, kThrows, kEntersJava, kNoCount, 0)                  \
-    JNI(CallBooleanMethodA, kThrows, kEntersJava, kNoCount, 0)               \
-    JNI(CallIntMethodA, kThrows, kEntersJava, kNoCount, 0)                   \
-    JNI(CallLongMethodA, kThrows, kEntersJava, kNoCount, 0)                  \
-    JNI(CallObjectMethodA, kFailsOrThrows, kEntersJava, &gLocalRefs, 1)      \
-    JNI(NewByteArray, kFailsOrThrows, 0, &gLocalRefs, 1)                     \
-    JNI(NewIntArray, kFailsOrThrows, 0, &gLocalRefs, 1)                      \
-    JNI(GetArrayLength, kNever, 0, kNoCount, 0)                              \
-    JNI(SetByteArrayRegion, kNever, 0, kNoCount, 0)                          \
-    JNI(SetIntArrayRegion, kNever, 0, kNoCount, 0)                           \
-    JNI(GetByteArrayElements, kFailsOrThrows, 0, &gElements, 1)              \
-    JNI(GetIntArrayElements, kFailsOrThrows, 0, &gElements, 1)               \
-    JNI(ReleaseByteArrayElements, kNever, kWhilePending, &gElements, -1)     \
-    JNI(ReleaseIntArrayElements, kNever, kWhilePending, &gElements, -1)      \
-    JNI(ExceptionCheck, kNever, kWhilePending, kNoCount, 0)                  \
-    JNI(ExceptionDescribe, kNever, kWhilePending | kEntersJava, kNoCount, 0) \
-    JNI(ExceptionClear, kNever, kWhilePending, kNoCount, 0)                  \
-    OTHER(GetEnv, kFailsOrIsEmpty, kWhilePending)                            \
-    OTHER(AttachCurrentThread, kFailsOrIsEmpty, kWhilePending)               \
-    OTHER(DetachCurrentThread, kFails, 0)                                    \
-    OTHER(handle_alloc, kFails, kWhilePending)                               \
-    OTHER(handle_get_type_obj, kFailsOrIsEmpty, kWhilePending)               \
-    OTHER(handle_get_obj, kFailsOrIsEmpty, kWhilePending)                    \
-    OTHER(handle_free, kFails, kWhilePending)                                \
-    OTHER(x_sema_create, kFails, kWhilePending)                              \
-    OTHER(x_sema_lock, kFails, kWhilePending)                                \
-    OTHER(x_sema_unlock, kFailsOrKeeps, kWhilePending)                       \
-    OTHER(x_sema_delete, kFails, kWhilePending)                              \
-    OTHER(x_mem_alloc, kFails, kWhilePending)                                \
-    OTHER(x_mem_free, kNever, kWhilePending)
-
-// Each is named as the function is.
-enum class Call {
-#define DESK_CALL_NAME(name, ...) name,
-    DESK_CALLS(DESK_CALL_NAME, DESK_CALL_NAME)
-#undef DESK_CALL_NAME
-};
-const char* name(Call call);
-
-// How a call fails.
-enum class Failure {
-    kNull,    // null, or an error code. A failing detach, handle_free, x_sema_unlock or
-              // x_sema_delete does its work all the same
-    kThrows,  // the same, with a Java exception pending
-    kEmpty,   // reports success, but has no result
-    kKeeps,   // of x_sema_unlock: an error code, and the semaphore is not released
-};
-const char* name(Failure failure);
-// The ways in which a call can fail; none for one that cannot.
-std::vector<Failure> waysToFail(Call call);
-constexpr int kServiceError = -17;  // what a failing service returns
-
-// The nth watched call from now on (1: the next) fails, once; the 0th: each. Several may be to fail.
-void failCall(Call call, int nth, Failure failure);
-void failNothing();  // from now on
-
-// Recording: the watched calls are kept in order, JNI calls made while a Java exception is pending
-// are noted, and one of the calls can be made to fail. For one watched thread at a time.
-struct Point {
-    Call call;
-    std::string name;  // of the Java method that is called, or of the class that is looked up
-};
-void record();
-void recordAndFail(size_t point, Failure failure);  // the point'th call, from 0
-std::vector<Point> recorded();                      // ends the recording, and a fault
-std::vector<std::string> takeBreaches();
-
-// The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
-// exception is pending while the function goes on and when it returns. What the virtual machine
-// complains of after such a call is tolerated.
-bool isNeglected(const std::string& javaMethod);
-
-// Starts the virtual machine so that threads can be watched, and keeps the log.
-JNIEnv* startWatchedVm(const std::vector<std::string>& options);
-void watchServices();  // is done then; again for who had a service hook of his own
-// Calls the library's load entry, watched, below a Java method; returns its result.
-jint loadWatchedLibrary();
-
-// What the library holds, by name, counted only inside Watch scopes on their threads: references,
-// "elements" (arrays whose elements are held), attachments, and what the services gave out. "bad
-// frees" are those so far, see desk_bad_frees.
-using ResourceCounts = std::map<std::string, int>;
-constexpr char kGlobalRefs[] = "global references";
-ResourceCounts resourceCounts();
-
-// Array elements released since the last time, by mode.
-struct Releases {
-    int copiedBack = 0;  // 0
-    int aborted = 0;     // JNI_ABORT
-    int other = 0;       // JNI_COMMIT: the elements stay held
-};
-Releases takeReleases();
+// --- Which threads are watched ---
 
 class Watch {
   public:
@@ -134,17 +33,82 @@ class Watch {
 };
 
 // Calls a function of the library, watched.
-template <typename Call>
-auto callWatched(const Call& call) {
+template <typename Function>
+auto callWatched(const Function& function) {
     const Watch watch;
-    return call();
+    return function();
 }
 
-// Reports an event, watched; args as for reportEvent.
+// Reports an event, watched: its numbers, or its list and the length.
 template <typename... Args>
-jint report(Event event, uint32_t handle, const Args&... args) {
-    return callWatched([&] { return reportEvent(event, {toJava(handle), toJava(args)...}); });
+jint report(Event event, uint32_t handle, Args... args) {
+    return callWatched([&] {
+        if constexpr ((std::is_pointer_v<Args> || ...)) {
+            return reportEvent(event, handle, args...);
+        } else {
+            return reportEvent(event, handle, nullptr, std::vector<jint>{args...});
+        }
+    });
 }
+
+// Starts the virtual machine so that threads can be watched, and keeps the log.
+JNIEnv* startWatchedVm(const std::vector<std::string>& options);
+// Calls the library's load entry, watched, below a Java method; returns its result.
+jint loadWatchedLibrary();
+std::set<std::string> registeredNatives();  // the names of the natives that it has registered
+
+// --- Calls that fail ---
+
+enum class Failure {
+    kNull,    // null, or an error code. A failing detach, handle_free, x_sema_unlock or
+              // x_sema_delete does its work all the same
+    kThrows,  // the same, with a Java exception pending
+    kEmpty,   // reports success, but has no result
+    kKeeps,   // of x_sema_unlock: an error code, and the semaphore is not released
+};
+const char* nameOf(Failure failure);
+constexpr int kServiceError = -17;  // what a failing service returns
+
+// The nth such call from now on (1: the next) on a watched thread fails, once; the 0th: each.
+void failCall(const std::string& call, size_t nth, Failure failure);
+void failNothing();
+
+// A recording keeps the watched calls in order. For one watched thread at a time.
+struct Point {
+    std::string call;
+    std::string of;  // the Java method that is called, or the name that is looked up or registered
+    jint mode;       // of a release of array elements
+    std::vector<Failure> ways;  // in which it can fail
+};
+void record();
+void failNthCall(size_t nth, Failure failure);  // of any kind, from now on; the next is the 0th
+std::vector<Point> recorded();                  // ends the recording, and failures
+
+// The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
+// exception is pending while the function goes on and when it returns. What the virtual machine
+// complains of after such a call is tolerated.
+bool isNeglected(const std::string& javaMethod);
+
+// --- Calls that are observed ---
+
+// Of any thread, so far.
+unsigned long callsOf(const std::string& service);
+// Does this once, at the start of the next call of the service.
+void atNextCall(const std::string& service, const std::function<void()>& action);
+
+// From now on each call of Java is kept in the log, as "Class.method(arguments)" with the class that
+// the method was looked up in; also a call that is made to fail.
+void keepJavaCalls();
+
+// --- What the library holds ---
+
+// By name, counted only on watched threads: references, "elements" (arrays whose elements are held),
+// attachments, and what the services gave out. "bad frees" are those so far, see desk_bad_frees.
+using ResourceCounts = std::map<std::string, int>;
+constexpr char kGlobalRefs[] = "global references";
+ResourceCounts resourceCounts();
+// "handles: +1" for each count that has changed since.
+std::string changesSince(const ResourceCounts& before);
 
 }  // namespace desk
 

@@ -16,12 +16,10 @@ namespace {
 
 constexpr int32_t kFailed = -1;
 
-std::atomic<unsigned long> gCalls[DESK_SERVICE_COUNT];
 std::atomic<desk_service_hook_fct> gHook;
 
-// Counts a call; its code when it is to fail, else 0.
+// The code of a call that is to fail, else 0.
 int32_t fault(desk_service_t service) {
-    ++gCalls[service];
     const desk_service_hook_fct hook = gHook;
     return hook != nullptr ? hook(service) : 0;
 }
@@ -114,9 +112,6 @@ void desk_set_service_hook(desk_service_hook_fct hook) {
     gHook = hook;
 }
 
-unsigned long desk_calls(desk_service_t service) {
-    return gCalls[service];
-}
 unsigned desk_live_handles(void) {
     return handles().size();
 }

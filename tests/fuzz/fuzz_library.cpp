@@ -6,13 +6,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "mw/frontend.h"
 #include "tests/oracle.h"
 #include "tests/watch.h"
 
 namespace {
 
 FILE* gReport;  // the error stream, also when the fuzzer has closed it for everybody else
-oracle::Device* gDevice;
+desk::Pipeline* gPipeline;
 
 }  // namespace
 
@@ -22,13 +23,15 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     if (!desk::loadWatchedLibrary()) {
         abort();
     }
-    gDevice = new oracle::Device();
+    gPipeline = new desk::Pipeline();
+    oracle::listen();
+    desk::callWatched([] { return x_native_frontend_require_tuner(gPipeline->handle()); });
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const oracle::Bytes bytes(data, data + size);
-    const oracle::Outcome outcome = oracle::check(*gDevice, oracle::caseFrom({bytes}));
+    const oracle::Outcome outcome = oracle::check(gPipeline->handle(), oracle::caseFrom({bytes}));
     if (outcome.expected != outcome.actual) {
         fprintf(gReport, "expected:\n%s\n\nactual:\n%s\n", outcome.expected.c_str(),
                 outcome.actual.c_str());

@@ -35,9 +35,6 @@ void desk_set_service_hook(desk_service_hook_fct hook);
 /* As a code, for x_sema_unlock: it fails and does not release the semaphore. */
 #define DESK_KEEP_TAKEN (INT32_MIN + 1)
 
-/* Calls so far. */
-unsigned long desk_calls(desk_service_t service);
-
 /* What is alive. */
 unsigned desk_live_handles(void);
 unsigned desk_live_semaphores(void);

@@ -20,6 +20,8 @@ import java.util.stream.Collectors;
  * is named as in "onTune" or, to tell classes apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
 public final class ScriptedModel implements DeviceModel {
+    private static final Object NOTHING = new Object();
+
     private static volatile ScriptedModel sModel;
 
     private static final class Hold {
@@ -41,7 +43,19 @@ public final class ScriptedModel implements DeviceModel {
         Device.model = sModel;
     }
 
-    /** value: null for no result, an exception to be thrown; of "section", the bytes that onRead reads. */
+    /** does: "throws", "null", "true", "false", a list as "[1, 2]", or a number. */
+    public static void script(String method, String does) {
+        sModel.mAnswers.put(method, switch (does) {
+            case "throws" -> new MadeToFail();
+            case "null" -> NOTHING;
+            case "true", "false" -> Boolean.valueOf(does);
+            case "[]" -> new int[0];
+            default -> does.startsWith("[")
+                    ? Arrays.stream(does.substring(1, does.length() - 1).split(", ")).mapToInt(Integer::parseInt).toArray()
+                    : Long.valueOf(does);
+        });
+    }
+
     public static void returns(String method, Object value) {
         sModel.mAnswers.put(method, value);
     }
@@ -51,8 +65,9 @@ public final class ScriptedModel implements DeviceModel {
         sModel.mHolds.put(method, new Hold());
     }
 
-    public static boolean awaitHeld(String method) {
-        return sModel.mHolds.get(method).entered.completeOnTimeout(false, 60, TimeUnit.SECONDS).join();
+    /** Null when none came in a minute. */
+    public static Object awaitHeld(String method) {
+        return sModel.mHolds.get(method).entered.completeOnTimeout(null, 60, TimeUnit.SECONDS).join();
     }
 
     public static void release(String method) {
@@ -68,6 +83,17 @@ public final class ScriptedModel implements DeviceModel {
         }
     }
 
+    /** What an argument holds; of an object its class. */
+    public static String show(Object value) {
+        if (value instanceof byte[] bytes) {
+            return bytes.length > 64 ? "[" + bytes.length + " bytes]" : Arrays.toString(bytes);
+        }
+        if (value instanceof int[] ints) {
+            return Arrays.toString(ints);
+        }
+        return value == null ? "null" : value.getClass().getSimpleName();
+    }
+
     @Override
     public Object call(Object self, String method, Object... args) {
         final String full = self.getClass().getSimpleName() + "." + method;
@@ -79,14 +105,17 @@ public final class ScriptedModel implements DeviceModel {
             hold.entered.complete(true);
             hold.released.join();
         }
-        if (method.equals("onRead") && mAnswers.get("section") instanceof byte[] section) {
-            System.arraycopy(section, 0, (byte[]) args[0], 0, section.length);
+        if (method.equals("onRead")) {
+            final byte[] section = (byte[]) args[0];
+            for (int i = 0; i < section.length; i++) {
+                section[i] = (byte) (1 + i * 37 + i / 256);
+            }
         }
         final Object answer = mAnswers.getOrDefault(full, mAnswers.getOrDefault(method, mAnswers.get("*")));
         if (answer instanceof RuntimeException exception) {
             throw exception;
         }
-        return answer;
+        return answer == NOTHING ? null : answer;
     }
 
     private synchronized void record(Object self, String method, Object[] args) {

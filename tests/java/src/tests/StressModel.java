@@ -86,7 +86,6 @@ public final class StressModel implements DeviceModel {
             case "onGetFrontendStatus" -> mStatus;
             case "onGetFrontendSetting" -> mSettings;
             case "onSetVoltage" -> (Integer) args[0] + 1;
-            case "onGetTone" -> 13;
             case "onSendDiseqcMessage" -> ((byte[]) args[0]).length;
             default -> 0;
         };

@@ -1,0 +1,187 @@
+#include "tests/device.h"
+
+#include <utility>
+
+#include "mw/basic_services.h"
+#include "mw/filter.h"
+#include "mw/frontend.h"
+
+namespace desk {
+
+void (*gListener)(const std::string& event);
+int gTag;
+
+namespace {
+
+constexpr char kServices[] = "com.halvorin.tv.velmora.services.";
+constexpr const char* kEventMethods[] = {
+#define EVENT_METHOD(name, method) method,
+    EVENTS(EVENT_METHOD)};
+
+thread_local int tHeard;
+
+std::string told(int value) {
+    return std::to_string(value);
+}
+std::string told(void* tag) {
+    return tag == &gTag ? "tag" : "another tag";
+}
+// What is listened to has two elements at least.
+template <typename Element>
+std::string told(const Element* list) {
+    return "[" + told(list[0]) + ", " + told(list[1]) + "...]";
+}
+std::string told(FLT_EVT_CB_T* record) {
+    return "record " + told(static_cast<int>(record->ui4_private0)) + " " +
+           told(static_cast<int>(record->ui4_private1));
+}
+std::string told(FLT_EVT_DATA_T* data) {
+    std::string text = "kind " + told(data->e_kind);
+    for (const int32_t value : data->ai4_arg) {
+        text += " " + told(value);
+    }
+    return text;
+}
+
+template <Event event, typename Result, typename... Args>
+Result on(uint32_t handle, Args... args) {
+    ++tHeard;
+    if (gListener != nullptr) {
+        std::string text = std::string(methodOf(event)) + "(" + std::to_string(handle);
+        ((text += ", " + told(args)), ...);
+        gListener(text + ")");
+    }
+    constexpr int kUnused = 77;  // must not reach Java
+    return static_cast<Result>(kUnused);
+}
+
+// The Java objects that report events.
+struct Reporter {
+    const char* name;
+    jclass clazz;
+    jobject object;
+} gScan = {"ZytTvInnerScanCallback", nullptr, nullptr},
+  gLnb = {"ZytTvInnerLnbCallback", nullptr, nullptr},
+  gFilter = {"ZytTvInnerFilterCallback", nullptr, nullptr};
+
+}  // namespace
+
+jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers) {
+    const JNINativeInterface_& jni = realJni();
+    const bool ofFilter = event >= Event::kSection;
+    const Reporter& reporter = ofFilter ? gFilter : event >= Event::kLnb ? gLnb : gScan;
+    std::string signature = "(I";
+    std::vector<jvalue> arguments(1);
+    arguments[0].i = static_cast<jint>(handle);
+    if (event == Event::kDiseqc || (event >= Event::kFrequencies && event <= Event::kStreamIds)) {
+        signature += event == Event::kDiseqc ? "[B" : "[I";
+        arguments.emplace_back().l = list;
+    }
+    for (const jint number : numbers) {
+        signature += "I";
+        arguments.emplace_back().i = number;
+    }
+    signature += ofFilter ? ")V" : ")I";
+    const jmethodID id = jni.GetMethodID(env(), reporter.clazz, methodOf(event), signature.c_str());
+    jint result = 0;
+    if (ofFilter) {
+        jni.CallVoidMethodA(env(), reporter.object, id, arguments.data());
+    } else {
+        result = jni.CallIntMethodA(env(), reporter.object, id, arguments.data());
+    }
+    mustNotHaveThrown();
+    return result;
+}
+
+const char* methodOf(Event event) {
+    return kEventMethods[static_cast<size_t>(event)];
+}
+
+void registerCountingCallbacks(uint32_t h_pipeline, bool registers) {
+    FE_SCAN_CB_T scan = {};
+    scan.pf_locked_nfy = on<Event::kLocked>;
+    scan.pf_stopped_nfy = on<Event::kStopped>;
+    scan.pf_progress_nfy = on<Event::kProgress>;
+    scan.pf_freq_report_nfy = on<Event::kFrequencies>;
+    scan.pf_symbol_rate_nfy = on<Event::kSymbolRates>;
+    scan.pf_plp_id_nfy = on<Event::kPlpIds>;
+    scan.pf_group_id_nfy = on<Event::kGroupIds>;
+    scan.pf_stream_id_nfy = on<Event::kStreamIds>;
+    scan.pf_dvbs_standard_nfy = on<Event::kDvbsStandard>;
+    scan.pf_dvbt_standard_nfy = on<Event::kDvbtStandard>;
+    scan.pf_hierarchy_nfy = on<Event::kHierarchy>;
+    scan.pv_tag = &gTag;
+    const flt_section_nfy_fct section = on<Event::kSection>;
+    const flt_status_nfy_fct status = on<Event::kFilterStatus>;
+    const fe_lnb_nfy_fct lnb = on<Event::kLnb>;
+    const fe_lnb_diseqc_nfy_fct diseqc = on<Event::kDiseqc>;
+    x_native_frontend_register_scan_callback(registers ? &scan : nullptr);
+    x_velmora_filter_register_section_callback(registers ? section : nullptr);
+    x_velmora_filter_register_filter_status_callback(registers ? status : nullptr);
+    x_native_frontend_require_tuner(h_pipeline);
+    x_native_frontend_register_lnb_callback(h_pipeline, registers ? lnb : nullptr);
+    x_native_frontend_register_lnb_DiseqcMessage_callback(h_pipeline, registers ? diseqc : nullptr);
+    x_native_frontend_close_tuner(h_pipeline);
+}
+
+int takeHeard() {
+    return std::exchange(tHeard, 0);
+}
+
+void resetModel() {
+    callStatic("tests.ScriptedModel", "reset", "()V");
+}
+void script(const std::string& method, const std::string& does) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "script", "(Ljava/lang/String;Ljava/lang/String;)V",
+               toJava(method), toJava(does));
+}
+void scriptObject(const std::string& method, const std::string& clazz) {
+    const LocalFrame frame;
+    const jclass found = findClass("android.media.tv.tuner.frontend." + clazz);
+    callStatic("tests.ScriptedModel", "returns", "(Ljava/lang/String;Ljava/lang/Object;)V",
+               toJava(method), realJni().AllocObject(env(), found));
+}
+void scriptHold(const std::string& method) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "hold", "(Ljava/lang/String;)V", toJava(method));
+}
+bool awaitHeld(const std::string& method) {
+    const LocalFrame frame;
+    return callStatic("tests.ScriptedModel", "awaitHeld", "(Ljava/lang/String;)Ljava/lang/Object;",
+                      toJava(method)) != nullptr;
+}
+void scriptRelease(const std::string& method) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "release", "(Ljava/lang/String;)V", toJava(method));
+}
+std::string takeCalls() {
+    const LocalFrame frame;
+    return fromJava(callStatic("tests.ScriptedModel", "takeCalls", "()Ljava/lang/String;"));
+}
+
+// The first also makes what reports events: a class cannot be loaded while its thread is watched.
+Pipeline::Pipeline() {
+    const LocalFrame frame;
+    for (Reporter* reporter : {&gScan, &gLnb, &gFilter}) {
+        if (reporter->object == nullptr) {
+            const std::string name =
+                std::string(kServices) + "selector.connectmanager." + reporter->name;
+            reporter->clazz = static_cast<jclass>(realJni().NewGlobalRef(env(), findClass(name)));
+            reporter->object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
+        }
+    }
+    mObject =
+        realJni().NewGlobalRef(env(), newObject(std::string(kServices) + "pipeline.PipelineHandler",
+                                                "(Ljava/lang/String;)V", toJava("tv")));
+    mWeak = realJni().NewWeakGlobalRef(env(), mObject);
+    handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
+}
+
+Pipeline::~Pipeline() {
+    handle_free(mHandle, 1);
+    realJni().DeleteWeakGlobalRef(env(), mWeak);
+    realJni().DeleteGlobalRef(env(), mObject);
+}
+
+}  // namespace desk

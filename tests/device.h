@@ -1,0 +1,88 @@
+// What is around the library on a device: pipelines, the framework's objects with the scripted model
+// behind them, and the events that they report.
+
+#ifndef TESTS_DEVICE_H
+#define TESTS_DEVICE_H
+
+#include "tests/java.h"
+
+namespace desk {
+
+// --- Events, as Java reports them: name and method ---
+
+// The methods from kLnb on are of the LNB callback, from kSection on of the filter callback, and
+// those before of the scan callback.
+#define EVENTS(EVENT)                                    \
+    EVENT(kLocked, "notifyScanOnLocked")                 \
+    EVENT(kStopped, "notifyScanOnScanStopped")           \
+    EVENT(kProgress, "notifyScanOnProgress")             \
+    EVENT(kFrequencies, "notifyScanOnFrequenciesReport") \
+    EVENT(kSymbolRates, "notifyScanOnSymbolRates")       \
+    EVENT(kPlpIds, "notifyScanOnPlpIds")                 \
+    EVENT(kGroupIds, "notifyScanOnGroupIds")             \
+    EVENT(kStreamIds, "notifyScanOnInputStreamIds")      \
+    EVENT(kDvbsStandard, "notifyScanOnDvbsStandard")     \
+    EVENT(kDvbtStandard, "notifyScanOnDvbtStandard")     \
+    EVENT(kHierarchy, "notifyScanOnHierarchy")           \
+    EVENT(kSignalType, "notifyScanOnSignalType")         \
+    EVENT(kLnb, "notifyLnbEvent")                        \
+    EVENT(kDiseqc, "onDiseqcMessage")                    \
+    EVENT(kSection, "nativeFilterSectionEvent")          \
+    EVENT(kRestart, "nativeFilterRestartEvent")          \
+    EVENT(kFilterStatus, "nativeFilterStatusChanged")
+
+enum class Event {
+#define EVENT_NAME(name, method) name,
+    EVENTS(EVENT_NAME)
+#undef EVENT_NAME
+};
+
+// Calls the event's Java method on the calling thread, which is attached. The list is an array, for
+// kFrequencies to kStreamIds and kDiseqc. The numbers are, for these, the length to report; for kSection
+// four values; for every other but kLocked and kStopped one. Returns the method's result, 0 when it has
+// none.
+jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers);
+inline jint reportEvent(Event event, uint32_t handle, jarray list, jint length) {
+    return reportEvent(event, handle, list, std::vector<jint>{length});
+}
+const char* methodOf(Event event);
+
+// Registers a callback of its own for every event, or takes all back. They count the events and, if
+// there is a listener, tell it each as "method(handle, value...)". The pipeline must not be registered.
+void registerCountingCallbacks(uint32_t h_pipeline, bool registers = true);
+int takeHeard();  // events that reached them on the calling thread since the last time
+extern void (*gListener)(const std::string& event);
+extern int gTag;  // its address is the tag of these registrations
+
+// --- The scripted device model, see tests.ScriptedModel ---
+
+// Puts it in force; it then answers nothing and remembers nothing.
+void resetModel();
+// What a method does: returns a number, "true", "null" or "[1, 2]", or "throws".
+void script(const std::string& method, const std::string& does);
+// Returns an object of a class of the tuner's package, whose members are 0.
+void scriptObject(const std::string& method, const std::string& clazz);
+// The method waits from scriptHold to scriptRelease; awaitHeld returns when a call has come.
+void scriptHold(const std::string& method);
+bool awaitHeld(const std::string& method);
+void scriptRelease(const std::string& method);
+std::string takeCalls();
+
+// A pipeline as another component of the device makes it.
+class Pipeline {
+  public:
+    Pipeline();
+    ~Pipeline();
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+    uint32_t handle() const { return mHandle; }
+
+  private:
+    jobject mObject = nullptr;
+    jweak mWeak = nullptr;
+    uint32_t mHandle = 0;
+};
+
+}  // namespace desk
+
+#endif  // TESTS_DEVICE_H
