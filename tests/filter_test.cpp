@@ -6,12 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <numeric>
 #include <thread>
 
 #include "mw/basic_services.h"
@@ -60,25 +60,29 @@ TEST_F(FilterTest, SectionConfigHandsOnFlagsAsBooleansAndPatternsAsTheyAre) {
     uint32_t h = 0;
     open(&h);
     desk::keepJavaCalls();
-    uint8_t patterns[3][FLT_PATTERN_SIZE];
-    for (int i = 0; i < 3 * FLT_PATTERN_SIZE; ++i) {
-        patterns[0][i] = static_cast<uint8_t>(i + 100);
-    }
-    for (const auto& [flags, booleans] : {std::pair(std::array<uint8_t, 3>{0, 1, 2}, "0, 1, 1"),
-                                          {{255, 0, 1}, "1, 0, 1"},
-                                          {{1, 255, 0}, "1, 1, 0"}}) {
+    uint8_t patterns[3 * FLT_PATTERN_SIZE];
+    std::iota(std::begin(patterns), std::end(patterns), 80);
+    for (const uint8_t flag : std::initializer_list<uint8_t>{0, 1, 2, 255}) {
         desk::takeLog();
         callWatched([&] {
-            return x_velmora_filter_setSectionConfig(h, -7, flags[0], flags[1], flags[2],
-                                                     patterns[0], patterns[1], patterns[2]);
+            return x_velmora_filter_setSectionConfig(h, -7, flag, 1, 0, patterns, patterns + 16,
+                                                     patterns + 32);
         });
+        callWatched([&] {
+            return x_velmora_filter_setSectionConfig(h, 7, 0, flag, flag, patterns, patterns,
+                                                     patterns);
+        });
+        const Lines log = desk::takeLog();
+        const std::string text = flag == 0 ? "0" : "1";
         EXPECT_EQ(
-            std::string("ZytTvInnerFilter.onSetSectionConfig(-7, ") + booleans +
-                ", [100, 101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 113, 114, 115]"
-                ", [116, 117, 118, 119, 120, 121, 122, 123, 124, 125, 126, 127, -128, -127, -126, "
-                "-125], [-124, -123, -122, -121, -120, -119, -118, -117, -116, -115, -114, -113, "
-                "-112, -111, -110, -109])",
-            desk::takeLog().at(0));
+            "ZytTvInnerFilter.onSetSectionConfig(-7, " + text +
+                ", 1, 0, "
+                "[80, 81, 82, 83, 84, 85, 86, 87, 88, 89, 90, 91, 92, 93, 94, 95], "
+                "[96, 97, 98, 99, 100, 101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111], "
+                "[112, 113, 114, 115, 116, 117, 118, 119, 120, 121, 122, 123, 124, 125, 126, 127])",
+            log.at(0));
+        EXPECT_EQ(0u, log.at(1).find("ZytTvInnerFilter.onSetSectionConfig(7, 0, " + text + ", " +
+                                     text + ", [80, "));
     }
     close(h);
 }
