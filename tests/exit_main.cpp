@@ -11,7 +11,7 @@ namespace {
 void (*gReport)();
 
 void* loaded(const char* path) {
-    void* library = dlopen(path, RTLD_NOW | RTLD_GLOBAL);
+    void* library = dlopen(path, RTLD_NOW);
     if (library == nullptr) {
         fprintf(stderr, "%s\n", dlerror());
         _Exit(1);

@@ -9,3 +9,6 @@ target_compile_definitions(test_host PRIVATE
 target_link_libraries(test_host PUBLIC halvorin_velmora_pipeline platform::log platform::cutils
     platform::utils platform::basic jni_headers Threads::Threads ${CMAKE_DL_LIBS})
 add_dependencies(test_host tests_jar)
+if(PIPELINE_ANDROID)
+    target_compile_definitions(test_host PUBLIC DESK_ANDROID_RUNTIME)
+endif()

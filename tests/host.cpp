@@ -29,7 +29,7 @@ std::vector<std::string>& gComplaints = *new std::vector<std::string>();
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
 
-bool (*gTolerates)() = [] { return false; };
+bool (*gTolerates)(const std::string&) = [](const std::string&) { return false; };
 
 void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
@@ -59,8 +59,9 @@ jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     // Exceptions that the library describes print themselves, or not: see tests.MadeToFail.
     const bool isHeading =
         length > 0 && (strcmp(text, "Exception ") == 0 || strstr(text, "in thread \"") == text);
-    if (length > 0 && !isHeading && !gTolerates()) {
-        if (strstr(text, "WARNING") == text || strstr(text, "FATAL ERROR") == text) {
+    if (length > 0 && !isHeading && !gTolerates(text)) {
+        if (strstr(text, "WARNING") == text || strstr(text, "FATAL ERROR") == text ||
+            strstr(text, "JNI DETECTED ERROR") == text) {
             const std::lock_guard<std::mutex> lock(gLock);
             gComplaints.emplace_back(text);
         }
@@ -74,7 +75,7 @@ jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
 // --- The virtual machine that it is ---
 
 void createVm(const std::vector<std::string>& options) {
-    void* library = dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW | RTLD_GLOBAL);
+    void* library = dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
     const auto create =
         library == nullptr
             ? nullptr
@@ -94,6 +95,14 @@ void createVm(const std::vector<std::string>& options) {
 }
 
 jobject newClassLoader(const std::vector<std::string>& jars) {
+    if (kAndroidRuntime) {
+        std::string path;
+        for (const std::string& jar : jars) {
+            path += DESK_JARS "/" + jar + ".jar:";
+        }
+        return newObject("dalvik.system.PathClassLoader",
+                         "(Ljava/lang/String;Ljava/lang/ClassLoader;)V", toJava(path), nullptr);
+    }
     const jsize count = static_cast<jsize>(jars.size());
     const jobjectArray urls = gJni.NewObjectArray(env(), count, findClass("java.net.URL"), nullptr);
     for (jsize i = 0; i < count; ++i) {
@@ -134,7 +143,7 @@ std::vector<std::string> takeComplaints() {
     return std::exchange(gComplaints, {});
 }
 
-void tolerateComplaints(bool (*tolerates)()) {
+void tolerateComplaints(bool (*tolerates)(const std::string&)) {
     gTolerates = tolerates;
 }
 

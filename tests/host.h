@@ -16,6 +16,13 @@
 
 namespace desk {
 
+// Which virtual machine this build has: Android's runtime, or OpenJDK.
+#ifdef DESK_ANDROID_RUNTIME
+constexpr bool kAndroidRuntime = true;
+#else
+constexpr bool kAndroidRuntime = false;
+#endif
+
 // Options of the virtual machine. The check complains about each wrong use of JNI and is slow.
 constexpr char kCheckJni[] = "-Xcheck:jni";
 constexpr char kSmallHeap[] = "-Xmx128m";
@@ -27,9 +34,9 @@ JNIEnv* startVm(const std::vector<std::string>& options, const char* jar = nullp
 // Destroys it, if there is one, on the thread that started it. What is left then has leaked.
 void stopVm();
 // What the virtual machine complained of since the last time. Each complaint is printed too, with
-// Java's stack. On a thread on which tolerates returns true it is neither kept nor printed.
+// Java's stack. One that is tolerated, on the thread that it is about, is neither kept nor printed.
 std::vector<std::string> takeComplaints();
-void tolerateComplaints(bool (*tolerates)());
+void tolerateComplaints(bool (*tolerates)(const std::string& complaint));
 
 JavaVM* vm();
 JNIEnv* env();                         // of the calling thread, which must be attached

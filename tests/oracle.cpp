@@ -59,6 +59,8 @@ const std::map<int32_t, System> kSystems = {
       "[DTMB] mFrequency = {I56}, mModulation = {I0}, mCodeRate = {I4}, mTransmissionMode = {I8}, "
       "mGuardInterval = {I12}, mTimeInterleaveMode = {I16}, mBandwidth = {I20}."}},
 };
+constexpr const char* kCodeRateArguments = "{J0}, {B8}, {B9}, {I12}";
+
 // What a readback reads, in this order.
 struct Readback {
     int32_t type;  // of the delivery system; 0: every one
@@ -124,16 +126,27 @@ int64_t valueAt(char letter, const Bytes& record, size_t offset) {
                            : static_cast<int32_t>(at<int32_t>(record, offset) * factor);
 }
 
+// What stands in braces there; without a letter it is the argument that the record does not hold.
+struct Field {
+    char letter;
+    size_t offset;
+};
+Field fieldAt(const std::string& text, size_t brace) {
+    Field field = {};
+    char end = 0;
+    if (sscanf(&text[brace], "{%c%zu%c", &field.letter, &field.offset, &end) != 3) {
+        return {};
+    }
+    field.offset += end == '+' && sizeof(void*) == 8 ? 8 : 0;
+    return field;
+}
+
 // The format with values of the record in place of what stands in braces.
 std::string fill(std::string text, const Bytes& record, const std::string& argument = "") {
     for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{')) {
-        char letter = 0;
-        char end = 0;
-        size_t offset = 0;
-        const bool isField = sscanf(&text[at], "{%c%zu%c", &letter, &offset, &end) == 3;
-        offset += end == '+' && sizeof(void*) == 8 ? 8 : 0;
+        const auto [letter, offset] = fieldAt(text, at);
         text.replace(at, text.find('}') + 1 - at,
-                     isField ? std::to_string(valueAt(letter, record, offset)) : argument);
+                     letter != 0 ? std::to_string(valueAt(letter, record, offset)) : argument);
     }
     return text;
 }
@@ -282,8 +295,7 @@ class Oracle {
                                       "mIsShortFrames = {B9}", "mBitsPer1000Symbol = {I12}"}) {
                 log('D', std::string("[DVBS]pt_code_rate->") + field, *mCase.codeRate);
             }
-            java("DvbsCodeRate", "<init>", fill("{J0}, {B8}, {B9}, {I12}", *mCase.codeRate),
-                 Type::kVoid);
+            java("DvbsCodeRate", "<init>", fill(kCodeRateArguments, *mCase.codeRate), Type::kVoid);
         }
         for (const char* field : {"mFrequency = {M56}(in Hz)", "mSymbolRate = {K8+}(in bd)",
                                   "mScanType = {I32+}", "mIsDiseqcRxMessage = {B36+}"}) {
@@ -428,6 +440,22 @@ std::string outcome(int result, const std::vector<std::string>& trace, const Byt
         }
     }
     return text;
+}
+
+void makeBooleans(Case* call) {
+    const auto clear = [](Bytes* bytes, const std::string& fields) {
+        for (size_t at = fields.find("{B"); at != std::string::npos;
+             at = fields.find("{B", at + 1)) {
+            bytes->at(fieldAt(fields, at).offset) &= 1;
+        }
+    };
+    if (call->entry <= Entry::kScan) {
+        const auto found = kSystems.find(at<int32_t>(call->record, kTypeOffset));
+        clear(&call->record, found != kSystems.end() ? found->second.arguments : "");
+    }
+    if (call->codeRate) {
+        clear(&*call->codeRate, kCodeRateArguments);
+    }
 }
 
 std::string expect(Case* call) {

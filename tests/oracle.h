@@ -96,6 +96,9 @@ size_t recordSize(Entry entry);
 // A case made from arbitrary bytes.
 Case caseFrom(Source source);
 
+// Makes the settings' booleans 0 or 1.
+void makeBooleans(Case* call);
+
 // What came of a call, line by line: the result; in their order, calls of Java as
 // "Class.method(1, 2)" and lines of the log as "D text"; and the bytes of the record that were written.
 std::string outcome(int result, const std::vector<std::string>& trace, const Bytes& before,

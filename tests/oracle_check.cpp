@@ -47,6 +47,9 @@ void listen() {
 
 Outcome check(uint32_t h_pipeline, Case call) {
     const desk::LocalFrame frame;
+    if (desk::kAndroidRuntime) {
+        makeBooleans(&call);  // its CheckJNI lets no other value through to Java
+    }
     // Copies of exactly these bytes, so that the sanitizers see an access beyond them.
     Bytes codeRate = call.codeRate.value_or(Bytes());
     if (call.entry <= Entry::kScan && at<int32_t>(call.record, kTypeOffset) == kDvbs) {

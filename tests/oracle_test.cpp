@@ -162,6 +162,20 @@ TEST_F(OracleTest, UnknownHandlesAndNullsAreRefused) {
     }
 }
 
+// The library hands it on as it is, which the other tests see on OpenJDK; here CheckJNI ends the call.
+TEST_F(OracleTest, CheckJniComplainsOfABooleanThatIsNeither0Nor1) {
+    if (!desk::kAndroidRuntime) {
+        GTEST_SKIP();
+    }
+    MW_FESETTING_T settings = {};
+    settings.e_type = MW_FE_TYPE_DVBT;
+    settings.u.t_dvbt.mIsMiso = 2;
+    desk::callWatched([&] { return x_native_frontend_tune(mPipeline->handle(), &settings); });
+    const std::vector<std::string> complaints = desk::takeComplaints();
+    ASSERT_EQ(1U, complaints.size());
+    EXPECT_NE(std::string::npos, complaints[0].find("unexpected jboolean value: 2"));
+}
+
 // ORACLE_SEED in the environment gives other cases. Later ones would only repeat what failed.
 TEST_F(OracleTest, RandomCases) {
     const char* given = getenv("ORACLE_SEED");

@@ -366,6 +366,7 @@ int main(int argc, char** argv) {
     const std::string left = desk::changesSince(before);
     check(wrong.empty(), wrong.c_str());
     check(left.empty(), ("left: " + left).c_str());
+    check(desk::takeComplaints().empty(), "the virtual machine complained");
     std::cout << "seed " << seed << ", " << seconds << " s: " << gOperations << " operations, "
               << gEvents << " events\n";
     desk::stopVm();

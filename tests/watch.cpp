@@ -378,9 +378,11 @@ int32_t serviceHook(desk_service_t service) {
                                         : kServiceError;
 }
 
-bool toleratesComplaint() {
+// It is about an exception, and comes after a neglected method. Each line of a stack comes by itself.
+bool toleratesComplaint(const std::string& complaint) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    return isNeglected(methodOf(tLastMethod).name);
+    return isNeglected(methodOf(tLastMethod).name) &&
+           (complaint.find("exception") != std::string::npos || complaint[0] == '\t');
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ import java.io.InputStream;
 import java.nio.ByteBuffer;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.Paths;
 import java.util.Arrays;
 import java.util.HashSet;
 import java.util.Map;
@@ -38,7 +39,19 @@ final class SimulatedDemux implements DeviceModel {
     private static final int LONGEST = 3 + 0xfff;
 
     /** Which sections: of a PID, and by pattern, mask and mode. Byte 0 is the table, the others follow the length. */
-    private record Config(int pid, byte[] pattern, byte[] mask, byte[] mode) {
+    private static final class Config {
+        final int pid;
+        final byte[] pattern;
+        final byte[] mask;
+        final byte[] mode;
+
+        Config(int pid, byte[] pattern, byte[] mask, byte[] mode) {
+            this.pid = pid;
+            this.pattern = pattern.clone();
+            this.mask = mask.clone();
+            this.mode = mode.clone();
+        }
+
         boolean admits(byte[] section) {
             int different = 0;
             int negative = 0;
@@ -92,7 +105,7 @@ final class SimulatedDemux implements DeviceModel {
                 while (active && in.readNBytes(packet, 0, PACKET) == PACKET) {
                     final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
                     if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET || (packet[3] & 0x10) == 0
-                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != config.pid()
+                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != config.pid
                             || (packet[3] & 0x0f) == counter) {
                         continue; // damaged, without a payload, of another PID, or sent twice
                     }
@@ -157,7 +170,7 @@ final class SimulatedDemux implements DeviceModel {
     private volatile Path mStream;
 
     String setStream(String file) {
-        mStream = Path.of(file);
+        mStream = Paths.get(file);
         return file;
     }
 
@@ -177,8 +190,7 @@ final class SimulatedDemux implements DeviceModel {
                 filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
                 return (Integer) args[0] == TS && (Integer) args[1] == SECTION ? OK : REFUSED;
             case "onSetSectionConfig":
-                filter.config = new Config((Integer) args[0], ((byte[]) args[4]).clone(),
-                        ((byte[]) args[5]).clone(), ((byte[]) args[6]).clone());
+                filter.config = new Config((Integer) args[0], (byte[]) args[4], (byte[]) args[5], (byte[]) args[6]);
                 return OK;
             case "onStart":
                 if (filter.config == null || mStream == null || !Files.isReadable(mStream)

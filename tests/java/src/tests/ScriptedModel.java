@@ -6,7 +6,6 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.HashMap;
-import java.util.HexFormat;
 import java.util.IdentityHashMap;
 import java.util.List;
 import java.util.Map;
@@ -125,7 +124,7 @@ public final class ScriptedModel implements DeviceModel {
 
     private String text(Object value) {
         if (value instanceof byte[] bytes) {
-            return "byte[" + bytes.length + "]" + (bytes.length <= 64 ? HexFormat.of().formatHex(bytes) : "");
+            return show(bytes);
         }
         if (value == null || !value.getClass().getSimpleName().startsWith("ZytTv")) {
             return String.valueOf(value);
