@@ -34,6 +34,8 @@ demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5
     dtv-scan-tables android-liblog-dev android-libutils-dev android-libcutils-dev android-libnativehelper-dev)
 contract_packages=("${demo_packages[@]}" libasm-java)
 build_packages=("${contract_packages[@]}" googletest)
+android_packages=(android-libart android-libnativeloader android-lib{base,backtrace,ziparchive}-dev libicu4j-java
+    libicu-dev zlib1g-dev liblz4-1)
 arm_packages=(clang lld llvm qemu-user)
 bench_packages=(libbenchmark-dev jq)
 lint_packages=(clang-format clang-tidy libbenchmark-dev)

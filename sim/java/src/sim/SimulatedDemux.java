@@ -102,7 +102,7 @@ final class SimulatedDemux implements DeviceModel {
             mDelivered.clear();
             mBegun = false;
             try (InputStream in = new BufferedInputStream(Files.newInputStream(stream), READ_AHEAD)) {
-                while (active && in.readNBytes(packet, 0, PACKET) == PACKET) {
+                while (active && in.read(packet) == PACKET) {
                     final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
                     if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET || (packet[3] & 0x10) == 0
                             || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != config.pid
