@@ -31,7 +31,7 @@ public final class Main {
     }
 
     static String setStream(String file) {
-        return DEMUX.setStream(file);
+        return DEMUX.stream = file;
     }
 
     static String received(int pipeline) {

@@ -5,12 +5,11 @@ import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
 import desk.DeviceModel;
 import java.io.BufferedInputStream;
+import java.io.File;
+import java.io.FileInputStream;
 import java.io.IOException;
 import java.io.InputStream;
 import java.nio.ByteBuffer;
-import java.nio.file.Files;
-import java.nio.file.Path;
-import java.nio.file.Paths;
 import java.util.Arrays;
 import java.util.HashSet;
 import java.util.Map;
@@ -29,27 +28,23 @@ final class SimulatedDemux implements DeviceModel {
     /** So many different sections are told from those that come again. */
     private static final int REMEMBERED = 4096;
     private static final int WAITING = 1024;
-    private static final int READ_AHEAD = 1 << 16;
     private static final int SYNC = 0x47;
     private static final int END_OF_STREAM = 1;
     private static final int TS = 1;
     private static final int SECTION = 1;
     /** A longer section than a read returns is not delivered. */
     private static final int READABLE = 4096;
-    private static final int LONGEST = 3 + 0xfff;
 
     /** Which sections: of a PID, and by pattern, mask and mode. Byte 0 is the table, the others follow the length. */
     private static final class Config {
+        private final byte[] pattern, mask, mode; // made for this call
         final int pid;
-        final byte[] pattern;
-        final byte[] mask;
-        final byte[] mode;
 
-        Config(int pid, byte[] pattern, byte[] mask, byte[] mode) {
-            this.pid = pid;
-            this.pattern = pattern.clone();
-            this.mask = mask.clone();
-            this.mode = mode.clone();
+        Config(Object[] args) {
+            pid = (Integer) args[0];
+            pattern = (byte[]) args[4];
+            mask = (byte[]) args[5];
+            mode = (byte[]) args[6];
         }
 
         boolean admits(byte[] section) {
@@ -74,7 +69,7 @@ final class SimulatedDemux implements DeviceModel {
         private final Queue<byte[]> mSections = new ArrayBlockingQueue<>(WAITING);
         private final Set<ByteBuffer> mDelivered = new HashSet<>();
         /** The section that is being received, when one has begun. */
-        private final byte[] mSection = new byte[LONGEST];
+        private final byte[] mSection = new byte[3 + 0xfff];
         private int mLength;
         private boolean mBegun;
         volatile ExecutorService thread;
@@ -96,12 +91,12 @@ final class SimulatedDemux implements DeviceModel {
         }
 
         /** Plays a stream once, on the filter's callback thread. */
-        void play(Path stream) {
+        void play(String stream) {
             final byte[] packet = new byte[PACKET];
             int counter = -1;
             mDelivered.clear();
             mBegun = false;
-            try (InputStream in = new BufferedInputStream(Files.newInputStream(stream), READ_AHEAD)) {
+            try (InputStream in = new BufferedInputStream(new FileInputStream(stream))) {
                 while (active && in.read(packet) == PACKET) {
                     final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
                     if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET || (packet[3] & 0x10) == 0
@@ -167,12 +162,7 @@ final class SimulatedDemux implements DeviceModel {
     private final Map<Object, Filter> mFilters = new ConcurrentHashMap<>();
     private final Map<Object, ExecutorService> mThreads = new ConcurrentHashMap<>();
     private final ExecutorService mSharedThread = Executors.newSingleThreadExecutor();
-    private volatile Path mStream;
-
-    String setStream(String file) {
-        mStream = Paths.get(file);
-        return file;
-    }
+    volatile String stream;
 
     @Override
     public Object call(Object self, String method, Object... args) {
@@ -190,16 +180,16 @@ final class SimulatedDemux implements DeviceModel {
                 filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
                 return (Integer) args[0] == TS && (Integer) args[1] == SECTION ? OK : REFUSED;
             case "onSetSectionConfig":
-                filter.config = new Config((Integer) args[0], (byte[]) args[4], (byte[]) args[5], (byte[]) args[6]);
+                filter.config = new Config(args);
                 return OK;
             case "onStart":
-                if (filter.config == null || mStream == null || !Files.isReadable(mStream)
+                if (filter.config == null || stream == null || !new File(stream).canRead()
                         || filter.thread == null || filter.thread.isShutdown()) {
                     return REFUSED;
                 }
                 filter.active = true;
-                final Path stream = mStream;
-                filter.thread.execute(() -> filter.play(stream));
+                final String played = stream;
+                filter.thread.execute(() -> filter.play(played));
                 return OK;
             case "onRead":
                 return filter.read((byte[]) args[0], (Long) args[2]);
