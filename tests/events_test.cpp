@@ -143,16 +143,26 @@ TEST_F(EventsTest, EventDuringRegistrationsGetsCallbackAndTagOfOne) {
     EXPECT_EQ(0, std::exchange(gMixed, 0));
 }
 
-TEST_F(EventsTest, OnlyADifferentRegistrationTakesMemory) {
-    registerWithTag<1>();
-    registerWithTag<2>();
+TEST_F(EventsTest, OnlyADifferentRegistrationTakesMemoryAndTwoThatMeetAreBothKept) {
+    constexpr int kTags = 1000;
+    static int tags[2][kTags];
+    const auto registerEach = [](int of) {
+        for (int& tag : tags[of]) {
+            FE_SCAN_CB_T callbacks = {};
+            callbacks.pv_tag = &tag;
+            x_native_frontend_register_scan_callback(&callbacks);
+        }
+    };
     const int before = gNews;
-    registerWithTag<1>();
+    std::thread other(registerEach, 1);
+    registerEach(0);
+    const int after = gNews;
+    other.join();
+    EXPECT_GE(after - before, kTags);  // and some for the thread
+    registerEach(0);
+    registerEach(1);
     x_native_frontend_register_scan_callback(nullptr);
-    registerWithTag<2>();
-    EXPECT_EQ(before, gNews);
-    registerWithTag<3>();
-    EXPECT_EQ(before + 1, gNews);
+    EXPECT_EQ(after, gNews);
 }
 
 }  // namespace
