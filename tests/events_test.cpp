@@ -36,7 +36,6 @@ class EventsTest : public desk::LibraryTest {
         callbacks.pf_freq_report_nfy = callbacks.pf_symbol_rate_nfy = callbacks.pf_plp_id_nfy =
             callbacks.pf_group_id_nfy = callbacks.pf_stream_id_nfy = onList;
         x_native_frontend_register_scan_callback(&callbacks);
-        mPipeline.emplace();
         desk::callWatched([&] { return x_native_frontend_require_tuner(mPipeline->handle()); });
         registerDiseqc(mPipeline->handle(), onDiseqc);
     }
@@ -44,7 +43,6 @@ class EventsTest : public desk::LibraryTest {
         x_native_frontend_register_scan_callback(nullptr);
         EXPECT_EQ(0, registerDiseqc(mPipeline->handle(), nullptr));
         desk::callWatched([&] { return x_native_frontend_close_tuner(mPipeline->handle()); });
-        mPipeline.reset();
         LibraryTest::TearDown();
     }
 
@@ -77,8 +75,6 @@ class EventsTest : public desk::LibraryTest {
         EXPECT_EQ(3u, desk::takeLog().size());
         desk::setLogLevel("");
     }
-
-    std::optional<desk::Pipeline> mPipeline;
 };
 
 TEST_F(EventsTest, ListsAreCutToTheirArrayAndBadOnesAreRefused) {
