@@ -7,16 +7,18 @@
 
 namespace desk {
 
-alignas(8) unsigned char gOutput[256];
-
 namespace {
 
 // --- How a row is made ---
 // For example
 //
-//     ofTuner("lnb_set_tone", x_native_frontend_lnb_set_tone, 1),
+//     ofTuner(NAMED(x_native_frontend_lnb_set_tone), 1),
 //
 // requires a tuner, calls x_native_frontend_lnb_set_tone(its pipeline, 1), and closes the tuner.
+
+#define NAMED(function) #function, function
+
+using Call = std::function<int(Stage&)>;
 
 void nothing(Stage&) {}
 void requireTuner(Stage& stage) {
@@ -25,49 +27,42 @@ void requireTuner(Stage& stage) {
 void closeTuner(Stage& stage) {
     x_native_frontend_close_tuner(stage.h_pipeline);
 }
+Function ofTuner(const std::string& name, const Call& call) {
+    return {name, Side::kFrontend, call, requireTuner, closeTuner, true};
+}
 template <typename... Parameters, typename... Args>
 Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters...), Args... args) {
-    return {"x_native_frontend_" + name,
-            Side::kFrontend,
-            [=](Stage& stage) { return call(stage.h_pipeline, args...); },
-            requireTuner,
-            closeTuner,
-            true};
+    return ofTuner(name, [=](Stage& stage) { return call(stage.h_pipeline, args...); });
 }
 
-template <typename... Parameters, typename... Args>
-Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...), Args... args) {
-    return {"x_velmora_filter_" + name,
-            Side::kFilter,
-            [=](Stage& stage) { return call(stage.hfilter, args...); },
-            prepareFilter,
-            undoFilter,
-            true};
-}
-
-// Takes its handles from the stage, or none.
-Function onStage(const std::string& name, const std::function<int(Stage&)>& call,
-                 Step before = nothing, Step after = nothing) {
-    return Function{name, Side::kFilter, call}.within(std::move(before), std::move(after));
+// With any handles, or none.
+Function onStage(const std::string& name, const Call& call, const Step& before = nothing,
+                 const Step& after = nothing) {
+    return {name, Side::kFilter, call, before, after};
 }
 template <typename... Parameters, typename... Args>
 Function global(const std::string& name, int (*call)(Parameters...), Args... args) {
     return onStage(name, [=](Stage&) { return call(args...); });
 }
 
+Function ofFilter(const std::string& name, const Call& call) {
+    return onStage(name, call, prepareFilter, undoFilter).withHandle();
+}
+template <typename... Parameters, typename... Args>
+Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...), Args... args) {
+    return ofFilter(name, [=](Stage& stage) { return call(stage.hfilter, args...); });
+}
+
 // A filter's native: -1 when its event did not reach the middleware.
 template <typename... Args>
 Function filterNative(Event event, Args... args) {
-    Function row = onStage(
-        methodOf(event),
-        [=](Stage& stage) {
-            takeHeard();
-            report(event, stage.hfilter, args...);
-            return takeHeard() == 1 ? 0 : -1;
-        },
-        prepareFilter, undoFilter);
-    row.takesHandle = true;
-    return row.fromJava();
+    return ofFilter(methodOf(event),
+                    [=](Stage& stage) {
+                        takeHeard();
+                        report(event, stage.hfilter, args...);
+                        return takeHeard() == 1 ? 0 : -1;
+                    })
+        .fromJava();
 }
 
 // The natives of the frontend's callback classes serve every pipeline.
@@ -92,7 +87,7 @@ Function listNative(Event event) {
 
 MW_FESETTING_T* settingsOf(int32_t type) {
     static MW_FE_DVBS_CODE_RATE_T rate = {1, 1, 0, 2};
-    static MW_FESETTING_T settings;
+    thread_local MW_FESETTING_T settings;
     settings = {};
     settings.e_type = type;
     if (type == MW_FE_TYPE_DVBS) {
@@ -109,10 +104,10 @@ int scan(unsigned int h_pipeline) {
 int readBack(unsigned int h_pipeline) {
     return x_native_frontend_get_frontend_setting(h_pipeline, settingsOf(0));
 }
-int queryStatus(unsigned int h_pipeline) {
+int queryStatus(Stage& stage) {
     FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_INNER_FEC, FE_STATUS_TYPE_CODE_RATES};
-    return x_native_frontend_get_frontend_status(h_pipeline, kinds, std::size(kinds),
-                                                 reinterpret_cast<FE_STATUS_T*>(gOutput));
+    return x_native_frontend_get_frontend_status(stage.h_pipeline, kinds, std::size(kinds),
+                                                 reinterpret_cast<FE_STATUS_T*>(stage.output));
 }
 int clearScanCallbacks() {
     x_native_frontend_register_scan_callback(nullptr);
@@ -127,9 +122,9 @@ int openFilter(Stage& stage) {
     addToLog("handle: " + std::to_string(stage.hfilter));
     return result;
 }
-int openFilterOfAThread(Stage& stage) {
-    Stage other = {stage.hthread};
-    return openFilter(other);
+int read(Stage& stage) {
+    return x_velmora_filter_read(stage.hfilter, reinterpret_cast<int8_t*>(stage.output), 0,
+                                 kBytesRead + 1);
 }
 int createThread(Stage& stage) {
     return x_velmora_filter_create_callback_thread(&stage.hthread);
@@ -140,87 +135,76 @@ int deleteThread(Stage& stage) {
 
 std::vector<Function> makeRows() {
     static unsigned char message[] = {0xe0, 0x10, 0x38};
-    static uint8_t pattern[FLT_PATTERN_SIZE];
+    // Flags are handed on as booleans.
+    static uint8_t patterns[] = "A pattern of 16.Its mask, of 16.The mode, of 16.";
+    uint8_t* const mask = patterns + FLT_PATTERN_SIZE;
+    uint8_t* const mode = mask + FLT_PATTERN_SIZE;
+    const uint8_t no = 0, yes = 1, two = 2, most = 255;
     static FLT_EVT_CB_T noEvent;
-    const uint8_t flag = 1;
-    Function load = {"JNI_OnLoad", Side::kLoad, [](Stage&) { return loadWatchedLibrary(); }};
-    Function deletion = onStage("x_velmora_filter_delete_callback_thread", deleteThread,
-                                createThread, deleteThread);
-    deletion.takesHandle = true;
+    static uint32_t noHandle;
     return {
-        load.fromJava(),
-        global("__halvorin_log_is_loggable", __halvorin_log_is_loggable, 5,
-               "vendor.zyt.broadcast.log.level"),
+        Function{"JNI_OnLoad", Side::kLoad, [](Stage&) { return loadWatchedLibrary(); }}.fromJava(),
+        global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
-        ofTuner("require_tuner", x_native_frontend_require_tuner)
-            .within(nothing, closeTuner)
-            .withoutHandle(),
-        ofTuner("require_tuner (again)", x_native_frontend_require_tuner).withoutHandle(),
-        ofTuner("close_tuner", x_native_frontend_close_tuner).within(requireTuner, nothing),
-        ofTuner("tune", tune, MW_FE_TYPE_ATSC),
-        ofTuner("tune (DVB-C)", tune, MW_FE_TYPE_DVBC).unwritten(),
-        ofTuner("tune (DVB-S)", tune, MW_FE_TYPE_DVBS),
-        ofTuner("tune (DVB-T)", tune, MW_FE_TYPE_DVBT).unwritten(),
-        ofTuner("tune (ISDB-S)", tune, MW_FE_TYPE_ISDBS).unwritten(),
-        ofTuner("tune (ISDB-T)", tune, MW_FE_TYPE_ISDBT).unwritten(),
-        ofTuner("tune (DTMB)", tune, MW_FE_TYPE_DTMB).unwritten(),
-        ofTuner("scan", scan),
-        ofTuner("cancel_tuning", x_native_frontend_cancel_tuning),
-        ofTuner("cancel_scanning", x_native_frontend_cancel_scanning),
-        ofTuner("set_lna_enabled", x_native_frontend_set_lna_enabled, 2),
-        ofTuner("get_frontend_info", x_native_frontend_get_frontend_info, nullptr),
-        ofTuner("get_frontend_status", queryStatus),
-        ofTuner("get_frontend_setting", readBack),
-        ofTuner("set_ontune_listener", x_native_frontend_set_ontune_listener),
-        ofTuner("clear_ontune_listener", x_native_frontend_clear_ontune_listener),
+        // In place of another one.
+        ofTuner(NAMED(x_native_frontend_require_tuner)).withHandle(false),
+        ofTuner(NAMED(x_native_frontend_close_tuner)).within(requireTuner, nothing),
+        ofTuner("x_native_frontend_tune", tune, MW_FE_TYPE_ATSC),
+        ofTuner("x_native_frontend_tune (DVB-C)", tune, MW_FE_TYPE_DVBC).unwritten(),
+        ofTuner("x_native_frontend_tune (DVB-S)", tune, MW_FE_TYPE_DVBS),
+        ofTuner("x_native_frontend_tune (DVB-T)", tune, MW_FE_TYPE_DVBT).unwritten(),
+        ofTuner("x_native_frontend_tune (ISDB-S)", tune, MW_FE_TYPE_ISDBS).unwritten(),
+        ofTuner("x_native_frontend_tune (ISDB-T)", tune, MW_FE_TYPE_ISDBT),
+        ofTuner("x_native_frontend_tune (DTMB)", tune, MW_FE_TYPE_DTMB).unwritten(),
+        ofTuner("x_native_frontend_scan", scan),
+        ofTuner(NAMED(x_native_frontend_cancel_tuning)),
+        ofTuner(NAMED(x_native_frontend_cancel_scanning)),
+        ofTuner(NAMED(x_native_frontend_set_lna_enabled), 2),
+        ofTuner(NAMED(x_native_frontend_get_frontend_info), nullptr),
+        ofTuner("x_native_frontend_get_frontend_status", queryStatus),
+        ofTuner("x_native_frontend_get_frontend_setting", readBack),
+        ofTuner(NAMED(x_native_frontend_set_ontune_listener)),
+        ofTuner(NAMED(x_native_frontend_clear_ontune_listener)),
         global("x_native_frontend_register_scan_callback", clearScanCallbacks),
-        ofTuner("register_lnb_callback", x_native_frontend_register_lnb_callback, nullptr),
-        ofTuner("register_lnb_DiseqcMessage_callback",
-                x_native_frontend_register_lnb_DiseqcMessage_callback, nullptr),
-        ofTuner("require_lnb", x_native_frontend_require_lnb),
-        ofTuner("lnb_set_voltage", x_native_frontend_lnb_set_voltage, 13),
-        ofTuner("lnb_set_tone", x_native_frontend_lnb_set_tone, 1),
-        ofTuner("lnb_set_SatellitePosition", x_native_frontend_lnb_set_SatellitePosition, -3),
-        ofTuner("lnb_get_voltage", x_native_frontend_lnb_get_voltage),
-        ofTuner("lnb_get_tone", x_native_frontend_lnb_get_tone),
-        ofTuner("lnb_get_SatellitePosition", x_native_frontend_lnb_get_SatellitePosition),
-        ofTuner("lnb_send_diseqcmessage", x_native_frontend_lnb_send_diseqcmessage, message, 3),
-        ofTuner("lnb_send_diseqcmessage (empty)", x_native_frontend_lnb_send_diseqcmessage, nullptr,
-                0),
-        ofTuner("lnb_send_diseqcmessage (null)", x_native_frontend_lnb_send_diseqcmessage, nullptr,
-                1),
-        ofTuner("lnb_send_diseqcmessage (negative length)",
-                x_native_frontend_lnb_send_diseqcmessage, message, -1),
-        ofTuner("lnb_close", x_native_frontend_lnb_close),
+        ofTuner(NAMED(x_native_frontend_register_lnb_callback), nullptr),
+        ofTuner(NAMED(x_native_frontend_register_lnb_DiseqcMessage_callback), nullptr),
+        ofTuner(NAMED(x_native_frontend_require_lnb)),
+        ofTuner(NAMED(x_native_frontend_lnb_set_voltage), 13),
+        ofTuner(NAMED(x_native_frontend_lnb_set_tone), 1),
+        ofTuner(NAMED(x_native_frontend_lnb_set_SatellitePosition), -3),
+        ofTuner(NAMED(x_native_frontend_lnb_get_voltage)),
+        ofTuner(NAMED(x_native_frontend_lnb_get_tone)),
+        ofTuner(NAMED(x_native_frontend_lnb_get_SatellitePosition)),
+        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, 3),
+        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), nullptr, 0).as("empty"),
+        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), nullptr, 1).as("null"),
+        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, -1).as("length -1"),
+        ofTuner(NAMED(x_native_frontend_lnb_close)),
 
-        onStage("x_velmora_filter_open", openFilter, createThread, undoFilter),
-        onStage("x_velmora_filter_open (no pipeline)", openFilterOfAThread, createThread,
-                deleteThread),
-        global("x_velmora_filter_open (no handle)", x_velmora_filter_open, 1u, 2, 3, 4, nullptr,
-               &noEvent, nullptr),
-        global("x_velmora_filter_open (no event record)", x_velmora_filter_open, 1u, 2, 3, 4,
-               reinterpret_cast<uint32_t*>(gOutput), nullptr, nullptr),
-        ofFilter("close", x_velmora_filter_close),
-        ofFilter("start", x_velmora_filter_start),
-        ofFilter("stop", x_velmora_filter_stop),
-        ofFilter("flush", x_velmora_filter_flush),
-        ofFilter("read", x_velmora_filter_read, reinterpret_cast<int8_t*>(gOutput), 0,
-                 kBytesRead + 1),
-        ofFilter("read (into null)", x_velmora_filter_read, nullptr, 0, 1),
-        ofFilter("setSectionConfig", x_velmora_filter_setSectionConfig, 1, flag, flag, flag,
-                 pattern, pattern, pattern),
-        ofFilter("setSectionConfig (no pattern)", x_velmora_filter_setSectionConfig, 1, flag, flag,
-                 flag, pattern, pattern, nullptr),
-        global("x_velmora_filter_register_section_callback",
-               x_velmora_filter_register_section_callback, nullptr),
-        global("x_velmora_filter_register_filter_status_callback",
-               x_velmora_filter_register_filter_status_callback, nullptr),
+        onStage("x_velmora_filter_open", openFilter, createThread, undoFilter).withHandle(),
+        global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, nullptr, &noEvent, nullptr)
+            .as("no handle"),
+        global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
+            .as("no event record"),
+        ofFilter(NAMED(x_velmora_filter_close)),
+        ofFilter(NAMED(x_velmora_filter_start)),
+        ofFilter(NAMED(x_velmora_filter_stop)),
+        ofFilter(NAMED(x_velmora_filter_flush)),
+        ofFilter("x_velmora_filter_read", read),
+        ofFilter(NAMED(x_velmora_filter_read), nullptr, 0, 1).as("into null"),
+        ofFilter(NAMED(x_velmora_filter_setSectionConfig), -7, no, two, no, patterns, mask, mode),
+        ofFilter(NAMED(x_velmora_filter_setSectionConfig), 7, most, no, yes, patterns, mask, mode)
+            .as("flags"),
+        ofFilter(NAMED(x_velmora_filter_setSectionConfig), 1, no, no, no, patterns, mask, nullptr)
+            .as("no mode"),
+        global(NAMED(x_velmora_filter_register_section_callback), nullptr),
+        global(NAMED(x_velmora_filter_register_filter_status_callback), nullptr),
         onStage("x_velmora_filter_create_callback_thread", createThread, nothing, deleteThread),
-        global("x_velmora_filter_create_callback_thread (no handle)",
-               x_velmora_filter_create_callback_thread, nullptr),
-        deletion,
-        global("addInnerFilterReference", addInnerFilterReference, 0),
-        global("subInnerFilterReference", subInnerFilterReference, 0),
+        global(NAMED(x_velmora_filter_create_callback_thread), nullptr).as("no handle"),
+        onStage("x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread)
+            .withHandle(),
+        global(NAMED(addInnerFilterReference), 0),
+        global(NAMED(subInnerFilterReference), 0),
 
         filterNative(Event::kSection, 1, -2, 3, 4),
         filterNative(Event::kRestart, 9),

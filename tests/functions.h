@@ -15,11 +15,12 @@
 
 namespace desk {
 
-// The handles that a row works on.
+// The handles that a row works on, and what its function fills; a failing one must leave that alone.
 struct Stage {
     uint32_t h_pipeline = 0;
     uint32_t hfilter = 0;
     uint32_t hthread = 0;
+    alignas(8) unsigned char output[256] = {};
 };
 using Step = std::function<void(Stage&)>;
 // A filter that uses a callback thread; the filter's handle follows the thread's.
@@ -39,13 +40,17 @@ struct Function {
     jint releaseMode = 0;       // of array elements
     bool written = true;        // in functions.txt; what the oracle says is not
 
-    Function within(Step before, Step after) {
-        prepare = std::move(before);
-        undo = std::move(after);
+    Function as(const std::string& variant) {
+        name += " (" + variant + ")";
         return *this;
     }
-    Function withoutHandle() {
-        takesHandle = false;
+    Function within(const Step& before, const Step& after) {
+        prepare = before;
+        undo = after;
+        return *this;
+    }
+    Function withHandle(bool takes = true) {
+        takesHandle = takes;
         return *this;
     }
     Function fromJava(jint mode = 0) {
@@ -63,9 +68,6 @@ void PrintTo(const Function& function, std::ostream* out);  // for GoogleTest
 
 constexpr int kJavaValue = 57;  // what Java's methods must return: it stands out in the log
 constexpr int kBytesRead = 7;   // and onRead
-
-// What a function fills; a failing one must leave it alone.
-extern unsigned char gOutput[256];
 
 }  // namespace desk
 

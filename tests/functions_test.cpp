@@ -308,7 +308,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         const bool throws = failure == Failure::kThrows;
         const desk::ResourceCounts before = desk::resourceCounts();
         take(mFunction.prepare);
-        memset(desk::gOutput, kUntouched, sizeof(desk::gOutput));
+        memset(mStage.output, kUntouched, sizeof(mStage.output));
         const Attempt failed = run(attached, failing, failure);
         const bool fatal = !failed.fatal.empty();
         const bool succeeded = !fatal && failed.result == plain.result;
@@ -335,8 +335,8 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
             EXPECT_EQ(throws && !load, std::any_of(calls.begin(), calls.end(), describes));
         }
         if (!fatal && !succeeded) {
-            EXPECT_EQ(sizeof(desk::gOutput),
-                      std::count(std::begin(desk::gOutput), std::end(desk::gOutput), kUntouched));
+            EXPECT_EQ(sizeof(mStage.output),
+                      std::count(std::begin(mStage.output), std::end(mStage.output), kUntouched));
         }
         // A plain call works: of a function that failed, with what it left.
         if (succeeded) {
@@ -400,6 +400,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         expectNoJava("handle of something else");
         mStage = open;
         take(desk::undoFilter);
+        mStage.h_pipeline = 0x7fffff00;
         expectNoJava("closed handle");
         mStage = before;
     }

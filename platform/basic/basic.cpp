@@ -72,7 +72,7 @@ class Table {
   private:
     std::mutex mLock;
     std::map<uint32_t, Object> mObjects;
-    uint32_t mNext = 0x1001;  // a handle that looks like none of the types, and is not 0
+    uint32_t mNext = 0x10001;  // a handle that looks like none of the types, and is not 0
 };
 
 struct Handle {
