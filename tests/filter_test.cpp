@@ -59,7 +59,7 @@ class FilterTest : public desk::LibraryTest {
 TEST_F(FilterTest, SectionConfigHandsOnFlagsAsBooleansAndPatternsAsTheyAre) {
     uint32_t h = 0;
     open(&h);
-    desk::keepJavaCalls();
+    desk::record();
     uint8_t patterns[3 * FLT_PATTERN_SIZE];
     std::iota(std::begin(patterns), std::end(patterns), 80);
     for (const uint8_t flag : std::initializer_list<uint8_t>{0, 1, 2, 255}) {
@@ -90,7 +90,7 @@ TEST_F(FilterTest, SectionConfigHandsOnFlagsAsBooleansAndPatternsAsTheyAre) {
 TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     uint32_t h = 0;
     open(&h);
-    desk::keepJavaCalls();
+    desk::record();
     constexpr int64_t kMost = FLT_MAX_READ_SIZE;
     for (const int64_t size : {INT64_MIN, INT64_C(-1), INT64_C(0), INT64_C(1), INT64_C(100),
                                kMost - 1, kMost, kMost + 1, INT64_MAX}) {

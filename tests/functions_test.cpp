@@ -232,13 +232,13 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
             desk::addToLog("callback: " + event);
         };
         desk::registerCountingCallbacks(mStage.h_pipeline);
-        desk::keepJavaCalls();
         desk::script("*", std::to_string(desk::kJavaValue));
         desk::script("onOpenFilter", "0");
         desk::script("onRead", std::to_string(desk::kBytesRead));
         desk::scriptObject("onGetFrontendStatus", "FrontendStatus");
         desk::script("getCodeRates", "[0, 0]");
-        desk::scriptObject("onGetFrontendSetting", "AtscFrontendSettings");
+        desk::scriptObject("onGetFrontendSetting", "DvbtFrontendSettings");
+        desk::script("getType", std::to_string(MW_FE_TYPE_DVBT));
         desk::setLogLevel("V");
     }
 
@@ -258,7 +258,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         desk::takeLog();
         desk::record();
         if (failing) {
-            desk::failNthCall(*failing, failure);
+            desk::failCall("", *failing + 1, failure);
         }
         Attempt run = runOnThread(attached, [this] { return mFunction.call(mStage); });
         run.calls = desk::recorded();
@@ -478,18 +478,6 @@ INSTANTIATE_TEST_SUITE_P(Of, FunctionsTest, testing::ValuesIn(desk::functions())
                                  '_');
                              return name;
                          });
-
-class TableTest : public desk::LibraryTest {};
-
-TEST_F(TableTest, HasARowForEachNative) {
-    desk::Names natives;
-    for (const Function& function : desk::functions()) {
-        if (function.calledByJava && function.side != Side::kLoad) {
-            natives.insert(function.name);
-        }
-    }
-    EXPECT_EQ(desk::registeredNatives(), natives);
-}
 
 }  // namespace
 

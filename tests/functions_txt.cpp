@@ -17,12 +17,12 @@ constexpr char kHead[] =
 TEXT              A line that appears when something fails.
     CAUSES: ...   The causes of the lines above and of what follows: another result, or which of the
                   numbered lines are missing. A line that shows the result is not missing when it shows another.
--- NAMES          Functions of which all that follows is true.
+-- NAMES          Functions, without x_native_frontend_ or x_velmora_filter_, of which all that follows is true.
 
 A call that is named alone does the same however it fails. A cause that is not named changes nothing. F is
 a fatal assertion, which ends the process. "no environment": the virtual machine is not there yet, or gives
 the thread none. "no Java object": the tuner's could not be made. "not its handle": it is closed, or of
-something else. "handle not found": the same, or the handle service fails.
+something else. "handle not found": the same, or the handle service fails. "no Java": no environment, no Java object.
 
 )";
 
@@ -38,6 +38,7 @@ const std::vector<std::pair<const char*, Names>> kNamed = {
      {"closed handle", "handle of something else", "handle_get_type_obj fails",
       "handle_get_type_obj gives nothing"}},
     {"not its handle", {"closed handle", "handle of something else"}},
+    {"no Java", {"no Java object", "no environment"}},
 };
 
 Names named(Names causes) {
@@ -237,7 +238,13 @@ std::string functionsTxt(std::map<std::string, Seen> seen) {
         sections.erase({row});
     }
     for (const auto& [rows, differences] : sections) {
-        text += wrapped(rows, "-- ", "") + written(differences);
+        Names shortened;
+        for (const std::string& row : rows) {
+            const size_t prefix =
+                row.rfind("x_", 0) == 0 ? row.find('_', row.find('_', 2) + 1) + 1 : 0;
+            shortened.insert(row.substr(prefix));
+        }
+        text += wrapped(shortened, "-- ", "") + written(differences);
     }
     return text;
 }

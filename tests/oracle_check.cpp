@@ -41,7 +41,6 @@ int make(const Case& call, uint32_t pipeline, uint8_t* record, int32_t* kinds) {
 }  // namespace
 
 void listen() {
-    desk::keepJavaCalls();
     desk::setLogLevel("V");
 }
 
@@ -61,9 +60,12 @@ Outcome check(uint32_t h_pipeline, Case call) {
 
     script(call);
     if (call.missing == Case::kElements) {
-        desk::failCall("GetIntArrayElements", 0, desk::Failure::kThrows);
+        for (size_t nth = 1; nth <= call.kinds.size(); ++nth) {
+            desk::failCall("GetIntArrayElements", nth, desk::Failure::kThrows);
+        }
     }
     const desk::ResourceCounts before = desk::resourceCounts();
+    desk::record();
     desk::takeLog();
     const uint32_t wrong = call.missing == Case::kHandle ? ~0u : 0;  // inverts the handle
     const int result = desk::callWatched([&] {
@@ -71,7 +73,7 @@ Outcome check(uint32_t h_pipeline, Case call) {
                     call.missing == Case::kRecord ? nullptr : record.data(),
                     call.missing == Case::kKinds ? nullptr : kinds.data());
     });
-    desk::failNothing();
+    desk::recorded();
     std::vector<std::string> trace = desk::takeLog();
     if (desk::env()->ExceptionCheck()) {
         desk::env()->ExceptionClear();

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <utility>
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
@@ -118,10 +119,9 @@ thread_local jmethodID tLastMethod;   // that it called
 
 // Which call fails, and how.
 struct Fault {
-    std::optional<Call> call;  // none: any
-    size_t nth;                // such call from now on; 0: each
+    Call call;    // kEnd: any
+    size_t left;  // such calls until it fails, itself included
     Failure failure;
-    size_t met = 0;  // such calls
 };
 
 struct JavaMethod {
@@ -137,16 +137,10 @@ struct State {
     std::vector<Point> points;
     std::vector<Fault> faults;
     std::map<jmethodID, JavaMethod> methods;
-    std::set<std::string> natives;
-    bool keepsJavaCalls = false;
     Call actsAt = Call::kEnd;
     std::function<void()> action;
 };
 State& gState = *new State();
-
-bool hits(Fault* fault, Call call) {
-    return fault->call.value_or(call) == call && (++fault->met == fault->nth || fault->nth == 0);
-}
 
 // Lets the calling thread see the function table that it is to see.
 void setTable() {
@@ -163,29 +157,27 @@ JavaMethod methodOf(jmethodID id) {
 
 // What a JNI call is about, from its arguments.
 struct Subject {
-    std::vector<const char*> texts;            // the name that is looked up, and its signature
-    const JNINativeMethod* natives = nullptr;  // that are registered
-    jmethodID method = nullptr;                // the Java method that is called
-    const jvalue* arguments = nullptr;         // of it
+    const char* text = nullptr;         // the name that is looked up or registered
+    const char* signature = nullptr;    // of what is looked up
+    jmethodID method = nullptr;         // the Java method that is called
+    const jvalue* arguments = nullptr;  // of it
     jobject object = nullptr;
-    jint number = 0;  // the mode of a release, or how many natives there are
+    jint mode = 0;  // of a release
 
     // What the virtual machine complains of until here is about the method called before.
     ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
 
-    void take(const char* text) { texts.push_back(text); }
-    void take(const JNINativeMethod* methods) { natives = methods; }
+    void take(const char* argument) { (text == nullptr ? text : signature) = argument; }
+    void take(const JNINativeMethod* natives) { text = natives->name; }
     void take(jmethodID id) { method = id; }
     void take(const jvalue* values) { arguments = values; }
     void take(jobject argument) { object = argument; }
-    void take(jint argument) { number = argument; }
+    void take(jint argument) { mode = argument; }
     void take(...) {}
 
     std::string name() const {
-        const std::string text = natives != nullptr ? natives->name
-                                 : texts.empty()    ? methodOf(method).name
-                                                    : texts[0];
-        return text.substr(text.rfind('/') + 1);
+        const std::string full = text != nullptr ? text : methodOf(method).name;
+        return full.substr(full.rfind('/') + 1);
     }
 };
 
@@ -219,17 +211,17 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
         const std::lock_guard<std::mutex> lock(gState.lock);
         if (gState.recording) {
             gState.points.push_back(
-                {traits(call).name, subject.name(), subject.number, traits(call).ways});
+                {traits(call).name, subject.name(), subject.mode, traits(call).ways});
         }
         for (Fault& fault : gState.faults) {
-            if (hits(&fault, call)) {
+            if ((fault.call == call || fault.call == Call::kEnd) && --fault.left == 0) {
                 result = fault.failure;
             }
         }
         method = methodOf(subject.method);
     }
     const Watch unwatched(false);
-    if (gState.keepsJavaCalls && subject.arguments != nullptr) {
+    if (gState.recording && subject.arguments != nullptr) {
         const jthrowable pending = env->ExceptionOccurred();
         env->ExceptionClear();
         addToLog(method.clazz + "." + method.name + "(" +
@@ -248,27 +240,20 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
 
 // --- The function table ---
 
-void account(Call call, jint mode) {
-    const CallTraits& made = traits(call);
-    if (made.count != kElements || made.change > 0 || mode != JNI_COMMIT) {
-        gCounts[made.count] += made.change;
-    }
+void account(Call call) {
+    gCounts[traits(call).count] += traits(call).change;
 }
 
 // What a call that succeeded is known by later.
-template <typename Result>
-void learn(Call call, const Subject& subject, Result result) {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    if constexpr (std::is_same_v<Result, jmethodID>) {
-        gState.methods[result] = {tLastClass, subject.texts[0], subject.texts[1]};
-    }
-    if (call == Call::FindClass) {
-        tLastClass = subject.name();
-    }
-    for (jint i = 0; subject.natives != nullptr && i < subject.number; ++i) {
-        gState.natives.insert(subject.natives[i].name);
-    }
+void learn(const Subject& subject, jclass) {
+    tLastClass = subject.name();
 }
+void learn(const Subject& subject, jmethodID id) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.methods[id] = {tLastClass, subject.text, subject.signature};
+}
+template <typename Result>
+void learn(const Subject&, Result) {}
 
 template <auto member, Call call>
 struct Hook;
@@ -289,16 +274,13 @@ struct Hook<member, call> {
         if constexpr (std::is_void_v<Result>) {
             callReal(env, args...);
             if (subject.object != nullptr) {
-                account(call, subject.number);
+                account(call);
             }
         } else {
             const Result result = callReal(env, args...);
             if (result != Result()) {
-                account(call, 0);
-            }
-            if constexpr (call == Call::FindClass || call == Call::GetMethodID ||
-                          call == Call::RegisterNatives) {
-                learn(call, subject, result);
+                account(call);
+                learn(subject, result);
             }
             return result;
         }
@@ -414,11 +396,6 @@ jint loadWatchedLibrary() {
     return callFromJava([] { return callWatched([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
-std::set<std::string> registeredNatives() {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    return gState.natives;
-}
-
 const char* nameOf(Failure failure) {
     static constexpr const char* kNames[] = {"fails", "throws", "gives nothing",
                                              "does not release"};
@@ -427,26 +404,20 @@ const char* nameOf(Failure failure) {
 
 void failCall(const std::string& call, size_t nth, Failure failure) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.faults.push_back({callNamed(call), nth, failure});
+    gState.faults.push_back({call.empty() ? Call::kEnd : callNamed(call), nth, failure});
     gState.noting = true;
 }
 
 void failNothing() {
     const std::lock_guard<std::mutex> lock(gState.lock);
     gState.faults.clear();
-    gState.noting = gState.recording || gState.keepsJavaCalls;
+    gState.noting = gState.recording;
 }
 
 void record() {
     const std::lock_guard<std::mutex> lock(gState.lock);
     gState.points.clear();
     gState.recording = gState.noting = true;
-}
-
-void failNthCall(size_t nth, Failure failure) {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.faults.push_back({std::nullopt, nth + 1, failure});
-    gState.noting = true;
 }
 
 std::vector<Point> recorded() {
@@ -469,10 +440,6 @@ unsigned long callsOf(const std::string& service) {
 void atNextCall(const std::string& service, const std::function<void()>& action) {
     gState.action = action;
     gState.actsAt = callNamed(service);
-}
-
-void keepJavaCalls() {
-    gState.keepsJavaCalls = gState.noting = true;
 }
 
 ResourceCounts resourceCounts() {

@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -55,7 +54,6 @@ jint report(Event event, uint32_t handle, Args... args) {
 JNIEnv* startWatchedVm(const std::vector<std::string>& options);
 // Calls the library's load entry, watched, below a Java method; returns its result.
 jint loadWatchedLibrary();
-std::set<std::string> registeredNatives();  // the names of the natives that it has registered
 
 // --- Calls that fail ---
 
@@ -69,11 +67,14 @@ enum class Failure {
 const char* nameOf(Failure failure);
 constexpr int kServiceError = -17;  // what a failing service returns
 
-// The nth such call from now on (1: the next) on a watched thread fails, once; the 0th: each.
+// The nth such call from now on (1: the next) on a watched thread fails, once. Without a name every
+// call counts.
 void failCall(const std::string& call, size_t nth, Failure failure);
 void failNothing();
 
-// A recording keeps the watched calls in order. For one watched thread at a time.
+// A recording keeps the watched calls in order, and in the log those of Java, also if they are made to
+// fail, as "Class.method(arguments)" with the class that the method was looked up in. For one watched
+// thread at a time, but for the log.
 struct Point {
     std::string call;
     std::string of;  // the Java method that is called, or the name that is looked up or registered
@@ -81,8 +82,7 @@ struct Point {
     std::vector<Failure> ways;  // in which it can fail
 };
 void record();
-void failNthCall(size_t nth, Failure failure);  // of any kind, from now on; the next is the 0th
-std::vector<Point> recorded();                  // ends the recording, and failures
+std::vector<Point> recorded();  // ends the recording, and failures
 
 // The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
 // exception is pending while the function goes on and when it returns. What the virtual machine
@@ -95,10 +95,6 @@ bool isNeglected(const std::string& javaMethod);
 unsigned long callsOf(const std::string& service);
 // Does this once, at the start of the next call of the service.
 void atNextCall(const std::string& service, const std::function<void()>& action);
-
-// From now on each call of Java is kept in the log, as "Class.method(arguments)" with the class that
-// the method was looked up in; also a call that is made to fail.
-void keepJavaCalls();
 
 // --- What the library holds ---
 
