@@ -28,7 +28,7 @@ void closeTuner(Stage& stage) {
     x_native_frontend_close_tuner(stage.h_pipeline);
 }
 Function ofTuner(const std::string& name, const Call& call) {
-    return {name, Side::kFrontend, call, requireTuner, closeTuner, true};
+    return {name, call, requireTuner, closeTuner, true};
 }
 template <typename... Parameters, typename... Args>
 Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters...), Args... args) {
@@ -38,7 +38,7 @@ Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters..
 // With any handles, or none.
 Function onStage(const std::string& name, const Call& call, const Step& before = nothing,
                  const Step& after = nothing) {
-    return {name, Side::kFilter, call, before, after};
+    return {name, call, before, after};
 }
 template <typename... Parameters, typename... Args>
 Function global(const std::string& name, int (*call)(Parameters...), Args... args) {
@@ -80,7 +80,7 @@ Function listNative(Event event) {
                        const auto list = newArray(std::vector<Element>{10, -20, 30});
                        return report(event, stage.h_pipeline, list, 2);
                    })
-        .fromJava(JNI_ABORT);
+        .fromJava();
 }
 
 // --- Calls that need more than arguments ---
@@ -143,7 +143,7 @@ std::vector<Function> makeRows() {
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     return {
-        Function{"JNI_OnLoad", Side::kLoad, [](Stage&) { return loadWatchedLibrary(); }}.fromJava(),
+        onStage("JNI_OnLoad", [](Stage&) { return loadWatchedLibrary(); }).fromJava(),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // In place of another one.

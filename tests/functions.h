@@ -8,7 +8,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <iosfwd>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,18 +27,19 @@ using Step = std::function<void(Stage&)>;
 void prepareFilter(Stage& stage);
 void undoFilter(Stage& stage);
 
-enum class Side { kFrontend, kFilter, kLoad };
-
 struct Function {
     std::string name;  // in parentheses what tells rows of one function apart
-    Side side;
     std::function<int(Stage&)> call;
     Step prepare = [](Stage&) {};
     Step undo = [](Stage&) {};
-    bool takesHandle = false;   // other than a pipeline's
+    bool takesHandle = false;
     bool calledByJava = false;  // and so attached
-    jint releaseMode = 0;       // of array elements
     bool written = true;        // in functions.txt; what the oracle says is not
+
+    // For GoogleTest, which prints the row that fails.
+    friend void PrintTo(const Function& row, std::ostream* out) { *out << row.name; }
+    bool isLoad() const { return name == "JNI_OnLoad"; }
+    bool ofTuner() const { return takesHandle && name.rfind("x_native_frontend_", 0) == 0; }
 
     Function as(const std::string& variant) {
         name += " (" + variant + ")";
@@ -53,9 +54,8 @@ struct Function {
         takesHandle = takes;
         return *this;
     }
-    Function fromJava(jint mode = 0) {
+    Function fromJava() {
         calledByJava = true;
-        releaseMode = mode;
         return *this;
     }
     Function unwritten() {
@@ -64,7 +64,6 @@ struct Function {
     }
 };
 const std::vector<Function>& functions();
-void PrintTo(const Function& function, std::ostream* out);  // for GoogleTest
 
 constexpr int kJavaValue = 57;  // what Java's methods must return: it stands out in the log
 constexpr int kBytesRead = 7;   // and onRead

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <tuple>
 
 namespace desk {
 
@@ -118,21 +117,19 @@ std::string wrapped(const Names& names, const std::string& indent, const std::st
     return text + "\n";
 }
 
-// The differences of some rows, by cause.
-struct Differences {
-    Names lines;
-    std::string others;
-};
-std::string written(const std::map<Names, Differences>& all) {
-    // What has lines comes first, in their order.
-    std::map<std::pair<bool, Names>, std::string> sorted;
-    for (const auto& [causes, differences] : all) {
-        const bool last = differences.lines.empty();
-        std::string& text = sorted[{last, last ? causes : differences.lines}];
-        for (const std::string& line : differences.lines) {
-            text += line + "\n";
+std::string written(const std::map<Names, Names>& differencesByCauses) {
+    std::set<std::pair<bool, std::string>> sorted;  // what has lines comes first
+    for (const auto& [causes, differences] : differencesByCauses) {
+        std::string lines;
+        std::string others;
+        for (const std::string& difference : differences) {
+            if (difference[0] == ':') {
+                others += others.empty() ? difference : "," + difference.substr(1);
+            } else {
+                lines += difference + "\n";
+            }
         }
-        text += wrapped(causes, "    ", differences.others);
+        sorted.emplace(lines.empty(), lines + wrapped(causes, "    ", others));
     }
     std::string text;
     for (const auto& entry : sorted) {
@@ -185,7 +182,7 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
             ++found;
         }
         if (found == expected.lines.size()) {
-            lines[line].insert(cause);
+            differences[line].insert(cause);
             continue;
         }
         while (next < found) {
@@ -198,35 +195,25 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
     }
     if (!lost.empty()) {
         const bool all = lost.size() == expected.lines.size();
-        others[all ? "no line" : "without " + ranges(lost)].insert(cause);
+        differences[all ? ": no line" : ": without " + ranges(lost)].insert(cause);
     }
     if (failed.result != expected.result) {
-        others["result " + std::to_string(failed.result)].insert(cause);
+        differences[": result " + std::to_string(failed.result)].insert(cause);
     }
 }
 
 // What differs is written once for all rows that differ alike, and once for all differences that have
 // the same causes.
 std::string functionsTxt(std::map<std::string, Seen> seen) {
-    // By whether it is a line, by what differs, and by its causes.
-    std::map<std::tuple<bool, std::string, Names>, Names> rowsOf;
+    std::map<std::pair<std::string, Names>, Names> rowsOf;  // by difference and causes
     for (const auto& [row, all] : seen) {
-        for (const auto& [line, causes] : all.lines) {
-            rowsOf[{true, line, named(causes)}].insert(row);
-        }
-        for (const auto& [other, causes] : all.others) {
-            rowsOf[{false, other, named(causes)}].insert(row);
+        for (const auto& [difference, causes] : all.differences) {
+            rowsOf[{difference, named(causes)}].insert(row);
         }
     }
-    std::map<Names, std::map<Names, Differences>> sections;  // by rows and causes
+    std::map<Names, std::map<Names, Names>> sections;  // by rows and causes
     for (const auto& [difference, rows] : rowsOf) {
-        const auto& [isLine, what, causes] = difference;
-        Differences& differences = sections[rows][causes];
-        if (isLine) {
-            differences.lines.insert(what);
-        } else {
-            differences.others += (differences.others.empty() ? ": " : ", ") + what;
-        }
+        sections[rows][difference.second].insert(difference.first);
     }
     std::string text = kHead;
     for (const auto& [row, all] : seen) {
