@@ -361,17 +361,19 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         }
     }
 
+    void tryWith(const std::string& cause) { mSeen.note(cause, mPlain[true], run(true)); }
+
     void tryWithoutAJavaObject() {
         desk::failCall("NewObjectA", 1, Failure::kNull);
         take(mFunction.prepare);
-        expectNoJava("no Java object");
+        tryWith("no Java object");
         take(mFunction.undo);
     }
 
     void tryWithoutACallback() {
         desk::registerCountingCallbacks(mStage.h_pipeline, false);
         take(mFunction.prepare);
-        mSeen.note("no callback", mPlain[true], run(true));
+        tryWith("no callback");
         take(mFunction.undo);
         desk::registerCountingCallbacks(mStage.h_pipeline);
     }
@@ -381,19 +383,13 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         take(desk::prepareFilter);
         const Stage open = mStage;
         mStage = {open.hthread, open.h_pipeline, open.hfilter};
-        expectNoJava("handle of something else");
+        tryWith("handle of something else");
         mStage = open;
         take(desk::undoFilter);
         mStage.h_pipeline = 0x7fffff00;
-        expectNoJava("closed handle");
+        tryWith("closed handle");
         mStage = before;
     }
-    void expectNoJava(const std::string& cause) {
-        const Attempt attempt = run(true);
-        EXPECT_TRUE(std::none_of(attempt.calls.begin(), attempt.calls.end(), isJava)) << cause;
-        mSeen.note(cause, mPlain[true], attempt);
-    }
-
     const Function mFunction = GetParam();
     Stage mStage;
     Attempt mPlain[2];  // on a thread that is not attached, and on one that is
