@@ -3,13 +3,6 @@
 
 extern "C" {
 
-const char* __asan_default_options();
-const char* __lsan_default_options();
-const char* __lsan_default_suppressions();
-const char* __tsan_default_options();
-const char* __tsan_default_suppressions();
-const char* __ubsan_default_options();
-
 // The virtual machine handles SIGSEGV itself. Its calls of __tls_get_addr would be taken for blocks
 // of thread-local memory, which are not there. Stacks are short, because a leak in a callback below
 // the virtual machine would have that far up its stack, and be suppressed with its own leaks.

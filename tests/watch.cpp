@@ -2,6 +2,7 @@
 
 #include <desk/basic_faults.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -101,15 +102,13 @@ const CallTraits& traits(Call call) {
 }
 
 Call callNamed(const std::string& name) {
-    size_t call = 0;
-    while (call < kCalls && gTraits[call].name != name) {
-        ++call;
-    }
-    if (call == kCalls) {
+    const auto found = std::find_if(gTraits.begin(), gTraits.end(),
+                                    [&](const CallTraits& call) { return call.name == name; });
+    if (found == gTraits.end()) {
         fprintf(stderr, "%s is not watched\n", name.c_str());
         abort();
     }
-    return static_cast<Call>(call);
+    return static_cast<Call>(found - gTraits.begin());
 }
 
 JNINativeInterface_ gWatchedTable;
