@@ -1,399 +1,142 @@
 #include "tests/oracle.h"
 
-#include <algorithm>
-#include <cstdio>
+#include <cstring>
+#include <map>
+#include <numeric>
+#include <tuple>
+
+#include "tests/watch.h"
+
+// Declared once more, because the middleware's headers stay outside: a record is bytes here.
+extern "C" int x_native_frontend_require_tuner(uint32_t h_pipeline);
+extern "C" int x_native_frontend_close_tuner(uint32_t h_pipeline);
+extern "C" int x_native_frontend_tune(uint32_t h_pipeline, void* settings);
+extern "C" int x_native_frontend_scan(uint32_t h_pipeline, void* settings, int scanType);
+extern "C" int x_native_frontend_get_frontend_setting(uint32_t h_pipeline, void* settings);
+extern "C" int x_native_frontend_get_frontend_status(uint32_t, void* kinds, uint8_t, void* status);
 
 namespace oracle {
 
 namespace {
 
-constexpr int kMaxKinds = 34;
-constexpr int32_t kDvbt = 6;
-constexpr int32_t kDtmb = 10;
-constexpr size_t kMaxListCopy = 9;
-constexpr size_t kListSize = 40;  // the count of a list's elements comes behind it
-
-// Without a source Java's answers lie above it: true, positive, and no two of its bytes alike.
-constexpr int64_t kSomeValue = 0x7afedcba13579bdf;
-
-constexpr const char* kFrontend = "ZytTvInnerFrontend";
-
-// The settings classes and their constructors' arguments, and the line that shows the request. What
-// stands in braces is read from the record: a letter (see valueAt) and an offset. {} is the argument
-// that the record does not hold. A + stands behind offsets that lie 8 bytes further where pointers
-// have 8 bytes, because they come after the pointer to the code rate.
-struct System {
-    const char* clazz;
-    const char* arguments;
-    const char* line;
-};
-const std::map<int32_t, System> kSystems = {
-    {2, {"AtscFrontendSettings", "{I56}, {I0}", "[ATSC] mFrequency = {I56}, mModulation = {I0},"}},
+// Delivery systems: what comes of settings before the object is made, and then. What stands in braces
+// is read from the record: a letter and an offset. I is 32 bits, J 64 bits, B a byte, K 32 bits times a
+// thousand, M 32 bits times a million. A + stands behind offsets that lie 8 bytes further where
+// pointers have 8 bytes, because they come after the pointer to the code rate.
+const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
+    {2,
+     {"D [ATSC] mFrequency = {I56}, mModulation = {I0},\n",
+      "AtscFrontendSettings.<init>({I56}, {I0})\n"}},
     {4,
-     {"DvbcFrontendSettings", "{I56}, {I0}, {J8}, {I16}, {I20}, {I24}, {I28}, {I32}, {I36}",
-      "[DVBC] mFrequency = {I56}, mModulation = {I0}, mFec = {J8}, mSymbolRate = {I16}, "
-      "mOuterFec = {I20}, mAnnex = {I24}, mSpectralInversion = {I28}"}},
+     {"D [DVBC] mFrequency = {I56}, mModulation = {I0}, mFec = {J8}, mSymbolRate = {I16}, "
+      "mOuterFec = {I20}, mAnnex = {I24}, mSpectralInversion = {I28}\n",
+      "DvbcFrontendSettings.<init>({I56}, {I0}, {J8}, {I16}, {I20}, {I24}, {I28}, {I32}, "
+      "{I36})\n"}},
     {kDvbs,
-     {"DvbsFrontendSettings",
-      "{M56}, {I0}, {}, {K8+}, {I12+}, {I16+}, {I20+}, {I24+}, {I28+}, {I32+}, {B36+}",
-      "[DVBS] mFrequency = {I56}(in MHz), mModulation = {I0}, mSymbolRate = {I8+}, "
-      "mInputStreamId = {I20+}, mStandard = {I24+}, mVcmMode = {I28+}"}},
-    {kDvbt,
-     {"DvbtFrontendSettings",
-      "{I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20}, {I24}, {B28}, {I32}, {B36}, {I40}, {I44}, "
-      "{I48}",
-      "[DVBT] mFrequency = {I56}, mTransmissionMode = {I0}, mBandwidth = {I4}, "
+     {"D [DVBS] mFrequency = {I56}(in MHz), mModulation = {I0}, mSymbolRate = {I8+}, "
+      "mInputStreamId = {I20+}, mStandard = {I24+}, mVcmMode = {I28+}\n",
+      "D [DVBS]pt_code_rate->mInnerFec = {J72}\n"
+      "D [DVBS]pt_code_rate->mIsLinear = {B80}\n"
+      "D [DVBS]pt_code_rate->mIsShortFrames = {B81}\n"
+      "D [DVBS]pt_code_rate->mBitsPer1000Symbol = {I84}\n"
+      "DvbsCodeRate.<init>({J72}, {B80}, {B81}, {I84})\n"
+      "D [DVBS] mFrequency = {M56}(in Hz)\n"
+      "D [DVBS] mSymbolRate = {K8+}(in bd)\n"
+      "D [DVBS] mScanType = {I32+}\n"
+      "D [DVBS] mIsDiseqcRxMessage = {B36+}\n"
+      "DvbsFrontendSettings.<init>({M56}, {I0}, DvbsCodeRate, {K8+}, {I12+}, {I16+}, {I20+}, "
+      "{I24+}, {I28+}, {I32+}, {B36+})\n"
+      "D [DVBS] mEndFrequency = {M60}(in Hz)\n"
+      "FrontendSettings.setEndFrequency({M60})\n"}},
+    {6,
+     {"D [DVBT] mFrequency = {I56}, mTransmissionMode = {I0}, mBandwidth = {I4}, "
       "mConstellation = {I8}, mHierarchy = {I12}, mHpCodeRate = {I16}, mLpCodeRate = {I20}, "
       "mGuardInterval = {I24}, mIsHighPriority = {B28}, mStandard = {I32}, mIsMiso = {B36}, "
-      "mPlpMode = {I40}, mPlpId = {I44}, mPlpGroupId = {I48}"}},
+      "mPlpMode = {I40}, mPlpId = {I44}, mPlpGroupId = {I48}\n",
+      "DvbtFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20}, {I24}, {B28}, "
+      "{I32}, {B36}, {I40}, {I44}, {I48})\n"}},
     {7,
-     {"IsdbsFrontendSettings", "{I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20}",
-      "[ISDBS] mFrequency = {I56}, mStreamId = {I0}, mStreamIdType = {I4}, mModulation = {I8}, "
-      "mCodeRate = {I12}, mSymbolRate = {I16}, mRolloff = {I20}"}},
+     {"D [ISDBS] mFrequency = {I56}, mStreamId = {I0}, mStreamIdType = {I4}, mModulation = {I8}, "
+      "mCodeRate = {I12}, mSymbolRate = {I16}, mRolloff = {I20}\n",
+      "IsdbsFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20})\n"}},
     {kIsdbt,
-     {"IsdbtFrontendSettings", "{I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {}",
-      "[ISDBT] mFrequency = {I56}, mModulation = {I0}, mBandwidth = {I4}, mMode = {I8}, "
-      "mCodeRate = {I12}, mGuardInterval = {I16}, mServiceAreaId = {I20}"}},
-    {kDtmb,
-     {"DtmbFrontendSettings", "{I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20}",
-      "[DTMB] mFrequency = {I56}, mModulation = {I0}, mCodeRate = {I4}, mTransmissionMode = {I8}, "
-      "mGuardInterval = {I12}, mTimeInterleaveMode = {I16}, mBandwidth = {I20}."}},
-};
-constexpr const char* kCodeRateArguments = "{J0}, {B8}, {B9}, {I12}";
-
-// What a readback reads, in this order.
-struct Readback {
-    int32_t type;  // of the delivery system; 0: every one
-    const char* clazz;
-    const char* getter;
-    size_t offset;
-    const char* line;
-};
-constexpr Readback kReadbacks[] = {
-    {0, "FrontendSettings", "getType", 64, "getFrontendSetting, e_type: {I64}."},
-    {0, "FrontendSettings", "getFrequency", 56, "getFrontendSetting, mFrequency: {I56}."},
-    {kDvbt, "DvbtFrontendSettings", "getStandard", 32, "getFrontendSetting, mStandard: {I32}."},
-    {kDvbt, "DvbtFrontendSettings", "getBandwidth", 4, "getFrontendSetting, mBandwidth: {I4}."},
-    {kIsdbt, "IsdbtFrontendSettings", "getBandwidth", 4, "getFrontendSetting, mBandwidth: {I4}."},
-    {kDtmb, "DtmbFrontendSettings", "getBandwidth", 20, "getFrontendSetting, mBandwidth: {I20}."},
+     {"D [ISDBT] mFrequency = {I56}, mModulation = {I0}, mBandwidth = {I4}, mMode = {I8}, "
+      "mCodeRate = {I12}, mGuardInterval = {I16}, mServiceAreaId = {I20}\n"
+      "ZytTvInnerFrontend.onGetServiceAreaCode()\n"
+      "D [ISDBT] area code = {I92}\n",
+      "IsdbtFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I92})\n"}},
+    {10,
+     {"D [DTMB] mFrequency = {I56}, mModulation = {I0}, mCodeRate = {I4}, mTransmissionMode = {I8},"
+      " mGuardInterval = {I12}, mTimeInterleaveMode = {I16}, mBandwidth = {I20}.\n",
+      "DtmbFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20})\n"}},
 };
 
-struct StatusKind {
-    const char* getter;
-    Type type;
-    const char* name;  // in the log
-    size_t offset;
-};
-const std::map<int32_t, StatusKind> kStatusKinds = {
-    {0, {"isDemodLocked", Type::kBoolean, "CallBooleanMethod mIsDemodLocked", 0}},
-    {1, {"getSnr", Type::kInt, "mSnr", 4}},
-    {2, {"getBer", Type::kInt, "mBer", 8}},
-    {3, {"getPer", Type::kInt, "mPer", 12}},
-    {4, {"getPerBer", Type::kInt, "mPerBer", 16}},
-    {5, {"getSignalQuality", Type::kInt, "mSignalQuality", 20}},
-    {6, {"getSignalStrength", Type::kInt, "mSignalStrength", 24}},
-    {7, {"getSymbolRate", Type::kInt, "mSymbolRate", 28}},
-    {8, {"getInnerFec", Type::kLong, "mInnerFec", 32}},
-    {9, {"getModulation", Type::kInt, "mModulation", 40}},
-    {10, {"getSpectralInversion", Type::kInt, "mInversion", 88}},
-    {11, {"getLnbVoltage", Type::kInt, "mLnbVoltage", 92}},
-    {12, {"getPlpId", Type::kInt, "mPlpId", 96}},
-    {13, {"isEwbs", Type::kBoolean, "mIsEwbs", 100}},
-    {14, {"getAgc", Type::kInt, "mAgc", 104}},
-    {15, {"isLnaOn", Type::kBoolean, "mIsLnaOn", 108}},
-    {17, {"getMer", Type::kInt, "mMer", 120}},
-    {18, {"getFreqOffset", Type::kInt, "mFreqOffset", 124}},
-    {19, {"getHierarchy", Type::kInt, "mHierarchy", 128}},
-    {20, {"isRfLocked", Type::kBoolean, "mIsRfLocked", 180}},
-    {22, {"getExtendedModulations", Type::kList, "mModulationsExt", 44}},
-    {24, {"getCodeRates", Type::kList, "mCodeRates", 136}},
-    {25, {"getBandwidth", Type::kInt, "mBandWidth", 132}},
-    {29, {"getSystemId", Type::kInt, "mSystemId", 196}},
-    {33, {"getRollOff", Type::kInt, "mRollOff", 200}},
+// A getter, what it returns (a letter as above, or L, a list), where that goes, and its name in the log.
+using Getter = std::tuple<std::string, char, size_t, std::string>;
+
+// Of the settings in force, by delivery system; 0 is every one.
+const std::multimap<int32_t, std::pair<const char*, Getter>> kReadbacks = {
+    {0, {"FrontendSettings", {"getType", 'I', 64, "e_type"}}},
+    {0, {"FrontendSettings", {"getFrequency", 'I', 56, "mFrequency"}}},
+    {6, {"DvbtFrontendSettings", {"getStandard", 'I', 32, "mStandard"}}},
+    {6, {"DvbtFrontendSettings", {"getBandwidth", 'I', 4, "mBandwidth"}}},
+    {9, {"IsdbtFrontendSettings", {"getBandwidth", 'I', 4, "mBandwidth"}}},
+    {10, {"DtmbFrontendSettings", {"getBandwidth", 'I', 20, "mBandwidth"}}},
 };
 
-// What is logged when a call of the frontend fails, by entry.
-constexpr const char* kFailureLines[] = {
-    "x_native_frontend_tune, native tune fail: ", "x_native_frontend_scan, native scan fail: ",
-    "x_native_frontend_get_frontend_setting, fail: ",
-    "x_native_frontend_get_frontend_status, fail: "};
+const std::map<int32_t, Getter> kStatusKinds = {
+    {0, {"isDemodLocked", 'B', 0, "CallBooleanMethod mIsDemodLocked"}},
+    {1, {"getSnr", 'I', 4, "mSnr"}},
+    {2, {"getBer", 'I', 8, "mBer"}},
+    {3, {"getPer", 'I', 12, "mPer"}},
+    {4, {"getPerBer", 'I', 16, "mPerBer"}},
+    {5, {"getSignalQuality", 'I', 20, "mSignalQuality"}},
+    {6, {"getSignalStrength", 'I', 24, "mSignalStrength"}},
+    {7, {"getSymbolRate", 'I', 28, "mSymbolRate"}},
+    {8, {"getInnerFec", 'J', 32, "mInnerFec"}},
+    {9, {"getModulation", 'I', 40, "mModulation"}},
+    {10, {"getSpectralInversion", 'I', 88, "mInversion"}},
+    {11, {"getLnbVoltage", 'I', 92, "mLnbVoltage"}},
+    {12, {"getPlpId", 'I', 96, "mPlpId"}},
+    {13, {"isEwbs", 'B', 100, "mIsEwbs"}},
+    {14, {"getAgc", 'I', 104, "mAgc"}},
+    {15, {"isLnaOn", 'B', 108, "mIsLnaOn"}},
+    {17, {"getMer", 'I', 120, "mMer"}},
+    {18, {"getFreqOffset", 'I', 124, "mFreqOffset"}},
+    {19, {"getHierarchy", 'I', 128, "mHierarchy"}},
+    {20, {"isRfLocked", 'B', 180, "mIsRfLocked"}},
+    {22, {"getExtendedModulations", 'L', 44, "mModulationsExt"}},
+    {24, {"getCodeRates", 'L', 136, "mCodeRates"}},
+    {25, {"getBandwidth", 'I', 132, "mBandWidth"}},
+    {29, {"getSystemId", 'I', 196, "mSystemId"}},
+    {33, {"getRollOff", 'I', 200, "mRollOff"}},
+};
 
-// I: 32 bits, J: 64 bits, B: a byte, K: 32 bits times a thousand, M: 32 bits times a million.
-int64_t valueAt(char letter, const Bytes& record, size_t offset) {
-    const int64_t factor = letter == 'M' ? 1000000 : letter == 'K' ? 1000 : 1;
-    return letter == 'J'   ? at<int64_t>(record, offset)
-           : letter == 'B' ? at<uint8_t>(record, offset)
-                           : static_cast<int32_t>(at<int32_t>(record, offset) * factor);
+// What is logged in the end, by entry: when the library itself failed, and of a result other than 0.
+constexpr const char* kFailures[][2] = {
+    {"E tune, generate frontendsettings failed.\n", "tune, native tune fail: "},
+    {"E scan, generate frontendsettings failed.\n", "scan, native scan fail: "},
+    {"", "get_frontend_setting, fail: "},
+    {"", "get_frontend_status, fail: "},
+};
+
+constexpr size_t widthOf(char type) {
+    return type == 'J' ? 8 : type == 'B' ? 1 : 4;
 }
 
-// What stands in braces there; without a letter it is the argument that the record does not hold.
-struct Field {
-    char letter;
-    size_t offset;
-};
-Field fieldAt(const std::string& text, size_t brace) {
-    Field field = {};
-    char end = 0;
-    if (sscanf(&text[brace], "{%c%zu%c", &field.letter, &field.offset, &end) != 3) {
-        return {};
-    }
-    field.offset += end == '+' && sizeof(void*) == 8 ? 8 : 0;
-    return field;
-}
-
-// The format with values of the record in place of what stands in braces.
-std::string fill(std::string text, const Bytes& record, const std::string& argument = "") {
+// The text with values of the record for what stands in braces.
+std::string fill(std::string text, const Bytes& record) {
     for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{')) {
-        const auto [letter, offset] = fieldAt(text, at);
-        text.replace(at, text.find('}') + 1 - at,
-                     letter != 0 ? std::to_string(valueAt(letter, record, offset)) : argument);
+        const size_t end = text.find('}');
+        const char letter = text[at + 1];
+        const size_t shift = text[end - 1] == '+' && sizeof(void*) == 8 ? 8 : 0;
+        int64_t value = 0;
+        memcpy(&value, &record.at(std::stoul(&text[at + 2]) + shift), widthOf(letter));
+        value *= letter == 'M' ? 1000000 : letter == 'K' ? 1000 : 1;
+        value = letter == 'J' ? value : static_cast<int32_t>(value);
+        text.replace(at, end + 1 - at, std::to_string(value));
     }
     return text;
-}
-
-// Now and then an exception or null, numbers of every magnitude, lists of up to 13.
-Answer answerFrom(Source* source, Type type) {
-    Answer answer;
-    const bool canBeNull = type == Type::kList || type == Type::kObject;
-    answer.does = source->oneIn(8)                ? Answer::kThrows
-                  : source->oneIn(8) && canBeNull ? Answer::kIsNull
-                                                  : Answer::kReturns;
-    answer.value = source->take<int64_t>() >> source->below(64);
-    answer.list.resize(static_cast<size_t>(source->below(14)));
-    for (int32_t& number : answer.list) {
-        number = source->take<int32_t>();
-    }
-    return answer;
-}
-
-// The call ends here, and fails.
-struct Failed {};
-
-class Oracle {
-  public:
-    explicit Oracle(Case* call) : mCase(*call), mRecord(mCase.record) {}
-
-    std::string run() {
-        int result = -1;
-        if (mCase.missing == Case::kHandle) {
-            return outcome(result, mTrace, mRecord, mRecord);
-        }
-        try {
-            result = call();
-        } catch (const Failed&) {
-            if (!mFailure.empty()) {
-                log('E', mFailure);
-            }
-        }
-        if (result != 0) {
-            log('E', kFailureLines[static_cast<int>(mCase.entry)] + std::to_string(result) + ".");
-        }
-        return outcome(result, mTrace, mCase.record, mRecord);
-    }
-
-  private:
-    int call() {
-        const std::string type = std::to_string(mCase.scanType);
-        switch (mCase.entry) {
-            case Entry::kTune:
-                return request("tune", "onTune", "", "");
-            case Entry::kScan:
-                return request("scan", "onScan", ", " + type, ", scan_type: " + type);
-            case Entry::kReadback:
-                return readback();
-            default:
-                return status();
-        }
-    }
-
-    void log(char level, const std::string& text) { log(level, text, mRecord); }
-    void log(char level, const std::string& text, const Bytes& record) {
-        mTrace.push_back(std::string(1, level) + " " + fill(text, record));
-    }
-
-    void failIf(bool condition, const std::string& line) {
-        if (condition) {
-            log('E', line);
-            throw Failed();
-        }
-    }
-
-    // A call of Java, whatever it does.
-    const Answer& answer(const std::string& clazz, const std::string& method,
-                         const std::string& arguments, Type type) {
-        mTrace.push_back(clazz + "." + method + "(" + arguments + ")");
-        const auto [entry, isNew] =
-            mCase.answers.try_emplace(method == "<init>" ? clazz + "." + method : method);
-        Answer& answer = entry->second;
-        const auto number = static_cast<int32_t>(mCase.answers.size());
-        if (isNew && mCase.source) {
-            answer = answerFrom(&*mCase.source, type);
-        } else if (isNew) {
-            answer.value = kSomeValue + int64_t{2} * number;
-            answer.list = {number, -number};
-        }
-        answer.type = type;
-        if (answer.does != Answer::kReturns) {
-            answer.value = 0;
-        } else if (type == Type::kBoolean) {
-            answer.value &= 1;
-        } else if (type == Type::kInt) {
-            answer.value = static_cast<int32_t>(answer.value);
-        }
-        return answer;
-    }
-
-    // A call of Java that must not throw.
-    int32_t java(const std::string& clazz, const std::string& method, const std::string& arguments,
-                 Type type) {
-        const Answer& result = answer(clazz, method, arguments, type);
-        if (result.does == Answer::kThrows) {
-            throw Failed();
-        }
-        return static_cast<int32_t>(result.value);
-    }
-
-    // --- Tune and scan ---
-
-    int request(const std::string& operation, const char* method, const std::string& lastArgument,
-                const std::string& logged) {
-        mFailure = operation + ", generate frontendsettings failed.";
-        failIf(mCase.missing == Case::kRecord, "transMW2FrontendSettings, argument is null.");
-        log('D', operation + ", fe_type: {I64}, freq: {I56}" + logged);
-        const auto found = kSystems.find(at<int32_t>(mRecord, kTypeOffset));
-        failIf(found == kSystems.end(),
-               "transMW2FrontendSettings, type: {I64}, not support by currently.");
-        const auto& [type, system] = *found;
-        log('D', system.line);
-        const std::string argument = type == kDvbs ? codeRate() : type == kIsdbt ? areaCode() : "";
-        java(system.clazz, "<init>", fill(system.arguments, mRecord, argument), Type::kVoid);
-        if (type == kDvbs) {
-            log('D', "[DVBS] mEndFrequency = {M60}(in Hz)");
-            java("FrontendSettings", "setEndFrequency", fill("{M60}", mRecord), Type::kVoid);
-        }
-        mFailure.clear();
-        return java(kFrontend, method, system.clazz + lastArgument, Type::kInt);
-    }
-
-    std::string areaCode() {
-        const int32_t code = java(kFrontend, "onGetServiceAreaCode", "", Type::kInt);
-        log('D', "[ISDBT] area code = " + std::to_string(code));
-        if (code < 0) {
-            throw Failed();
-        }
-        return std::to_string(code);
-    }
-
-    std::string codeRate() {
-        const int64_t frequency = at<int32_t>(mRecord, kFrequencyOffset) * INT64_C(1000000);
-        failIf(frequency != static_cast<int32_t>(frequency),
-               "transMW2FrontendSettings, DVB-S mFrequency: {I56}(in MHz), does not fit in Hz.");
-        if (!mCase.codeRate) {
-            log('I', "transMW2FrontendSettings, code rate is null, for blind scan.");
-        } else {
-            for (const char* field : {"mInnerFec = {J0}", "mIsLinear = {B8}",
-                                      "mIsShortFrames = {B9}", "mBitsPer1000Symbol = {I12}"}) {
-                log('D', std::string("[DVBS]pt_code_rate->") + field, *mCase.codeRate);
-            }
-            java("DvbsCodeRate", "<init>", fill(kCodeRateArguments, *mCase.codeRate), Type::kVoid);
-        }
-        for (const char* field : {"mFrequency = {M56}(in Hz)", "mSymbolRate = {K8+}(in bd)",
-                                  "mScanType = {I32+}", "mIsDiseqcRxMessage = {B36+}"}) {
-            log('D', std::string("[DVBS] ") + field);
-        }
-        return mCase.codeRate ? "DvbsCodeRate" : "null";
-    }
-
-    // --- Readback ---
-
-    int readback() {
-        failIf(mCase.missing == Case::kRecord, "getFrontendSetting, pt_fesettings == NULL.");
-        const Answer& object = answer(kFrontend, "onGetFrontendSetting", "", Type::kObject);
-        failIf(object.does != Answer::kReturns, "getFrontendSetting, frontend settings is null.");
-        for (const Readback& row : kReadbacks) {
-            if (row.type == 0 || row.type == at<int32_t>(mRecord, kTypeOffset)) {
-                mCase.objectClass = row.type == 0 ? mCase.objectClass : row.clazz;
-                put(&mRecord, row.offset, java(row.clazz, row.getter, "", Type::kInt));
-                log('D', row.line);
-            }
-        }
-        if (kSystems.count(at<int32_t>(mRecord, kTypeOffset)) == 0) {
-            log('D', "getFrontendSetting, not support e_type: {I64}.");
-        }
-        return 0;
-    }
-
-    // --- Status ---
-
-    int status() {
-        const auto count = static_cast<int64_t>(mCase.kinds.size());
-        log('D', "start getFrontendStatus, type len: " + std::to_string(count));
-        failIf(count == 0 || count > kMaxKinds,
-               "getFrontendStatus, ui1_len: " + std::to_string(count) + ", error.");
-        failIf(mCase.missing == Case::kRecord || mCase.missing == Case::kKinds,
-               "getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.");
-        for (const int32_t kind : mCase.kinds) {
-            log('D', "getFrontendStatus, get type is " + std::to_string(kind));
-        }
-        const Answer& object =
-            answer(kFrontend, "onGetFrontendStatus", listOf(mCase.kinds), Type::kObject);
-        failIf(object.does != Answer::kReturns, "getFrontendStatus, get frontend info is null.");
-        mCase.objectClass = "FrontendStatus";
-        for (const int32_t kind : mCase.kinds) {
-            log('D', "getFrontendStatus, get type is " + std::to_string(kind));
-            const auto row = kStatusKinds.find(kind);
-            if (row == kStatusKinds.end()) {
-                log('D', "getFrontendStatus, unsupport type: " + std::to_string(kind) + ".");
-            } else if (readKind(row->second)) {
-                log('E', "getFrontendStatus, catch exception, type:" + std::to_string(kind));
-            }
-        }
-        return 0;
-    }
-
-    // True when an exception is left.
-    bool readKind(const StatusKind& row) {
-        const Answer& answer = this->answer("FrontendStatus", row.getter, "", row.type);
-        const std::string line = std::string("getFrontendStatus, ") + row.name;
-        if (row.type != Type::kList) {
-            const size_t width = row.type == Type::kBoolean ? 1 : row.type == Type::kInt ? 4 : 8;
-            memcpy(&mRecord[row.offset], &answer.value, width);
-            log('D', line + ": " + std::to_string(answer.value) + ".");
-        } else if (answer.does != Answer::kReturns) {
-            log('E', line + " is null");
-        } else if (mCase.missing == Case::kElements) {
-            log('E', "getFrontendStatus, int_ptr is null, return");
-            return true;
-        } else {
-            const size_t count = answer.list.size();
-            put(&mRecord, row.offset + kListSize, static_cast<int32_t>(count));
-            for (size_t i = 0; i < count && count <= kMaxListCopy; ++i) {
-                put(&mRecord, row.offset + i * sizeof(int32_t), answer.list[i]);
-            }
-            log('D', line + ": " + std::to_string(at<int32_t>(mRecord, row.offset)) +
-                         ", length:" + std::to_string(count));
-        }
-        return answer.does == Answer::kThrows;
-    }
-
-    Case& mCase;
-    std::vector<std::string> mTrace;
-    Bytes mRecord;         // afterwards
-    std::string mFailure;  // the line that is logged when the call fails
-};
-
-}  // namespace
-
-Bytes pattern(size_t size) {
-    Bytes bytes(size);
-    for (size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<uint8_t>(1 + i * 37 + i / 256);
-    }
-    return bytes;
-}
-
-size_t recordSize(Entry entry) {
-    return entry == Entry::kStatus ? 208 : 72;
 }
 
 std::string listOf(const std::vector<int32_t>& numbers) {
@@ -404,62 +147,196 @@ std::string listOf(const std::vector<int32_t>& numbers) {
     return "[" + text + "]";
 }
 
-// Mostly what the library serves, and a little above.
-Case caseFrom(Source source) {
-    Case call;
-    call.entry = static_cast<Entry>(source.below(static_cast<int>(Entry::kCount)));
-    if (source.oneIn(8)) {
-        call.missing = static_cast<decltype(call.missing)>(source.below(Case::kMissingCount));
-    }
-    call.scanType = source.take<int32_t>();
-    if (source.oneIn(2)) {
-        call.codeRate = source.take(kCodeRateSize);
-    }
-    call.record = source.take(recordSize(call.entry));
-    if (call.entry != Entry::kStatus) {
-        put(&call.record, kTypeOffset, source.below(12));
-        put(&call.record, kFrequencyOffset, source.below(2160));  // MHz
-    }
-    call.kinds.resize(static_cast<size_t>(source.below(kMaxKinds + 2)));
-    for (int32_t& kind : call.kinds) {
-        kind = source.below(41) - 1;
-    }
-    call.source = source;
-    return call;
-}
-
-std::string outcome(int result, const std::vector<std::string>& trace, const Bytes& before,
-                    const Bytes& after) {
-    std::string text = "result " + std::to_string(result);
-    for (const std::string& line : trace) {
-        text += "\n" + line;
-    }
+// What came of a call, with what the record was before and is after it.
+std::string outcome(const std::string& trace, int result, const Bytes& before, const Bytes& after) {
+    std::string text = trace + "result " + std::to_string(result) + "\n";
     for (size_t i = 0; i < after.size(); ++i) {
         if (after[i] != before[i]) {
-            text += "\nwrote " + std::to_string(after[i]) + " to byte " + std::to_string(i);
+            text += "byte " + std::to_string(i) + " is " + std::to_string(after[i]) + "\n";
         }
     }
     return text;
 }
 
-void makeBooleans(Case* call) {
-    const auto clear = [](Bytes* bytes, const std::string& fields) {
-        for (size_t at = fields.find("{B"); at != std::string::npos;
-             at = fields.find("{B", at + 1)) {
-            bytes->at(fieldAt(fields, at).offset) &= 1;
+// Says what must come of a call, and scripts Java to answer so. The parts return lines of the trace.
+struct Oracle {
+    const Case& call;
+    const Bytes& before;    // the record
+    Bytes record = before;  // afterwards
+    bool refused = true;    // a tune or scan is; the result of Java may be -1 too
+    int result = -1;
+
+    std::string run() {
+        std::string trace = call.entry == kStatus     ? status()
+                            : call.entry == kReadback ? readback()
+                                                      : request(call.entry == kScan);
+        const auto& [refusal, failure] = kFailures[call.entry];
+        trace += refused ? refusal : "";
+        if (result != 0) {
+            trace += "E x_native_frontend_" + (failure + std::to_string(result)) + ".\n";
         }
-    };
-    if (call->entry <= Entry::kScan) {
-        const auto found = kSystems.find(at<int32_t>(call->record, kTypeOffset));
-        clear(&call->record, found != kSystems.end() ? found->second.arguments : "");
+        return outcome(fill(trace, record), result, before, record);
     }
-    if (call->codeRate) {
-        clear(&*call->codeRate, kCodeRateArguments);
+
+    std::string request(bool scans) {
+        const std::string start = scans ? "D scan, fe_type: {I64}, freq: {I56}, scan_type: {I88}\n"
+                                        : "D tune, fe_type: {I64}, freq: {I56}\n";
+        const auto system = kSystems.find(call.type);
+        if (call.null == kRecord) {
+            return "E transMW2FrontendSettings, argument is null.\n";
+        }
+        if (system == kSystems.end()) {
+            return start + "E transMW2FrontendSettings, type: {I64}, not support by currently.\n";
+        }
+        auto [line, made] = system->second;
+        if (call.type == kDvbs && (call.frequency < -2147 || call.frequency > 2147)) {
+            return start + line +
+                   "E transMW2FrontendSettings, DVB-S mFrequency: {I56}(in MHz), does not fit in "
+                   "Hz.\n";
+        }
+        if (call.type == kIsdbt && call.javaInt < 0) {
+            return start + line;
+        }
+        if (call.type == kDvbs && call.null == kCodeRate) {
+            made.replace(0, made.find("D [DVBS] mFrequency"),
+                         "I transMW2FrontendSettings, code rate is null, for blind scan.\n");
+            made.replace(made.find("DvbsCodeRate"), strlen("DvbsCodeRate"), "null");
+        }
+        const size_t end = made.rfind(".<init>");
+        const size_t begin = made.rfind('\n', end) + 1;
+        refused = false;
+        result = call.javaInt;
+        return start + line + made + "ZytTvInnerFrontend." + (scans ? "onScan(" : "onTune(") +
+               made.substr(begin, end - begin) + (scans ? ", {I88})\n" : ")\n");
     }
+
+    std::string readback() {
+        if (call.null == kRecord) {
+            return "E getFrontendSetting, pt_fesettings == NULL.\n";
+        }
+        result = 0;
+        std::string lines = "ZytTvInnerFrontend.onGetFrontendSetting()\n";
+        for (const auto& [type, row] : kReadbacks) {
+            if (type == 0 || type == call.javaInt) {
+                desk::scriptObject("onGetFrontendSetting", row.first);
+                lines += read(row.first, row.second, "D getFrontendSetting, ");
+            }
+        }
+        const bool isKnown = kSystems.count(call.javaInt) != 0;
+        return lines + (isKnown ? "" : "D getFrontendSetting, not support e_type: {I64}.\n");
+    }
+
+    std::string status() {
+        const std::string count = std::to_string(call.kindCount);
+        std::string lines = "D start getFrontendStatus, type len: " + count + "\n";
+        if (call.kindCount == 0 || call.kindCount > 34) {
+            return lines + "E getFrontendStatus, ui1_len: " + count + ", error.\n";
+        }
+        if (call.null == kRecord || call.null == kKinds) {
+            return lines + "E getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.\n";
+        }
+        result = 0;
+        desk::scriptObject("onGetFrontendStatus", "FrontendStatus");
+        const std::vector<int32_t> kinds(call.kinds, call.kinds + call.kindCount);
+        for (const int32_t kind : kinds) {
+            lines += "D getFrontendStatus, get type is " + std::to_string(kind) + "\n";
+        }
+        lines += "ZytTvInnerFrontend.onGetFrontendStatus(" + listOf(kinds) + ")\n";
+        for (const int32_t kind : kinds) {
+            const std::string number = std::to_string(kind);
+            const auto row = kStatusKinds.find(kind);
+            lines += "D getFrontendStatus, get type is " + number + "\n";
+            lines += row != kStatusKinds.end()
+                         ? read("FrontendStatus", row->second, "D getFrontendStatus, ")
+                         : "D getFrontendStatus, unsupport type: " + number + ".\n";
+        }
+        return lines;
+    }
+
+    // What a getter returns goes into the record and into the log. Of a list that is too long only the
+    // number of its elements is written, which comes behind the ten that have room.
+    std::string read(const std::string& clazz, const Getter& getter, const std::string& logged) {
+        const auto& [method, type, offset, name] = getter;
+        const std::string place = std::to_string(offset) + "}";
+        const std::string start = clazz + "." + method + "()\n" + logged + name + ": {";
+        auto value = static_cast<int64_t>(call.answers ^ std::hash<std::string>{}(method));
+        if (type == 'L') {
+            std::vector<int32_t> list(12);
+            std::iota(list.begin(), list.end(), int64_t{static_cast<int32_t>(value)});
+            list.resize(call.listLength);
+            memcpy(&record.at(offset), list.data(), list.size() <= 9 ? list.size() * 4 : 0);
+            memcpy(&record.at(offset + 40), &call.listLength, 4);
+            desk::script(method, listOf(list));
+            return start + "I" + place + ", length:" + std::to_string(list.size()) + "\n";
+        }
+        value = method == "getType" ? call.javaInt : type == 'B' ? value & 1 : value;
+        memcpy(&record.at(offset), &value, widthOf(type));
+        desk::script(method, type != 'B' ? std::to_string(value) : value != 0 ? "true" : "false");
+        return start + type + place + ".\n";
+    }
+};
+
+}  // namespace
+
+Case caseFrom(Bytes bytes) {
+    bytes.resize(sizeof(Case));
+    // CheckJNI lets only 0 and 1 through to Java. These are the booleans of settings and code rate.
+    for (const size_t flag : {28U, 36U, 44U, 80U, 81U}) {
+        bytes[flag] &= desk::kAndroidRuntime ? 1 : 255;
+    }
+    Case call;
+    memcpy(&call, bytes.data(), sizeof(call));
+    call.type %= 12;
+    call.frequency %= 2160;  // MHz
+    call.javaInt %= 12;
+    call.listLength %= 13;
+    call.kindCount %= 36;
+    for (int32_t& kind : call.kinds) {
+        kind %= 40;
+    }
+    call.entry = static_cast<Entry>(call.entry % 4);
+    call.null = static_cast<Pointer>(call.null % 16);  // mostly none
+    return call;
 }
 
-std::string expect(Case* call) {
-    return Oracle(call).run();
+std::pair<std::string, std::string> check(Case call) {
+    const desk::Pipeline pipeline;
+    const uint32_t h_pipeline = pipeline.handle();
+    const Bytes codeRate(std::begin(call.codeRate), std::end(call.codeRate));
+    if (call.type == kDvbs) {
+        const uint8_t* const pointer = call.null == kCodeRate ? nullptr : codeRate.data();
+        memcpy(&call.fields[sizeof(pointer)], &pointer, sizeof(pointer));
+    }
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(&call);
+    const Bytes before(bytes, bytes + 208);
+    // No more than the record, so that the sanitizers see an access beyond it.
+    Bytes record(bytes, bytes + (call.entry == kStatus ? 208 : 72));
+
+    desk::resetModel();
+    desk::script("*", std::to_string(call.javaInt));
+    const std::string expected = Oracle{call, before}.run();
+    desk::setLogLevel("V");
+    const desk::ResourceCounts counts = desk::resourceCounts();
+    desk::callWatched([&] { return x_native_frontend_require_tuner(h_pipeline); });
+    desk::takeLog();
+    desk::record();
+    const int result = desk::callWatched([&] {
+        void* const to = call.null == kRecord ? nullptr : record.data();
+        void* const kinds = call.null == kKinds ? nullptr : call.kinds;
+        const auto count = static_cast<uint8_t>(call.kindCount);
+        return call.entry == kTune   ? x_native_frontend_tune(h_pipeline, to)
+               : call.entry == kScan ? x_native_frontend_scan(h_pipeline, to, call.scanType)
+               : call.entry == kReadback
+                   ? x_native_frontend_get_frontend_setting(h_pipeline, to)
+                   : x_native_frontend_get_frontend_status(h_pipeline, kinds, count, to);
+    });
+    desk::recorded();
+    std::string trace;
+    for (const std::string& line : desk::takeLog()) {
+        trace += line + "\n";
+    }
+    desk::callWatched([&] { return x_native_frontend_close_tuner(h_pipeline); });
+    return {expected, outcome(trace, result, before, record) + desk::changesSince(counts)};
 }
 
 }  // namespace oracle
