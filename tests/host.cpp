@@ -4,6 +4,7 @@
 #include <cutils/properties.h>
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -38,7 +39,11 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
 std::string& gAwaited = *new std::string();
 std::function<void()>& gAction = *new std::function<void()>();
 
+// What Android's runtime itself logs, at any time, has the program's name as its tag.
 void keepLogLine(const __android_logger_data* data, const char* text) {
+    if (strcmp(data->tag, program_invocation_short_name) == 0) {
+        return;
+    }
     addToLog(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
     std::unique_lock<std::mutex> lock(gLock);
     std::function<void()> action;
