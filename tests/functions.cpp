@@ -105,7 +105,8 @@ int readBack(unsigned int h_pipeline) {
     return x_native_frontend_get_frontend_setting(h_pipeline, settingsOf(0));
 }
 int queryStatus(Stage& stage) {
-    FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_INNER_FEC, FE_STATUS_TYPE_CODE_RATES};
+    FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_INNER_FEC, FE_STATUS_TYPE_MODULATIONS_EXT,
+                                FE_STATUS_TYPE_CODE_RATES};
     return x_native_frontend_get_frontend_status(stage.h_pipeline, kinds, std::size(kinds),
                                                  reinterpret_cast<FE_STATUS_T*>(stage.output));
 }

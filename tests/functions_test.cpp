@@ -218,6 +218,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         desk::script("onOpenFilter", "0");
         desk::script("onRead", std::to_string(desk::kBytesRead));
         desk::scriptObject("onGetFrontendStatus", "FrontendStatus");
+        desk::script("getExtendedModulations", "[0, 0]");
         desk::script("getCodeRates", "[0, 0]");
         desk::scriptObject("onGetFrontendSetting", "DvbtFrontendSettings");
         desk::script("getType", std::to_string(MW_FE_TYPE_DVBT));
