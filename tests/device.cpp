@@ -142,19 +142,6 @@ void scriptObject(const std::string& method, const std::string& clazz) {
     callStatic("tests.ScriptedModel", "returns", "(Ljava/lang/String;Ljava/lang/Object;)V",
                toJava(method), realJni().AllocObject(env(), found));
 }
-void scriptHold(const std::string& method) {
-    const LocalFrame frame;
-    callStatic("tests.ScriptedModel", "hold", "(Ljava/lang/String;)V", toJava(method));
-}
-bool awaitHeld(const std::string& method) {
-    const LocalFrame frame;
-    return callStatic("tests.ScriptedModel", "awaitHeld", "(Ljava/lang/String;)Ljava/lang/Object;",
-                      toJava(method)) != nullptr;
-}
-void scriptRelease(const std::string& method) {
-    const LocalFrame frame;
-    callStatic("tests.ScriptedModel", "release", "(Ljava/lang/String;)V", toJava(method));
-}
 std::string takeCalls() {
     const LocalFrame frame;
     return fromJava(callStatic("tests.ScriptedModel", "takeCalls", "()Ljava/lang/String;"));

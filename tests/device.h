@@ -62,10 +62,6 @@ void resetModel();
 void script(const std::string& method, const std::string& does);
 // Returns an object of a class of the tuner's package, whose members are 0.
 void scriptObject(const std::string& method, const std::string& clazz);
-// The method waits from scriptHold to scriptRelease; awaitHeld returns when a call has come.
-void scriptHold(const std::string& method);
-bool awaitHeld(const std::string& method);
-void scriptRelease(const std::string& method);
 std::string takeCalls();
 
 // A pipeline as another component of the device makes it.

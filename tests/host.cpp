@@ -4,6 +4,7 @@
 #include <cutils/properties.h>
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +26,10 @@ jobject gLoader;  // global reference; null: the virtual machine's own
 std::mutex& gLock = *new std::mutex();  // of what follows; no JNI call is made with it held
 std::vector<std::string>& gLog = *new std::vector<std::string>();
 std::vector<std::string>& gComplaints = *new std::vector<std::string>();
+std::string& gAwaited = *new std::string();
+std::function<void()>& gAction = *new std::function<void()>();
+
+std::atomic<bool> gAwaits;  // there is an action. Without one, what happens takes no lock
 
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
@@ -35,20 +40,8 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
 }
 
-std::string& gAwaited = *new std::string();
-std::function<void()>& gAction = *new std::function<void()>();
-
 void keepLogLine(const __android_logger_data* data, const char* text) {
     addToLog(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
-    std::unique_lock<std::mutex> lock(gLock);
-    std::function<void()> action;
-    if (gAction && strstr(text, gAwaited.c_str()) != nullptr) {
-        action.swap(gAction);
-    }
-    lock.unlock();
-    if (action) {
-        action();
-    }
 }
 
 // The virtual machine calls this for everything that it prints: for a complaint, and then for each
@@ -198,20 +191,38 @@ void keepLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);  // the platform drops lines below INFO
 }
 
-void atNextLine(const std::string& text, const std::function<void()>& action) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    gAwaited = text;
-    gAction = action;
-}
-
-void addToLog(std::string line) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    gLog.push_back(std::move(line));
+void addToLog(const std::string& line) {
+    {
+        const std::lock_guard<std::mutex> lock(gLock);
+        gLog.push_back(line);
+    }
+    happens(line);
 }
 
 std::vector<std::string> takeLog() {
     const std::lock_guard<std::mutex> lock(gLock);
     return std::exchange(gLog, {});
+}
+
+void atNext(const std::string& text, const std::function<void()>& action) {
+    const std::lock_guard<std::mutex> lock(gLock);
+    gAwaited = text;
+    gAction = action;
+    gAwaits = true;
+}
+
+void happens(const std::string& what) {
+    std::function<void()> action;
+    if (gAwaits) {
+        const std::lock_guard<std::mutex> lock(gLock);
+        if (gAction && what.find(gAwaited) != std::string::npos) {
+            gAwaits = false;
+            action = std::exchange(gAction, nullptr);
+        }
+    }
+    if (action) {
+        action();
+    }
 }
 
 }  // namespace desk

@@ -8,7 +8,6 @@
 
 #include <jni.h>
 
-#include <functional>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -88,13 +87,6 @@ std::vector<Point> recorded();  // ends the recording, and failures
 // exception is pending while the function goes on and when it returns. What the virtual machine
 // complains of after such a call is tolerated.
 bool isNeglected(const std::string& javaMethod);
-
-// --- Calls that are observed ---
-
-// Of any thread, so far.
-unsigned long callsOf(const std::string& service);
-// Does this once, at the start of the next call of the service.
-void atNextCall(const std::string& service, const std::function<void()>& action);
 
 // --- What the library holds ---
 

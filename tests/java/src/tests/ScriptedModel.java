@@ -9,13 +9,10 @@ import java.util.HashMap;
 import java.util.IdentityHashMap;
 import java.util.List;
 import java.util.Map;
-import java.util.concurrent.CompletableFuture;
-import java.util.concurrent.ConcurrentHashMap;
-import java.util.concurrent.TimeUnit;
 import java.util.stream.Collectors;
 
 /**
- * The device model of the tests: records the framework's calls, and answers, throws or waits as told. A method
+ * The device model of the tests: records the framework's calls, and answers or throws as told. A method
  * is named as in "onTune" or, to tell classes apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
 public final class ScriptedModel implements DeviceModel {
@@ -23,13 +20,7 @@ public final class ScriptedModel implements DeviceModel {
 
     private static volatile ScriptedModel sModel;
 
-    private static final class Hold {
-        final CompletableFuture<Boolean> entered = new CompletableFuture<>();
-        final CompletableFuture<Boolean> released = new CompletableFuture<>();
-    }
-
     private final Map<String, Object> mAnswers = Collections.synchronizedMap(new HashMap<>());
-    private final Map<String, Hold> mHolds = new ConcurrentHashMap<>();
     // Guarded by this object.
     private final List<String> mCalls = new ArrayList<>();
     private final Map<Object, String> mNames = new IdentityHashMap<>();
@@ -59,20 +50,6 @@ public final class ScriptedModel implements DeviceModel {
         sModel.mAnswers.put(method, value);
     }
 
-    /** From now on the method waits, until it is released. */
-    public static void hold(String method) {
-        sModel.mHolds.put(method, new Hold());
-    }
-
-    /** Null when none came in a minute. */
-    public static Object awaitHeld(String method) {
-        return sModel.mHolds.get(method).entered.completeOnTimeout(null, 60, TimeUnit.SECONDS).join();
-    }
-
-    public static void release(String method) {
-        sModel.mHolds.remove(method).released.complete(true);
-    }
-
     /** The calls of framework objects since the last time, a line each. */
     public static String takeCalls() {
         synchronized (sModel) {
@@ -98,11 +75,6 @@ public final class ScriptedModel implements DeviceModel {
         final String full = self.getClass().getSimpleName() + "." + method;
         if (full.startsWith("ZytTv")) {
             record(self, method, args);
-        }
-        final Hold hold = mHolds.get(method);
-        if (hold != null) {
-            hold.entered.complete(true);
-            hold.released.join();
         }
         if (method.equals("onRead")) {
             final byte[] section = (byte[]) args[0];
