@@ -142,10 +142,6 @@ void scriptObject(const std::string& method, const std::string& clazz) {
     callStatic("tests.ScriptedModel", "returns", "(Ljava/lang/String;Ljava/lang/Object;)V",
                toJava(method), realJni().AllocObject(env(), found));
 }
-std::string takeCalls() {
-    const LocalFrame frame;
-    return fromJava(callStatic("tests.ScriptedModel", "takeCalls", "()Ljava/lang/String;"));
-}
 
 // The first also makes what reports events: a class cannot be loaded while its thread is watched.
 Pipeline::Pipeline() {

@@ -62,7 +62,6 @@ void resetModel();
 void script(const std::string& method, const std::string& does);
 // Returns an object of a class of the tuner's package, whose members are 0.
 void scriptObject(const std::string& method, const std::string& clazz);
-std::string takeCalls();
 
 // A pipeline as another component of the device makes it.
 class Pipeline {
