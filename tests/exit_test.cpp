@@ -9,7 +9,6 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/refbase_count.h"
 #include "tests/watch.h"
 
 namespace {

@@ -56,6 +56,16 @@ class FilterTest : public desk::LibraryTest {
     }
 };
 
+// On this the tests rely, in what stands in for the middleware's service.
+TEST(SemaphoreTest, OnlyAHeldOneIsUnlockedAndNoOtherKindIsCreated) {
+    uint32_t semaphore = 0;
+    EXPECT_NE(0, x_sema_create(&semaphore, X_SEMA_TYPE_BINARY_HELD + 1, 0));
+    ASSERT_EQ(0, x_sema_create(&semaphore, X_SEMA_TYPE_BINARY_HELD, 0));
+    EXPECT_EQ(0, x_sema_unlock(semaphore));
+    EXPECT_NE(0, x_sema_unlock(semaphore));
+    EXPECT_EQ(0, x_sema_delete(semaphore));
+}
+
 TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     using Sizes = std::initializer_list<int64_t>;
     constexpr int64_t kMost = FLT_MAX_READ_SIZE;

@@ -15,8 +15,6 @@
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
 
-#include "tests/refbase_count.h"
-
 namespace desk {
 
 namespace {

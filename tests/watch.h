@@ -95,6 +95,7 @@ bool isNeglected(const std::string& javaMethod);
 using ResourceCounts = std::map<std::string, int>;
 constexpr char kGlobalRefs[] = "global references";
 ResourceCounts resourceCounts();
+int liveRefBases();  // reference-counted objects of the platform's, see refbase_count.cpp
 // "handles: +1" for each count that has changed since.
 std::string changesSince(const ResourceCounts& before);
 
