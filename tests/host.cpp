@@ -96,28 +96,25 @@ jobject newClassLoader(const std::vector<std::string>& jars) {
         return newObject("dalvik.system.PathClassLoader",
                          "(Ljava/lang/String;Ljava/lang/ClassLoader;)V", toJava(path), nullptr);
     }
-    const jsize count = static_cast<jsize>(jars.size());
-    const jobjectArray urls = gJni.NewObjectArray(env(), count, findClass("java.net.URL"), nullptr);
-    for (jsize i = 0; i < count; ++i) {
-        const std::string url = "file:" DESK_JARS "/" + jars[static_cast<size_t>(i)] + ".jar";
-        gJni.SetObjectArrayElement(env(), urls, i,
-                                   newObject("java.net.URL", "(Ljava/lang/String;)V", toJava(url)));
+    const jobjectArray urls = gJni.NewObjectArray(env(), static_cast<jsize>(jars.size()),
+                                                  findClass("java.net.URL"), nullptr);
+    jsize count = 0;
+    for (const std::string& jar : jars) {
+        gJni.SetObjectArrayElement(env(), urls, count++,
+                                   newObject("java.net.URL", "(Ljava/lang/String;)V",
+                                             toJava("file:" DESK_JARS "/" + jar + ".jar")));
     }
     return newObject("java.net.URLClassLoader", "([Ljava/net/URL;)V", urls);
 }
 
 }  // namespace
 
-JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
+JNIEnv* startVm(const std::vector<std::string>& options, const std::vector<std::string>& jars) {
     createVm(options);
     void* created = nullptr;
     gVm->GetEnv(&created, JNI_VERSION_1_4);
     gJni = *static_cast<JNIEnv*>(created)->functions;
     const LocalFrame frame;
-    std::vector<std::string> jars = {"platform", "tests"};
-    if (jar != nullptr) {
-        jars.push_back(jar);
-    }
     gLoader = gJni.NewGlobalRef(env(), newClassLoader(jars));
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
                                     reinterpret_cast<void*>(runFromJava)};
@@ -161,17 +158,9 @@ jobject classLoader() {
     return gLoader;
 }
 
-bool loadLibrary() {
+void loadLibrary() {
     const LocalFrame frame;
-    const jclass loader = findClass("desk.Loader");
-    const jmethodID load = gJni.GetStaticMethodID(env(), loader, "load", "(Ljava/lang/String;)V");
-    gJni.CallStaticVoidMethod(env(), loader, load, toJava(DESK_LIBRARY));
-    if (!gJni.ExceptionCheck(env())) {
-        return true;
-    }
-    gJni.ExceptionDescribe(env());
-    gJni.ExceptionClear(env());
-    return false;
+    callStatic("desk.Loader", "load", "(Ljava/lang/String;)V", toJava(DESK_LIBRARY));
 }
 
 jint callFromJava(const std::function<jint()>& work) {
