@@ -22,7 +22,7 @@ constexpr Native kNatives[] = {
 #define EVENT_NATIVE(event, method, signature) {method, signature},
     EVENTS(EVENT_NATIVE)};
 
-// The Java objects that report events.
+// The Java objects that report events, in the order of their events.
 struct Reporter {
     const char* of;
     jobject object;
@@ -153,8 +153,8 @@ Pipeline::Pipeline() {
             reporter.object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
         }
     }
-    mObject = realJni().NewGlobalRef(env(), newObject(services + "pipeline.PipelineHandler",
-                                                      "(Ljava/lang/String;)V", toJava("tv")));
+    mObject =
+        realJni().NewGlobalRef(env(), newObject(services + "pipeline.PipelineHandler", "()V"));
     mWeak = realJni().NewWeakGlobalRef(env(), mObject);
     handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
 }

@@ -105,7 +105,7 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     std::future<int> second;
     desk::atNext("handle_free", [&] {
         second = std::async(std::launch::async, deleteThread, hthread);
-        second.wait_for(std::chrono::milliseconds(200));  // for nothing if it is kept out
+        second.wait_for(std::chrono::milliseconds(200));  // in vain if it is kept out
     });
     const int first = deleteThread(hthread);
     EXPECT_EQ(-1, first + second.get());
