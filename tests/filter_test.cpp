@@ -47,6 +47,7 @@ class FilterTest : public desk::LibraryTest {
     void SetUp() override {
         LibraryTest::SetUp();
         desk::registerCountingCallbacks(mPipeline->handle());
+        desk::setLogLevel("I");
     }
     int open(uint32_t* ph_filter) {
         FLT_EVT_CB_T evt = {};
@@ -89,9 +90,8 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
             EXPECT_EQ(isTaken ? given : -1, callWatched([&] {
                           return x_velmora_filter_read(h, buffer.data(), -7000000000, size);
                       }));
-            EXPECT_EQ("ZytTvInnerFilter.onRead([4096 bytes], -7000000000, " +
-                          std::to_string(wanted) + ")",
-                      desk::takeLog().at(0));
+            EXPECT_TRUE(has(desk::takeLog(), "ZytTvInnerFilter.onRead([4096 bytes], -7000000000, " +
+                                                 std::to_string(wanted) + ")"));
             EXPECT_EQ(expected, buffer);
         }
     }
@@ -177,7 +177,6 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
             desk::failCall("x_sema_unlock", 1, Failure::kKeeps);
         }
         desk::atNext(step.line, [&] { startWaiting(waiter, visible, &waiting); });
-        desk::setLogLevel("I");
         desk::takeLog();
         uint32_t h = kUnwritten;
         EXPECT_EQ(fails ? -1 : 0, open(&h));
@@ -187,7 +186,6 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
         }
         EXPECT_EQ(fails ? 0 : visible, h);
         EXPECT_EQ(fails && !released, has(desk::takeLog(), "fail! return i4_rc"));
-        desk::setLogLevel("");
         desk::failNothing();
         close(h);
         EXPECT_EQ(-1, start(visible));
@@ -221,15 +219,14 @@ TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
     const int64_t instance = record->instance;
     record->instance |= kBeyond;
     desk::record();
+    desk::takeLog();
     EXPECT_EQ(-1, start(h));
-    desk::setLogLevel("I");
     EXPECT_EQ(0, close(h));
-    desk::setLogLevel("");
     const Lines lines = desk::takeLog();
     char shown[80];
     snprintf(shown, sizeof(shown), "filter.get: 0x%" PRIx64 ", instance: 0x%" PRIx64 ",failed.",
              instance & UINT32_MAX, instance | kBeyond);
-    EXPECT_EQ(4u, lines.size()) << "Java is not called";
+    EXPECT_EQ(5u, lines.size()) << "Java is not called";
     EXPECT_TRUE(has(lines, std::string(">  ") + shown));
     EXPECT_TRUE(has(lines, std::string("> subInnerFilterReferencefailed, ") + shown + "\n"));
     callWatched([&] { return subInnerFilterReference(instance); });

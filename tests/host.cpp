@@ -109,7 +109,7 @@ jobject newClassLoader(const std::vector<std::string>& jars) {
 
 }  // namespace
 
-JNIEnv* startVm(const std::vector<std::string>& options, const std::vector<std::string>& jars) {
+void startVm(const std::vector<std::string>& options, const std::vector<std::string>& jars) {
     createVm(options);
     void* created = nullptr;
     gVm->GetEnv(&created, JNI_VERSION_1_4);
@@ -119,7 +119,6 @@ JNIEnv* startVm(const std::vector<std::string>& options, const std::vector<std::
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
                                     reinterpret_cast<void*>(runFromJava)};
     gJni.RegisterNatives(env(), findClass("tests.FromJava"), &native, 1);
-    return env();
 }
 
 void stopVm() {

@@ -29,8 +29,8 @@ constexpr char kSmallHeap[] = "-Xmx128m";
 // Starts it on the calling thread; a process has at most one. Its class path is empty, because a
 // native thread of a device cannot find the framework's classes either: a child class loader knows
 // those of the build's jars that are given.
-JNIEnv* startVm(const std::vector<std::string>& options,
-                const std::vector<std::string>& jars = {"platform", "tests"});
+void startVm(const std::vector<std::string>& options,
+             const std::vector<std::string>& jars = {"platform", "tests"});
 // Destroys it, if there is one, on the thread that started it. What is left then has leaked.
 void stopVm();
 // What the virtual machine complained of since the last time. Each complaint is printed too, with

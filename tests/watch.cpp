@@ -362,13 +362,12 @@ Watch::~Watch() {
     setTable();
 }
 
-JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
-    JNIEnv* env = startVm(options);
+void startWatchedVm(const std::vector<std::string>& options) {
+    startVm(options);
     fillTable();
     tolerateComplaints(toleratesComplaint);
     desk_set_service_hook(serviceHook);
     keepLog();
-    return env;
 }
 
 jint loadWatchedLibrary() {

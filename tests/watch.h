@@ -50,7 +50,7 @@ jint report(Event event, uint32_t handle, Args... args) {
 }
 
 // Starts the virtual machine so that threads can be watched, and keeps the log.
-JNIEnv* startWatchedVm(const std::vector<std::string>& options);
+void startWatchedVm(const std::vector<std::string>& options);
 // Calls the library's load entry, watched, below a Java method; returns its result.
 jint loadWatchedLibrary();
 
