@@ -2,6 +2,7 @@
 // The arguments and the output are Google Benchmark's.
 
 #include <benchmark/benchmark.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -56,9 +57,11 @@ void add(const bench::Call& call, bool attached = true, int count = 1) {
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     // Java's compiler runs before what it compiles, not beside it, and collections are short.
-    desk::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"}, "bench");
-    const bool loaded = desk::keepingInterrupt(desk::loadLibrary);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv) || !loaded) {
+    desk::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"},
+                  {"platform", "tests", "bench"});
+    desk::loadLibrary();
+    signal(SIGINT, SIG_DFL);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
     const std::vector<bench::Call> calls = bench::makeCalls();

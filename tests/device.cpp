@@ -1,5 +1,6 @@
 #include "tests/device.h"
 
+#include <cstring>
 #include <utility>
 
 #include "mw/basic_services.h"
@@ -13,10 +14,19 @@ int gTag;
 
 namespace {
 
-constexpr char kServices[] = "com.halvorin.tv.velmora.services.";
-constexpr const char* kEventMethods[] = {
-#define EVENT_METHOD(name, method) method,
-    EVENTS(EVENT_METHOD)};
+struct Native {
+    const char* name;
+    const char* signature;
+};
+constexpr Native kNatives[] = {
+#define EVENT_NATIVE(event, method, signature) {method, signature},
+    EVENTS(EVENT_NATIVE)};
+
+// The Java objects that report events, in the order of their events.
+struct Reporter {
+    const char* of;
+    jobject object;
+} gReporters[] = {{"Scan", nullptr}, {"Lnb", nullptr}, {"Filter", nullptr}};
 
 thread_local int tHeard;
 
@@ -55,46 +65,35 @@ Result on(uint32_t handle, Args... args) {
     return static_cast<Result>(kUnused);
 }
 
-// The Java objects that report events.
-struct Reporter {
-    const char* name;
-    jclass clazz;
-    jobject object;
-} gScan = {"ZytTvInnerScanCallback", nullptr, nullptr},
-  gLnb = {"ZytTvInnerLnbCallback", nullptr, nullptr},
-  gFilter = {"ZytTvInnerFilterCallback", nullptr, nullptr};
-
 }  // namespace
 
 jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers) {
     const JNINativeInterface_& jni = realJni();
-    const bool ofFilter = event >= Event::kSection;
-    const Reporter& reporter = ofFilter ? gFilter : event >= Event::kLnb ? gLnb : gScan;
-    std::string signature = "(I";
+    const LocalFrame frame;
+    const auto& [name, signature] = kNatives[static_cast<size_t>(event)];
+    const jobject reporter = gReporters[(event >= Event::kLnb) + (event >= Event::kSection)].object;
     std::vector<jvalue> arguments(1);
     arguments[0].i = static_cast<jint>(handle);
-    if (event == Event::kDiseqc || (event >= Event::kFrequencies && event <= Event::kStreamIds)) {
-        signature += event == Event::kDiseqc ? "[B" : "[I";
+    if (strchr(signature, '[') != nullptr) {
         arguments.emplace_back().l = list;
     }
     for (const jint number : numbers) {
-        signature += "I";
         arguments.emplace_back().i = number;
     }
-    signature += ofFilter ? ")V" : ")I";
-    const jmethodID id = jni.GetMethodID(env(), reporter.clazz, methodOf(event), signature.c_str());
+    const jmethodID id =
+        jni.GetMethodID(env(), jni.GetObjectClass(env(), reporter), name, signature);
     jint result = 0;
-    if (ofFilter) {
-        jni.CallVoidMethodA(env(), reporter.object, id, arguments.data());
+    if (strchr(signature, 'V') != nullptr) {
+        jni.CallVoidMethodA(env(), reporter, id, arguments.data());
     } else {
-        result = jni.CallIntMethodA(env(), reporter.object, id, arguments.data());
+        result = jni.CallIntMethodA(env(), reporter, id, arguments.data());
     }
     mustNotHaveThrown();
     return result;
 }
 
 const char* methodOf(Event event) {
-    return kEventMethods[static_cast<size_t>(event)];
+    return kNatives[static_cast<size_t>(event)].name;
 }
 
 void registerCountingCallbacks(uint32_t h_pipeline, bool registers) {
@@ -111,16 +110,16 @@ void registerCountingCallbacks(uint32_t h_pipeline, bool registers) {
     scan.pf_dvbt_standard_nfy = on<Event::kDvbtStandard>;
     scan.pf_hierarchy_nfy = on<Event::kHierarchy>;
     scan.pv_tag = &gTag;
-    const flt_section_nfy_fct section = on<Event::kSection>;
-    const flt_status_nfy_fct status = on<Event::kFilterStatus>;
-    const fe_lnb_nfy_fct lnb = on<Event::kLnb>;
-    const fe_lnb_diseqc_nfy_fct diseqc = on<Event::kDiseqc>;
-    x_native_frontend_register_scan_callback(registers ? &scan : nullptr);
-    x_velmora_filter_register_section_callback(registers ? section : nullptr);
-    x_velmora_filter_register_filter_status_callback(registers ? status : nullptr);
+    // The callback of an event, or none.
+    const auto of = [=](auto callback) { return registers ? callback : nullptr; };
+    x_native_frontend_register_scan_callback(of(&scan));
+    x_velmora_filter_register_section_callback(of(flt_section_nfy_fct(on<Event::kSection>)));
+    x_velmora_filter_register_filter_status_callback(
+        of(flt_status_nfy_fct(on<Event::kFilterStatus>)));
     x_native_frontend_require_tuner(h_pipeline);
-    x_native_frontend_register_lnb_callback(h_pipeline, registers ? lnb : nullptr);
-    x_native_frontend_register_lnb_DiseqcMessage_callback(h_pipeline, registers ? diseqc : nullptr);
+    x_native_frontend_register_lnb_callback(h_pipeline, of(fe_lnb_nfy_fct(on<Event::kLnb>)));
+    x_native_frontend_register_lnb_DiseqcMessage_callback(
+        h_pipeline, of(fe_lnb_diseqc_nfy_fct(on<Event::kDiseqc>)));
     x_native_frontend_close_tuner(h_pipeline);
 }
 
@@ -142,38 +141,20 @@ void scriptObject(const std::string& method, const std::string& clazz) {
     callStatic("tests.ScriptedModel", "returns", "(Ljava/lang/String;Ljava/lang/Object;)V",
                toJava(method), realJni().AllocObject(env(), found));
 }
-void scriptHold(const std::string& method) {
-    const LocalFrame frame;
-    callStatic("tests.ScriptedModel", "hold", "(Ljava/lang/String;)V", toJava(method));
-}
-bool awaitHeld(const std::string& method) {
-    const LocalFrame frame;
-    return callStatic("tests.ScriptedModel", "awaitHeld", "(Ljava/lang/String;)Ljava/lang/Object;",
-                      toJava(method)) != nullptr;
-}
-void scriptRelease(const std::string& method) {
-    const LocalFrame frame;
-    callStatic("tests.ScriptedModel", "release", "(Ljava/lang/String;)V", toJava(method));
-}
-std::string takeCalls() {
-    const LocalFrame frame;
-    return fromJava(callStatic("tests.ScriptedModel", "takeCalls", "()Ljava/lang/String;"));
-}
 
 // The first also makes what reports events: a class cannot be loaded while its thread is watched.
 Pipeline::Pipeline() {
     const LocalFrame frame;
-    for (Reporter* reporter : {&gScan, &gLnb, &gFilter}) {
-        if (reporter->object == nullptr) {
+    const std::string services = "com.halvorin.tv.velmora.services.";
+    for (Reporter& reporter : gReporters) {
+        if (reporter.object == nullptr) {
             const std::string name =
-                std::string(kServices) + "selector.connectmanager." + reporter->name;
-            reporter->clazz = static_cast<jclass>(realJni().NewGlobalRef(env(), findClass(name)));
-            reporter->object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
+                services + "selector.connectmanager.ZytTvInner" + reporter.of + "Callback";
+            reporter.object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
         }
     }
     mObject =
-        realJni().NewGlobalRef(env(), newObject(std::string(kServices) + "pipeline.PipelineHandler",
-                                                "(Ljava/lang/String;)V", toJava("tv")));
+        realJni().NewGlobalRef(env(), newObject(services + "pipeline.PipelineHandler", "()V"));
     mWeak = realJni().NewWeakGlobalRef(env(), mObject);
     handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
 }

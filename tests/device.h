@@ -8,31 +8,31 @@
 
 namespace desk {
 
-// --- Events, as Java reports them: name and method ---
+// --- Events, as Java reports them: name, and native method ---
 
 // The methods from kLnb on are of the LNB callback, from kSection on of the filter callback, and
 // those before of the scan callback.
-#define EVENTS(EVENT)                                    \
-    EVENT(kLocked, "notifyScanOnLocked")                 \
-    EVENT(kStopped, "notifyScanOnScanStopped")           \
-    EVENT(kProgress, "notifyScanOnProgress")             \
-    EVENT(kFrequencies, "notifyScanOnFrequenciesReport") \
-    EVENT(kSymbolRates, "notifyScanOnSymbolRates")       \
-    EVENT(kPlpIds, "notifyScanOnPlpIds")                 \
-    EVENT(kGroupIds, "notifyScanOnGroupIds")             \
-    EVENT(kStreamIds, "notifyScanOnInputStreamIds")      \
-    EVENT(kDvbsStandard, "notifyScanOnDvbsStandard")     \
-    EVENT(kDvbtStandard, "notifyScanOnDvbtStandard")     \
-    EVENT(kHierarchy, "notifyScanOnHierarchy")           \
-    EVENT(kSignalType, "notifyScanOnSignalType")         \
-    EVENT(kLnb, "notifyLnbEvent")                        \
-    EVENT(kDiseqc, "onDiseqcMessage")                    \
-    EVENT(kSection, "nativeFilterSectionEvent")          \
-    EVENT(kRestart, "nativeFilterRestartEvent")          \
-    EVENT(kFilterStatus, "nativeFilterStatusChanged")
+#define EVENTS(EVENT)                                               \
+    EVENT(kLocked, "notifyScanOnLocked", "(I)I")                    \
+    EVENT(kStopped, "notifyScanOnScanStopped", "(I)I")              \
+    EVENT(kProgress, "notifyScanOnProgress", "(II)I")               \
+    EVENT(kFrequencies, "notifyScanOnFrequenciesReport", "(I[II)I") \
+    EVENT(kSymbolRates, "notifyScanOnSymbolRates", "(I[II)I")       \
+    EVENT(kPlpIds, "notifyScanOnPlpIds", "(I[II)I")                 \
+    EVENT(kGroupIds, "notifyScanOnGroupIds", "(I[II)I")             \
+    EVENT(kStreamIds, "notifyScanOnInputStreamIds", "(I[II)I")      \
+    EVENT(kDvbsStandard, "notifyScanOnDvbsStandard", "(II)I")       \
+    EVENT(kDvbtStandard, "notifyScanOnDvbtStandard", "(II)I")       \
+    EVENT(kHierarchy, "notifyScanOnHierarchy", "(II)I")             \
+    EVENT(kSignalType, "notifyScanOnSignalType", "(II)I")           \
+    EVENT(kLnb, "notifyLnbEvent", "(II)I")                          \
+    EVENT(kDiseqc, "onDiseqcMessage", "(I[BI)I")                    \
+    EVENT(kSection, "nativeFilterSectionEvent", "(IIIII)V")         \
+    EVENT(kRestart, "nativeFilterRestartEvent", "(II)V")            \
+    EVENT(kFilterStatus, "nativeFilterStatusChanged", "(II)V")
 
 enum class Event {
-#define EVENT_NAME(name, method) name,
+#define EVENT_NAME(name, ...) name,
     EVENTS(EVENT_NAME)
 #undef EVENT_NAME
 };
@@ -62,11 +62,6 @@ void resetModel();
 void script(const std::string& method, const std::string& does);
 // Returns an object of a class of the tuner's package, whose members are 0.
 void scriptObject(const std::string& method, const std::string& clazz);
-// The method waits from scriptHold to scriptRelease; awaitHeld returns when a call has come.
-void scriptHold(const std::string& method);
-bool awaitHeld(const std::string& method);
-void scriptRelease(const std::string& method);
-std::string takeCalls();
 
 // A pipeline as another component of the device makes it.
 class Pipeline {

@@ -9,12 +9,11 @@
 
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/refbase_count.h"
 #include "tests/watch.h"
 
 namespace {
 
-constexpr int kTuners = 3;
+uint32_t gTuners[3];  // their pipelines
 constexpr int kFilters = 2;
 constexpr int kAfterVm = 41;
 constexpr int kFromJava = 42;
@@ -33,18 +32,14 @@ uint32_t openFilter(uint32_t pipeline) {
     return filter;
 }
 
-// The first tuners that are made, so that Java names them 1 to kTuners. Returns the last one's
-// pipeline.
-uint32_t leaveAllOpen() {
-    uint32_t pipeline = 0;
-    for (int i = 0; i < kTuners; ++i) {
+void leaveAllOpen() {
+    for (uint32_t& pipeline : gTuners) {
         pipeline = newPipeline();
         x_native_frontend_require_tuner(pipeline);
     }
     for (int i = 0; i < kFilters; ++i) {
         openFilter(newPipeline());
     }
-    return pipeline;
 }
 
 [[noreturn]] void useTuner(uint32_t pipeline) {
@@ -96,11 +91,11 @@ extern "C" void reportEnd() {
         printf("no Java environment\n");
         return;
     }
-    const std::string calls = desk::takeCalls();
-    for (int i = 1; i <= kTuners; ++i) {
-        const bool closed =
-            calls.find("#" + std::to_string(i) + ".onCloseFrontend") != std::string::npos;
-        printf("tuner %d %s\n", i, closed ? "closed" : "not closed");
+    const std::string closed = desk::fromJava(
+        desk::callStatic("tests.ScriptedModel", "closedTuners", "()Ljava/lang/String;"));
+    for (size_t i = 0; i < std::size(gTuners); ++i) {
+        const bool found = closed.find(std::to_string(gTuners[i])) != std::string::npos;
+        printf("tuner %zu %s\n", i + 1, found ? "closed" : "not closed");
     }
     // Threads that are still busy show here whether something that they use is gone.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -114,7 +109,7 @@ extern "C" int endProcess(const char* way) {
         return kFailed;
     }
     desk::resetModel();
-    const uint32_t pipeline = leaveAllOpen();
+    leaveAllOpen();
     if (strncmp(way, "busy_", 5) == 0) {
         keepBusy();
         way += 5;
@@ -124,5 +119,6 @@ extern "C" int endProcess(const char* way) {
     } else if (strcmp(way, "from_thread") == 0) {
         std::thread(exit, kFromThread).join();
     }
-    return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(pipeline) ? kAfterVm : kFailed;
+    return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(gTuners[0]) ? kAfterVm
+                                                                                 : kFailed;
 }

@@ -2,8 +2,6 @@
 
 #include "mw/frontend.h"
 
-#include <thread>
-
 #include "tests/library_test.h"
 
 namespace {
@@ -15,25 +13,24 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
         return desk::callWatched([&] { return function(mPipeline->handle()); });
     };
     call(x_native_frontend_require_tuner);
-    desk::scriptHold("onTune");
-    std::thread tuning([&] {
-        EXPECT_EQ(0, call([](unsigned int h_pipeline) {
-                      MW_FESETTING_T settings = {};
-                      settings.e_type = MW_FE_TYPE_ATSC;
-                      return x_native_frontend_tune(h_pipeline, &settings);
-                  }));
+    desk::record();
+    desk::atNext("onTune", [&] {
+        call(x_native_frontend_close_tuner);
+        EXPECT_EQ(-1, call(x_native_frontend_cancel_tuning));
+        call(x_native_frontend_require_tuner);
     });
-    ASSERT_TRUE(desk::awaitHeld("onTune"));
-    desk::takeCalls();
-    call(x_native_frontend_close_tuner);
-    EXPECT_EQ("", desk::takeCalls());
-    EXPECT_EQ(-1, call(x_native_frontend_cancel_tuning));
-    call(x_native_frontend_require_tuner);
-    EXPECT_NE(std::string::npos, desk::takeCalls().find("#2.onOpenFrontend()"))
-        << "a new tuner of the pipeline is another object";
-    desk::scriptRelease("onTune");
-    tuning.join();
-    EXPECT_EQ("ZytTvInnerFrontend#1.onCloseFrontend()", desk::takeCalls());
+    MW_FESETTING_T settings = {};
+    settings.e_type = MW_FE_TYPE_ATSC;
+    EXPECT_EQ(0, desk::callWatched(
+                     [&] { return x_native_frontend_tune(mPipeline->handle(), &settings); }));
+    const std::string handle = std::to_string(mPipeline->handle());
+    const std::vector<std::string> expected = {
+        "AtscFrontendSettings.<init>(0, 0)", "ZytTvInnerFrontend.onTune(AtscFrontendSettings)",
+        // A new tuner of the pipeline is another object.
+        "ZytTvInnerFrontend.<init>(PipelineHandler)",
+        "ZytTvInnerFrontend.onSetNativeHandle(" + handle + ")",
+        "ZytTvInnerFrontend.onOpenFrontend()", "ZytTvInnerFrontend.onCloseFrontend()"};
+    EXPECT_EQ(expected, desk::takeLog());
     call(x_native_frontend_close_tuner);
 }
 

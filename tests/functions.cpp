@@ -140,7 +140,7 @@ std::vector<Function> makeRows() {
     static uint8_t patterns[] = "A pattern of 16.Its mask, of 16.The mode, of 16.";
     uint8_t* const mask = patterns + FLT_PATTERN_SIZE;
     uint8_t* const mode = mask + FLT_PATTERN_SIZE;
-    const uint8_t no = 0, yes = 1, two = 2, most = 255;
+    const uint8_t no = 0, two = 2, most = 255;
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     return {
@@ -194,7 +194,7 @@ std::vector<Function> makeRows() {
         ofFilter("x_velmora_filter_read", read),
         ofFilter(NAMED(x_velmora_filter_read), nullptr, 0, 1).as("into null"),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), -7, no, two, no, patterns, mask, mode),
-        ofFilter(NAMED(x_velmora_filter_setSectionConfig), 7, most, no, yes, patterns, mask, mode)
+        ofFilter(NAMED(x_velmora_filter_setSectionConfig), 7, most, no, two, patterns, mask, mode)
             .as("flags"),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), 1, no, no, no, patterns, mask, nullptr)
             .as("no mode"),

@@ -407,22 +407,22 @@ TEST_P(FunctionsTest, HoldsNoLockInJava) {
     methods.erase("");
     for (const std::string& method : methods) {
         take(mFunction.prepare);
-        desk::scriptHold(method);
-        const auto call = std::async(std::launch::async, [this] {
-            return runOnThread(true, [this] { return mFunction.call(mStage); });
+        std::future<void> other;
+        desk::record();
+        desk::atNext("." + method + "(", [&] {
+            other = std::async(std::launch::async, [] {
+                x_native_frontend_close_tuner(0);  // takes every mutex of the registry
+                x_velmora_filter_start(0);
+                x_velmora_filter_delete_callback_thread(0);
+            });
+            if (other.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
+                gLockHeldInJava = true;
+                ADD_FAILURE() << "a lock of the library is held while Java runs " << method;
+            }
         });
-        ASSERT_TRUE(desk::awaitHeld(method));
-        const auto other = std::async(std::launch::async, [] {
-            x_native_frontend_close_tuner(0);  // takes every mutex of the registry
-            x_velmora_filter_start(0);
-            x_velmora_filter_delete_callback_thread(0);
-        });
-        if (other.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
-            gLockHeldInJava = true;
-            ADD_FAILURE() << "a lock of the library is held while Java runs " << method;
-        }
-        desk::scriptRelease(method);
-        call.wait();
+        runOnThread(true, [this] { return mFunction.call(mStage); });
+        desk::recorded();
+        ASSERT_TRUE(other.valid()) << method;
         other.wait();
         take(mFunction.undo);
     }

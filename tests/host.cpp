@@ -4,6 +4,7 @@
 #include <cutils/properties.h>
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -26,6 +27,10 @@ jobject gLoader;  // global reference; null: the virtual machine's own
 std::mutex& gLock = *new std::mutex();  // of what follows; no JNI call is made with it held
 std::vector<std::string>& gLog = *new std::vector<std::string>();
 std::vector<std::string>& gComplaints = *new std::vector<std::string>();
+std::string& gAwaited = *new std::string();
+std::function<void()>& gAction = *new std::function<void()>();
+
+std::atomic<bool> gAwaits;  // there is an action. Without one, what happens takes no lock
 
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
@@ -36,24 +41,12 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
 }
 
-std::string& gAwaited = *new std::string();
-std::function<void()>& gAction = *new std::function<void()>();
-
 // What Android's runtime itself logs, at any time, has the program's name as its tag.
 void keepLogLine(const __android_logger_data* data, const char* text) {
     if (strcmp(data->tag, program_invocation_short_name) == 0) {
         return;
     }
     addToLog(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
-    std::unique_lock<std::mutex> lock(gLock);
-    std::function<void()> action;
-    if (gAction && strstr(text, gAwaited.c_str()) != nullptr) {
-        action.swap(gAction);
-    }
-    lock.unlock();
-    if (action) {
-        action();
-    }
 }
 
 // The virtual machine calls this for everything that it prints: for a complaint, and then for each
@@ -108,33 +101,29 @@ jobject newClassLoader(const std::vector<std::string>& jars) {
         return newObject("dalvik.system.PathClassLoader",
                          "(Ljava/lang/String;Ljava/lang/ClassLoader;)V", toJava(path), nullptr);
     }
-    const jsize count = static_cast<jsize>(jars.size());
-    const jobjectArray urls = gJni.NewObjectArray(env(), count, findClass("java.net.URL"), nullptr);
-    for (jsize i = 0; i < count; ++i) {
-        const std::string url = "file:" DESK_JARS "/" + jars[static_cast<size_t>(i)] + ".jar";
-        gJni.SetObjectArrayElement(env(), urls, i,
-                                   newObject("java.net.URL", "(Ljava/lang/String;)V", toJava(url)));
+    const jobjectArray urls = gJni.NewObjectArray(env(), static_cast<jsize>(jars.size()),
+                                                  findClass("java.net.URL"), nullptr);
+    jsize count = 0;
+    for (const std::string& jar : jars) {
+        gJni.SetObjectArrayElement(env(), urls, count++,
+                                   newObject("java.net.URL", "(Ljava/lang/String;)V",
+                                             toJava("file:" DESK_JARS "/" + jar + ".jar")));
     }
     return newObject("java.net.URLClassLoader", "([Ljava/net/URL;)V", urls);
 }
 
 }  // namespace
 
-JNIEnv* startVm(const std::vector<std::string>& options, const char* jar) {
+void startVm(const std::vector<std::string>& options, const std::vector<std::string>& jars) {
     createVm(options);
     void* created = nullptr;
     gVm->GetEnv(&created, JNI_VERSION_1_4);
     gJni = *static_cast<JNIEnv*>(created)->functions;
     const LocalFrame frame;
-    std::vector<std::string> jars = {"platform", "tests"};
-    if (jar != nullptr) {
-        jars.push_back(jar);
-    }
     gLoader = gJni.NewGlobalRef(env(), newClassLoader(jars));
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
                                     reinterpret_cast<void*>(runFromJava)};
     gJni.RegisterNatives(env(), findClass("tests.FromJava"), &native, 1);
-    return env();
 }
 
 void stopVm() {
@@ -173,17 +162,9 @@ jobject classLoader() {
     return gLoader;
 }
 
-bool loadLibrary() {
+void loadLibrary() {
     const LocalFrame frame;
-    const jclass loader = findClass("desk.Loader");
-    const jmethodID load = gJni.GetStaticMethodID(env(), loader, "load", "(Ljava/lang/String;)V");
-    gJni.CallStaticVoidMethod(env(), loader, load, toJava(DESK_LIBRARY));
-    if (!gJni.ExceptionCheck(env())) {
-        return true;
-    }
-    gJni.ExceptionDescribe(env());
-    gJni.ExceptionClear(env());
-    return false;
+    callStatic("desk.Loader", "load", "(Ljava/lang/String;)V", toJava(DESK_LIBRARY));
 }
 
 jint callFromJava(const std::function<jint()>& work) {
@@ -203,20 +184,38 @@ void keepLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);  // the platform drops lines below INFO
 }
 
-void atNextLine(const std::string& text, const std::function<void()>& action) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    gAwaited = text;
-    gAction = action;
-}
-
-void addToLog(std::string line) {
-    const std::lock_guard<std::mutex> lock(gLock);
-    gLog.push_back(std::move(line));
+void addToLog(const std::string& line) {
+    {
+        const std::lock_guard<std::mutex> lock(gLock);
+        gLog.push_back(line);
+    }
+    happens(line);
 }
 
 std::vector<std::string> takeLog() {
     const std::lock_guard<std::mutex> lock(gLock);
     return std::exchange(gLog, {});
+}
+
+void atNext(const std::string& text, const std::function<void()>& action) {
+    const std::lock_guard<std::mutex> lock(gLock);
+    gAwaited = text;
+    gAction = action;
+    gAwaits = true;
+}
+
+void happens(const std::string& what) {
+    std::function<void()> action;
+    if (gAwaits) {
+        const std::lock_guard<std::mutex> lock(gLock);
+        if (gAction && what.find(gAwaited) != std::string::npos) {
+            gAwaits = false;
+            action = std::exchange(gAction, nullptr);
+        }
+    }
+    if (action) {
+        action();
+    }
 }
 
 }  // namespace desk

@@ -8,7 +8,6 @@
 #define TESTS_HOST_H
 
 #include <jni.h>
-#include <signal.h>
 
 #include <functional>
 #include <string>
@@ -29,8 +28,9 @@ constexpr char kSmallHeap[] = "-Xmx128m";
 
 // Starts it on the calling thread; a process has at most one. Its class path is empty, because a
 // native thread of a device cannot find the framework's classes either: a child class loader knows
-// those of the platform, of the tests and, if given, of one more jar of the build.
-JNIEnv* startVm(const std::vector<std::string>& options, const char* jar = nullptr);
+// those of the build's jars that are given.
+void startVm(const std::vector<std::string>& options,
+             const std::vector<std::string>& jars = {"platform", "tests"});
 // Destroys it, if there is one, on the thread that started it. What is left then has leaked.
 void stopVm();
 // What the virtual machine complained of since the last time. Each complaint is printed too, with
@@ -43,18 +43,9 @@ JNIEnv* env();                         // of the calling thread, which must be a
 const JNINativeInterface_& realJni();  // the function table before anybody watched it
 jobject classLoader();                 // the child class loader
 
-// Loads the library through that class loader. False when Java threw; the exception is printed.
-bool loadLibrary();
-// Runs a load of the library and gives SIGINT its action back, which the load takes: a program that
-// runs for long must end with Ctrl-C.
-template <typename Load>
-auto keepingInterrupt(const Load& load) {
-    struct sigaction before = {};
-    sigaction(SIGINT, nullptr, &before);
-    const auto result = load();
-    sigaction(SIGINT, &before, nullptr);
-    return result;
-}
+// Loads the library through that class loader. The load takes SIGINT: a program that runs for long
+// gives it back afterwards, so that it ends with Ctrl-C.
+void loadLibrary();
 // Does the work below a Java method of a class of that loader, and returns its result: from there
 // the library's load entry finds its classes. A Java exception that the work leaves stays pending.
 jint callFromJava(const std::function<jint()>& work);
@@ -81,11 +72,13 @@ class LocalFrame {
 };
 
 void setLogLevel(const char* level);
-void keepLog();  // from now on lines are kept instead of printed
-// Does this once, at the next line that has the text, before the thread that logs it goes on.
-void atNextLine(const std::string& text, const std::function<void()>& action);
-void addToLog(std::string line);     // something else that happened
-std::vector<std::string> takeLog();  // those since the last time, "E message", in order
+void keepLog();                          // from now on lines are kept instead of printed
+void addToLog(const std::string& line);  // something else that happened
+std::vector<std::string> takeLog();      // those since the last time, "E message", in order
+// Does this once, when the next thing happens that has the text: a line of the log, or the call of a
+// service. The thread on which it happens goes on afterwards.
+void atNext(const std::string& text, const std::function<void()>& action);
+void happens(const std::string& what);
 
 }  // namespace desk
 

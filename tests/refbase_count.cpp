@@ -1,11 +1,11 @@
 // Counts by standing before the platform's constructor and destructor of RefBase: what a class that
 // derives from it calls is looked for here first. The thread sanitizer is told here of references
 // too.
-#include "tests/refbase_count.h"
-
 #include <dlfcn.h>
 
 #include <atomic>
+
+#include "tests/watch.h"
 
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>

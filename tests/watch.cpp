@@ -15,8 +15,6 @@
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
 
-#include "tests/refbase_count.h"
-
 namespace desk {
 
 namespace {
@@ -81,7 +79,6 @@ enum class Call {
 #define CALL_NAME(name, ...) name,
     CALLS(CALL_NAME, CALL_NAME) kEnd
 };
-constexpr size_t kCalls = static_cast<size_t>(Call::kEnd);
 
 // Never destroyed, as what follows: threads may still call at the end of the process.
 struct CallTraits {
@@ -95,7 +92,6 @@ const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
 #define JNI_TRAITS(name, ...) {#name, __VA_ARGS__},
 #define OTHER_TRAITS(name, ways) {#name, ways, false, kNoCount, 0},
     CALLS(JNI_TRAITS, OTHER_TRAITS)};
-std::array<std::atomic<unsigned long>, kCalls> gServiceCalls;
 
 const CallTraits& traits(Call call) {
     return gTraits[static_cast<size_t>(call)];
@@ -136,8 +132,6 @@ struct State {
     std::vector<Point> points;
     std::vector<Fault> faults;
     std::map<jmethodID, JavaMethod> methods;
-    Call actsAt = Call::kEnd;
-    std::function<void()> action;
 };
 State& gState = *new State();
 
@@ -343,15 +337,7 @@ jint JNICALL detachHook(JavaVM*) {
 int32_t serviceHook(desk_service_t service) {
     const auto call =
         static_cast<Call>(static_cast<int>(Call::handle_alloc) + static_cast<int>(service));
-    ++gServiceCalls[static_cast<size_t>(call)];
-    std::function<void()> action;
-    if (gState.actsAt == call) {
-        const std::lock_guard<std::mutex> lock(gState.lock);
-        action.swap(gState.action);
-    }
-    if (action) {
-        action();
-    }
+    happens(traits(call).name);
     const std::optional<Failure> failure = intercept(call);
     return !failure                     ? 0
            : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
@@ -376,13 +362,12 @@ Watch::~Watch() {
     setTable();
 }
 
-JNIEnv* startWatchedVm(const std::vector<std::string>& options) {
-    JNIEnv* env = startVm(options);
+void startWatchedVm(const std::vector<std::string>& options) {
+    startVm(options);
     fillTable();
     tolerateComplaints(toleratesComplaint);
     desk_set_service_hook(serviceHook);
     keepLog();
-    return env;
 }
 
 jint loadWatchedLibrary() {
@@ -430,15 +415,6 @@ bool isNeglected(const std::string& javaMethod) {
         "setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
         "onStop",          "onFlush",      "onRead",        "onSetSectionConfig"};
     return kMethods.count(javaMethod) != 0;
-}
-
-unsigned long callsOf(const std::string& service) {
-    return gServiceCalls[static_cast<size_t>(callNamed(service))];
-}
-
-void atNextCall(const std::string& service, const std::function<void()>& action) {
-    gState.action = action;
-    gState.actsAt = callNamed(service);
 }
 
 ResourceCounts resourceCounts() {

@@ -8,7 +8,6 @@
 
 #include <jni.h>
 
-#include <functional>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -51,7 +50,7 @@ jint report(Event event, uint32_t handle, Args... args) {
 }
 
 // Starts the virtual machine so that threads can be watched, and keeps the log.
-JNIEnv* startWatchedVm(const std::vector<std::string>& options);
+void startWatchedVm(const std::vector<std::string>& options);
 // Calls the library's load entry, watched, below a Java method; returns its result.
 jint loadWatchedLibrary();
 
@@ -89,13 +88,6 @@ std::vector<Point> recorded();  // ends the recording, and failures
 // complains of after such a call is tolerated.
 bool isNeglected(const std::string& javaMethod);
 
-// --- Calls that are observed ---
-
-// Of any thread, so far.
-unsigned long callsOf(const std::string& service);
-// Does this once, at the start of the next call of the service.
-void atNextCall(const std::string& service, const std::function<void()>& action);
-
 // --- What the library holds ---
 
 // By name, counted only on watched threads: references, "elements" (arrays whose elements are held),
@@ -103,6 +95,7 @@ void atNextCall(const std::string& service, const std::function<void()>& action)
 using ResourceCounts = std::map<std::string, int>;
 constexpr char kGlobalRefs[] = "global references";
 ResourceCounts resourceCounts();
+int liveRefBases();  // reference-counted objects of the platform's, see refbase_count.cpp
 // "handles: +1" for each count that has changed since.
 std::string changesSince(const ResourceCounts& before);
 

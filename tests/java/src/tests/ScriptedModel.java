@@ -1,52 +1,35 @@
 package tests;
 
+import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import desk.Device;
-import desk.DeviceModel;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.HashMap;
-import java.util.IdentityHashMap;
-import java.util.List;
 import java.util.Map;
-import java.util.concurrent.CompletableFuture;
+import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
-import java.util.concurrent.TimeUnit;
-import java.util.stream.Collectors;
 
 /**
- * The device model of the tests: records the framework's calls, and answers, throws or waits as told. A method
- * is named as in "onTune" or, to tell classes apart, "DvbsCodeRate.<init>"; "*" is every other.
+ * The device model of the tests: answers or throws as told. A method is named as in "onTune" or, to tell classes
+ * apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
-public final class ScriptedModel implements DeviceModel {
-    private static final Object NOTHING = new Object();
-
-    private static volatile ScriptedModel sModel;
-
-    private static final class Hold {
-        final CompletableFuture<Boolean> entered = new CompletableFuture<>();
-        final CompletableFuture<Boolean> released = new CompletableFuture<>();
-    }
-
-    private final Map<String, Object> mAnswers = Collections.synchronizedMap(new HashMap<>());
-    private final Map<String, Hold> mHolds = new ConcurrentHashMap<>();
-    // Guarded by this object.
-    private final List<String> mCalls = new ArrayList<>();
-    private final Map<Object, String> mNames = new IdentityHashMap<>();
-    private final Map<String, Integer> mSerials = new HashMap<>();
+public final class ScriptedModel {
+    // It may hold null, which is an answer.
+    private static final Map<String, Object> sAnswers = Collections.synchronizedMap(new HashMap<>());
+    private static final Set<Integer> sClosed = ConcurrentHashMap.newKeySet();
 
     private ScriptedModel() {}
 
     public static void reset() {
-        sModel = new ScriptedModel();
-        Device.model = sModel;
+        sAnswers.clear();
+        Device.model = ScriptedModel::call;
     }
 
     /** does: "throws", "null", "true", "false", a list as "[1, 2]", or a number. */
     public static void script(String method, String does) {
-        sModel.mAnswers.put(method, switch (does) {
+        returns(method, switch (does) {
             case "throws" -> new MadeToFail();
-            case "null" -> NOTHING;
+            case "null" -> null;
             case "true", "false" -> Boolean.valueOf(does);
             case "[]" -> new int[0];
             default -> does.startsWith("[")
@@ -56,30 +39,12 @@ public final class ScriptedModel implements DeviceModel {
     }
 
     public static void returns(String method, Object value) {
-        sModel.mAnswers.put(method, value);
+        sAnswers.put(method, value);
     }
 
-    /** From now on the method waits, until it is released. */
-    public static void hold(String method) {
-        sModel.mHolds.put(method, new Hold());
-    }
-
-    /** Null when none came in a minute. */
-    public static Object awaitHeld(String method) {
-        return sModel.mHolds.get(method).entered.completeOnTimeout(null, 60, TimeUnit.SECONDS).join();
-    }
-
-    public static void release(String method) {
-        sModel.mHolds.remove(method).released.complete(true);
-    }
-
-    /** The calls of framework objects since the last time, a line each. */
-    public static String takeCalls() {
-        synchronized (sModel) {
-            final String calls = String.join("\n", sModel.mCalls);
-            sModel.mCalls.clear();
-            return calls;
-        }
+    /** The handles of the tuners that were closed. */
+    public static String closedTuners() {
+        return sClosed.toString();
     }
 
     /** What an argument holds; of an object its class. */
@@ -93,16 +58,9 @@ public final class ScriptedModel implements DeviceModel {
         return value == null ? "null" : value.getClass().getSimpleName();
     }
 
-    @Override
-    public Object call(Object self, String method, Object... args) {
-        final String full = self.getClass().getSimpleName() + "." + method;
-        if (full.startsWith("ZytTv")) {
-            record(self, method, args);
-        }
-        final Hold hold = mHolds.get(method);
-        if (hold != null) {
-            hold.entered.complete(true);
-            hold.released.join();
+    private static Object call(Object self, String method, Object... args) {
+        if (method.equals("onCloseFrontend")) {
+            sClosed.add(((ZytTvInnerFrontend) self).nativeHandle());
         }
         if (method.equals("onRead")) {
             final byte[] section = (byte[]) args[0];
@@ -110,28 +68,11 @@ public final class ScriptedModel implements DeviceModel {
                 section[i] = (byte) (1 + i * 37 + i / 256);
             }
         }
-        final Object answer = mAnswers.getOrDefault(full, mAnswers.getOrDefault(method, mAnswers.get("*")));
+        final String full = self.getClass().getSimpleName() + "." + method;
+        final Object answer = sAnswers.getOrDefault(full, sAnswers.getOrDefault(method, sAnswers.get("*")));
         if (answer instanceof RuntimeException exception) {
             throw exception;
         }
-        return answer == NOTHING ? null : answer;
-    }
-
-    private synchronized void record(Object self, String method, Object[] args) {
-        final String texts = Arrays.stream(args).map(this::text).collect(Collectors.joining(", "));
-        mCalls.add(text(self) + "." + method + "(" + texts + ")");
-    }
-
-    private String text(Object value) {
-        if (value instanceof byte[] bytes) {
-            return show(bytes);
-        }
-        if (value == null || !value.getClass().getSimpleName().startsWith("ZytTv")) {
-            return String.valueOf(value);
-        }
-        return mNames.computeIfAbsent(value, key -> {
-            final String name = key.getClass().getSimpleName();
-            return name + "#" + mSerials.merge(name, 1, Integer::sum);
-        });
+        return answer;
     }
 }
