@@ -6,27 +6,17 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
+static void (*gReport)();
 
-void (*gReport)();
-
-void* loaded(const char* path) {
-    void* library = dlopen(path, RTLD_NOW);
-    if (library == nullptr) {
+int main(int, char** argv) {
+    dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
+    // Registered before the library is loaded: runs when the library has ended.
+    atexit([] { gReport(); });
+    void* test = dlopen(DESK_EXIT_TEST, RTLD_NOW);
+    if (test == nullptr) {
         fprintf(stderr, "%s\n", dlerror());
         _Exit(1);
     }
-    return library;
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    loaded(DESK_JAVA_HOME "/lib/server/libjvm.so");
-    // Registered before the library is loaded: runs when the library has ended.
-    atexit([] { gReport(); });
-    void* test = loaded(DESK_EXIT_TEST);
     gReport = reinterpret_cast<void (*)()>(dlsym(test, "reportEnd"));
-    const auto end = reinterpret_cast<int (*)(const char*)>(dlsym(test, "endProcess"));
-    return end(argc > 1 ? argv[1] : "");
+    return reinterpret_cast<int (*)(const char*)>(dlsym(test, "endProcess"))(argv[1]);
 }

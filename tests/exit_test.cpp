@@ -1,84 +1,41 @@
-// The end of the process with tuners registered and filters open, in each way that a process with a
-// virtual machine can end; exit_main.cpp is the program. A way ends with a status of its own.
+// The end of the process with tuners registered, and filters and callback threads open, in each way
+// that a process with a virtual machine can end; exit_main.cpp is the program. A way ends with a
+// status of its own.
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 #include <thread>
 
-#include "mw/filter.h"
 #include "mw/frontend.h"
+#include "tests/functions.h"
 #include "tests/watch.h"
 
 namespace {
 
-uint32_t gTuners[3];  // their pipelines
-constexpr int kFilters = 2;
-constexpr int kAfterVm = 41;
-constexpr int kFromJava = 42;
-constexpr int kFromThread = 43;
-constexpr int kFailed = 1;
+enum Status { kFailed = 1, kAfterVm = 41, kFromJava, kFromThread };
 
-uint32_t newPipeline() {
-    return (new desk::Pipeline())->handle();  // open until the end
+// With a pipeline that is there until the end.
+desk::Stage newStage() {
+    return {(new desk::Pipeline())->handle()};
 }
 
-uint32_t openFilter(uint32_t pipeline) {
-    FLT_EVT_CB_T event = {};
-    uint32_t filter = 0;
-    const desk::Watch watch;
-    x_velmora_filter_open(pipeline, 1, 2, 4096, &filter, &event, nullptr);
-    return filter;
-}
-
-void leaveAllOpen() {
-    for (uint32_t& pipeline : gTuners) {
-        pipeline = newPipeline();
-        x_native_frontend_require_tuner(pipeline);
-    }
-    for (int i = 0; i < kFilters; ++i) {
-        openFilter(newPipeline());
-    }
-}
-
-[[noreturn]] void useTuner(uint32_t pipeline) {
-    MW_FESETTING_T settings = {};
-    settings.e_type = MW_FE_TYPE_ATSC;
+// Runs the functions of tuners, or those of filters and callback threads, until the process is gone.
+[[noreturn]] void keepBusy(desk::Stage stage, bool ofTuner) {
     const desk::Watch watch;
     for (;;) {
-        x_native_frontend_require_tuner(pipeline);
-        x_native_frontend_tune(pipeline, &settings);
-        x_native_frontend_close_tuner(pipeline);
-    }
-}
-
-[[noreturn]] void useFilter(uint32_t pipeline) {
-    int8_t buffer[16];
-    const desk::Watch watch;
-    for (;;) {
-        const uint32_t filter = openFilter(pipeline);
-        x_velmora_filter_read(filter, buffer, 0, sizeof(buffer));
-        x_velmora_filter_close(filter);
-    }
-}
-
-// Threads that go on until the process is gone; two each share a pipeline.
-void keepBusy() {
-    for (const uint32_t pipeline : {newPipeline(), newPipeline()}) {
-        for (const auto work : {useTuner, useTuner, useFilter, useFilter}) {
-            std::thread(work, pipeline).detach();
+        for (const desk::Function& function : desk::functions()) {
+            if (function.takesHandle && !function.calledByJava && function.ofTuner() == ofTuner) {
+                function.prepare(stage);
+                function.call(stage);
+                function.undo(stage);
+            }
         }
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
 }
 
-// The functions of a registered tuner fail without a virtual machine, and do not crash.
-bool refusesWithoutVm(uint32_t pipeline) {
-    MW_FESETTING_T settings = {};
-    return x_native_frontend_tune(pipeline, &settings) == -1 &&
-           x_native_frontend_lnb_get_tone(pipeline) == 0;
-}
+uint32_t gLeftOpen[3];  // pipelines with a tuner and a filter
 
 }  // namespace
 
@@ -86,39 +43,53 @@ bool refusesWithoutVm(uint32_t pipeline) {
 extern "C" void reportEnd() {
     printf("peers left: %d\n", desk::liveRefBases());
     void* env = nullptr;
-    if (desk::vm()->GetEnv(&env, JNI_VERSION_1_4) != JNI_OK &&
-        desk::vm()->AttachCurrentThread(&env, nullptr) != JNI_OK) {
+    if (desk::vm()->AttachCurrentThread(&env, nullptr) != JNI_OK) {
         printf("no Java environment\n");
         return;
     }
     const std::string closed = desk::fromJava(
         desk::callStatic("tests.ScriptedModel", "closedTuners", "()Ljava/lang/String;"));
-    for (size_t i = 0; i < std::size(gTuners); ++i) {
-        const bool found = closed.find(std::to_string(gTuners[i])) != std::string::npos;
-        printf("tuner %zu %s\n", i + 1, found ? "closed" : "not closed");
+    int count = 0;
+    for (const uint32_t pipeline : gLeftOpen) {
+        count += closed.find(std::to_string(pipeline)) != std::string::npos;
     }
+    printf("tuners closed: %d\n", count);
     // Threads that are still busy show here whether something that they use is gone.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 
 // Returns main's result, or does not return. In the ways "busy_..." middleware threads work
-// meanwhile.
-extern "C" int endProcess(const char* way) {
+// meanwhile, four on each pipeline.
+extern "C" int endProcess(const char* name) {
     desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-    if (desk::loadWatchedLibrary() != JNI_VERSION_1_4) {
-        return kFailed;
-    }
+    desk::loadWatchedLibrary();
     desk::resetModel();
-    leaveAllOpen();
-    if (strncmp(way, "busy_", 5) == 0) {
-        keepBusy();
-        way += 5;
+    desk::Stage left;
+    for (uint32_t& pipeline : gLeftOpen) {
+        left = newStage();
+        pipeline = left.h_pipeline;
+        const desk::Watch watch;
+        x_native_frontend_require_tuner(left.h_pipeline);
+        desk::prepareFilter(left);
     }
-    if (strcmp(way, "from_java") == 0) {
+    const std::string way = name;
+    if (way.rfind("busy_", 0) == 0) {
+        for (const desk::Stage& stage : {newStage(), newStage()}) {
+            for (const bool ofTuner : {true, true, true, false}) {
+                std::thread(keepBusy, stage, ofTuner).detach();
+            }
+        }
+        // Java is slow at first; what is wrong at the end shows only between many calls.
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+    if (way.find("from_java") != std::string::npos) {
         desk::callStatic("java.lang.System", "exit", "(I)V", kFromJava);
-    } else if (strcmp(way, "from_thread") == 0) {
+    } else if (way.find("from_thread") != std::string::npos) {
         std::thread(exit, kFromThread).join();
     }
-    return desk::vm()->DestroyJavaVM() == JNI_OK && refusesWithoutVm(gTuners[0]) ? kAfterVm
-                                                                                 : kFailed;
+    desk::vm()->DestroyJavaVM();
+    // The functions of a registered tuner fail without a virtual machine, and do not crash.
+    const bool refused = x_native_frontend_cancel_tuning(left.h_pipeline) == -1 &&
+                         x_native_frontend_lnb_get_tone(left.h_pipeline) == 0;
+    return refused ? kAfterVm : kFailed;
 }

@@ -239,7 +239,8 @@ void undoFilter(Stage& stage) {
 }
 
 const std::vector<Function>& functions() {
-    static const std::vector<Function> rows = makeRows();
+    // Never destroyed: threads may still call at the end of the process.
+    static const auto& rows = *new std::vector<Function>(makeRows());
     return rows;
 }
 

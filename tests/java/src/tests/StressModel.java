@@ -1,93 +1,72 @@
 package tests;
 
 import android.media.tv.tuner.frontend.DtmbFrontendSettings;
-import android.media.tv.tuner.frontend.FrontendSettings;
 import android.media.tv.tuner.frontend.FrontendStatus;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import desk.Device;
-import desk.DeviceModel;
+import java.util.Arrays;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.atomic.AtomicInteger;
 
 /**
- * The device model of the stress: answers that follow from the handle or the arguments, so that the middleware's
- * side can tell what every result must be, and a watch over the calls that each object gets.
+ * The device model of the stress: answers that show which object gave them, so that the middleware's side can
+ * tell what every result must be, and a watch over the calls that each object gets.
  */
-public final class StressModel implements DeviceModel {
-    private static final StressModel INSTANCE = new StressModel();
+public final class StressModel {
+    /** The type of filters whose open fails. */
+    private static final int REFUSED_TYPE = 9;
 
     /** The calls that run, of each open object. */
-    private final Map<Object, AtomicInteger> mOpen = new ConcurrentHashMap<>();
-    private volatile String mFault = "";
-    private final FrontendStatus mStatus = new FrontendStatus();
-    private final FrontendSettings mSettings = new DtmbFrontendSettings(9000, 0, 0, 0, 0, 0, 6);
-
-    private StressModel() {}
+    private static final Map<Object, AtomicInteger> OPEN = new ConcurrentHashMap<>();
 
     public static void install() {
-        Device.model = INSTANCE;
+        Device.model = StressModel::call;
     }
 
-    /** What was wrong, or empty. Every object must be closed. */
-    public static String fault() {
-        final int left = INSTANCE.mOpen.size();
-        return INSTANCE.mFault.isEmpty() && left != 0 ? left + " objects are not closed" : INSTANCE.mFault;
+    public static void checkAllClosed() {
+        check(OPEN.isEmpty(), "objects are not closed");
     }
 
-    @Override
-    public Object call(Object self, String method, Object... args) {
+    private static void check(boolean holds, String what) {
+        if (!holds) {
+            System.err.println("stress: " + what);
+            Runtime.getRuntime().halt(1);
+        }
+    }
+
+    private static Object call(Object self, String method, Object... args) {
         return switch (method) {
             case "<init>", "setNativeHandle", "onSetNativeHandle" -> null;
-            case "onOpenFilter" -> (Integer) args[0] == 9 ? 3 : open(self);
-            case "onOpenFrontend" -> open(self);
-            case "getSnr" -> 77;
+            case "onOpenFilter", "onOpenFrontend" ->
+                Arrays.asList(args).contains(REFUSED_TYPE) ? 3 : OPEN.put(self, new AtomicInteger());
             case "getCodeRates" -> new int[] {1, 2, 3};
-            default -> {
-                final boolean isFilter = self instanceof ZytTvInnerFilter;
-                yield isFilter || self instanceof ZytTvInnerFrontend ? watched(self, isFilter, method, args) : null;
-            }
+            default -> self instanceof ZytTvInnerFilter filter ? watched(self, filter.nativeHandle(), true, method, args)
+                    : self instanceof ZytTvInnerFrontend tuner ? watched(self, tuner.nativeHandle(), false, method, args)
+                    : null;
         };
     }
 
-    private int open(Object self) {
-        mOpen.put(self, new AtomicInteger());
-        return 0;
-    }
-
     /** Calls of one object: none before its open, none after its close; of a filter, and to close, one at a time. */
-    private Object watched(Object self, boolean isFilter, String method, Object[] args) {
+    private static Object watched(Object self, int handle, boolean isFilter, String method, Object[] args) {
         final boolean closes = method.startsWith("onClose");
-        final AtomicInteger calls = closes ? mOpen.remove(self) : mOpen.get(self);
-        if (calls == null) {
-            mFault = method + " of an object that is not open";
-            return 0;
-        }
-        if (calls.incrementAndGet() > 1 && (isFilter || closes)) {
-            mFault = method + " while another call runs";
-        }
-        try {
-            return answer(isFilter ? ((ZytTvInnerFilter) self).nativeHandle() : 0, method, args);
-        } finally {
-            calls.decrementAndGet();
-        }
+        final AtomicInteger calls = closes ? OPEN.remove(self) : OPEN.get(self);
+        check(calls != null, method + " of an object that is not open");
+        check(calls.incrementAndGet() == 1 || !(isFilter || closes), method + " while another call runs");
+        final Object answer = answer(handle % 8, method, args);
+        calls.decrementAndGet();
+        return answer;
     }
 
-    private Object answer(int handle, String method, Object[] args) {
+    /** A number bears the end of the handle, in its lowest bits, and beside it the method and the arguments. */
+    private static Object answer(int end, String method, Object[] args) {
         return switch (method) {
-            case "onStart" -> handle & 0xff;
-            case "onStop" -> 0x100 + (handle & 0xff);
-            case "onFlush" -> 0x200 + (handle & 0xff);
-            case "onSetSectionConfig" -> 0x300 + (handle & 0xff);
-            case "onRead" -> 1 + (handle & 0xff);
-            case "onTune" -> ((FrontendSettings) args[0]).frequency();
-            case "onScan" -> ((FrontendSettings) args[0]).frequency() + (Integer) args[1];
-            case "onGetFrontendStatus" -> mStatus;
-            case "onGetFrontendSetting" -> mSettings;
-            case "onSetVoltage" -> (Integer) args[0] + 1;
-            case "onSendDiseqcMessage" -> ((byte[]) args[0]).length;
-            default -> 0;
+            case "onGetFrontendStatus" -> new FrontendStatus();
+            case "onGetFrontendSetting" -> new DtmbFrontendSettings(9000, 0, 0, 0, 0, 0, 6);
+            case "onRead" -> 1 + end;
+            case "onGetServiceAreaCode" -> 0; // among the arguments of the tune or scan that follows
+            default -> 8 + 8 * ((method + Arrays.deepToString(args)).hashCode() & 0xfffff) + end;
         };
     }
 }
