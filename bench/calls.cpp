@@ -178,7 +178,7 @@ std::vector<Call> events() {
         const int heard = event == Event::kSignalType ? 0 : 1;
         const auto report = [=] {
             desk::takeHeard();
-            const int result = desk::reportEvent(event, handle, list, numbers);
+            const int result = desk::reportEvent(event, handle, numbers, list);
             return desk::takeHeard() == heard ? result : -1;
         };
         calls.push_back({desk::methodOf(event), report, 0, "nothing", [] {}, [] {}, "java"});

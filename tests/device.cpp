@@ -67,7 +67,7 @@ Result on(uint32_t handle, Args... args) {
 
 }  // namespace
 
-jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers) {
+jint reportEvent(Event event, uint32_t handle, const std::vector<jint>& numbers, jarray list) {
     const JNINativeInterface_& jni = realJni();
     const LocalFrame frame;
     const auto& [name, signature] = kNatives[static_cast<size_t>(event)];

@@ -41,10 +41,7 @@ enum class Event {
 // kFrequencies to kStreamIds and kDiseqc. The numbers are, for these, the length to report; for kSection
 // four values; for every other but kLocked and kStopped one. Returns the method's result, 0 when it has
 // none.
-jint reportEvent(Event event, uint32_t handle, jarray list, const std::vector<jint>& numbers);
-inline jint reportEvent(Event event, uint32_t handle, jarray list, jint length) {
-    return reportEvent(event, handle, list, std::vector<jint>{length});
-}
+jint reportEvent(Event event, uint32_t handle, const std::vector<jint>& numbers, jarray list);
 const char* methodOf(Event event);
 
 // Registers a callback of its own for every event, or takes all back. They count the events and, if

@@ -38,7 +38,7 @@ int deleteThread(uint32_t hthread) {
 }
 int reportSection(uint32_t hfilter) {
     const desk::Attached attached;
-    desk::report(Event::kSection, hfilter, 1, 2, 3, 4);
+    desk::report(Event::kSection, hfilter, {1, 2, 3, 4});
     return desk::takeHeard() == 0 ? -1 : 0;
 }
 

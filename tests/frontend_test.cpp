@@ -1,11 +1,18 @@
-// Tuner frontends: the peer's life.
+// Tuner frontends: the life of a tuner, and scan and LNB events: what a registration changes, and the
+// lists that Java reports.
 
 #include "mw/frontend.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
 
 #include "tests/library_test.h"
 
 namespace {
 
+using desk::Event;
 using FrontendTest = desk::LibraryTest;
 
 TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
@@ -34,4 +41,111 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     call(x_native_frontend_close_tuner);
 }
 
+constexpr uint32_t kNoPipeline = 99;  // of no frontend: events serve every pipeline
+
+thread_local int gNews;  // on this thread
+
+std::string gHeard;  // what the middleware was told last
+
+class EventsTest : public desk::LibraryTest {
+  protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        desk::gListener = [](const std::string& event) { gHeard = event; };
+        desk::registerCountingCallbacks(mPipeline->handle());
+    }
+
+    // Reports a list with a length; empty when the event is refused.
+    static std::string heard(Event event, jarray list, jint length) {
+        gHeard.clear();
+        const jint result = desk::report(event, kNoPipeline, {length}, list);
+        EXPECT_EQ(gHeard.empty() ? -1 : 0, result);
+        return gHeard;
+    }
+
+    // tail: what follows the number of elements.
+    template <typename Element>
+    static void checkList(Event event, const std::string& tail, bool mayBeEmpty) {
+        const std::string list = std::string(desk::methodOf(event)) + "(99, [10, 20...], ";
+        const jarray given = desk::newArray(std::vector<Element>{10, 20, 30});
+        EXPECT_EQ(list + "3" + tail, heard(event, given, 3));
+        EXPECT_EQ(list + "3" + tail, heard(event, given, 9)) << "longer than the array";
+        EXPECT_EQ(mayBeEmpty ? list + "0" + tail : "", heard(event, given, 0));
+        desk::setLogLevel("E");
+        desk::takeLog();
+        EXPECT_EQ("", heard(event, given, -1));
+        EXPECT_EQ("", heard(event, nullptr, 3));
+        EXPECT_EQ("", heard(event, desk::newArray(std::vector<Element>()), 3));
+        EXPECT_EQ(3u, desk::takeLog().size());
+    }
+};
+
+TEST_F(EventsTest, ListsAreCutToTheirArrayAndBadOnesAreRefused) {
+    for (const Event event : {Event::kFrequencies, Event::kSymbolRates, Event::kPlpIds,
+                              Event::kGroupIds, Event::kStreamIds}) {
+        checkList<jint>(event, ", tag)", false);
+    }
+    checkList<jbyte>(Event::kDiseqc, ")", true);
+}
+
+TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(kNoPipeline, nullptr));
+    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(kNoPipeline, nullptr));
+    EXPECT_EQ(0, desk::report(Event::kLnb, kNoPipeline, {1}));
+    EXPECT_EQ("notifyLnbEvent(99, 1)", gHeard);
+    EXPECT_NE("", heard(Event::kDiseqc, desk::newArray(std::vector<jbyte>{1, 2}), 2));
+}
+
+int gTags[2][1000];
+int gMixed;  // events whose callback was given a tag that is not among its own
+
+// Registers one of two callbacks, with each of its tags.
+template <int which>
+void registerEach() {
+    for (int& tag : gTags[which]) {
+        FE_SCAN_CB_T callbacks = {};
+        callbacks.pf_locked_nfy = [](unsigned int, void* given) {
+            gMixed += given < std::begin(gTags[which]) || given >= std::end(gTags[which]);
+            return 0;
+        };
+        callbacks.pv_tag = &tag;
+        x_native_frontend_register_scan_callback(&callbacks);
+    }
+}
+
+TEST_F(EventsTest, RegistrationsThatMeetAreKeptAndAnEventGetsCallbackAndTagOfOne) {
+    std::atomic<bool> stop(false);
+    std::atomic<int> news(0);
+    const auto repeat = [&](void (*registering)()) {
+        const int before = gNews;
+        do {
+            registering();
+        } while (!stop);
+        news += gNews - before;
+    };
+    std::thread one(repeat, registerEach<0>), other(repeat, registerEach<1>);
+    for (int i = 0; i < 20000; ++i) {
+        desk::report(Event::kLocked, kNoPipeline, {});
+    }
+    stop = true;
+    one.join();
+    other.join();
+    EXPECT_EQ(0, gMixed);
+    EXPECT_EQ(2000, news) << "each takes memory once, and is found again";
+}
+
 }  // namespace
+
+// Stands before everybody's, the library's too.
+void* operator new(size_t size) {
+    ++gNews;
+    if (void* memory = malloc(size))
+        return memory;
+    abort();
+}
+void operator delete(void* memory) noexcept {
+    free(memory);
+}
+void operator delete(void* memory, size_t) noexcept {
+    free(memory);
+}

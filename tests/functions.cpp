@@ -53,33 +53,32 @@ Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...),
     return ofFilter(name, [=](Stage& stage) { return call(stage.hfilter, args...); });
 }
 
-// A filter's native: -1 when its event did not reach the middleware.
-template <typename... Args>
-Function filterNative(Event event, Args... args) {
-    return ofFilter(methodOf(event),
-                    [=](Stage& stage) {
-                        takeHeard();
-                        report(event, stage.hfilter, args...);
-                        return takeHeard() == 1 ? 0 : -1;
-                    })
-        .fromJava();
-}
-
-// The natives of the frontend's callback classes serve every pipeline.
-template <typename... Args>
-Function frontendNative(Event event, Args... args) {
-    return onStage(methodOf(event),
-                   [=](Stage& stage) { return report(event, stage.h_pipeline, args...); })
-        .fromJava();
-}
-template <typename Element>
-Function listNative(Event event) {
-    return onStage(methodOf(event),
-                   [=](Stage& stage) {
-                       const LocalFrame frame;
-                       const auto list = newArray(std::vector<Element>{10, -20, 30});
-                       return report(event, stage.h_pipeline, list, 2);
-                   })
+// The native of an event. Those of the frontend's callback classes serve every pipeline; those of
+// filters return nothing, and -1 stands for an event that did not reach the middleware.
+Function native(Event event) {
+    const bool isList = event >= Event::kFrequencies && event <= Event::kStreamIds;
+    const Call reports = [=](Stage& stage) {
+        const LocalFrame frame;
+        jarray list = nullptr;
+        if (isList) {
+            list = newArray(std::vector<jint>{10, -20, 30});
+        } else if (event == Event::kDiseqc) {
+            list = newArray(std::vector<jbyte>{10, -20, 30});
+        }
+        const std::vector<jint> numbers = event <= Event::kStopped ? std::vector<jint>{}
+                                          : event == Event::kSection
+                                              ? std::vector<jint>{1, -2, 3, 4}
+                                          : list != nullptr ? std::vector<jint>{2}
+                                                            : std::vector<jint>{-42};
+        if (event < Event::kSection) {
+            return report(event, stage.h_pipeline, numbers, list);
+        }
+        takeHeard();
+        report(event, stage.hfilter, numbers);
+        return takeHeard() - 1;
+    };
+    return (event < Event::kSection ? onStage(methodOf(event), reports)
+                                    : ofFilter(methodOf(event), reports))
         .fromJava();
 }
 
@@ -143,7 +142,7 @@ std::vector<Function> makeRows() {
     const uint8_t no = 0, two = 2, most = 255;
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
-    return {
+    std::vector<Function> rows = {
         onStage("JNI_OnLoad", [](Stage&) { return loadWatchedLibrary(); }).fromJava(),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
@@ -206,25 +205,11 @@ std::vector<Function> makeRows() {
             .withHandle(),
         global(NAMED(addInnerFilterReference), 0),
         global(NAMED(subInnerFilterReference), 0),
-
-        filterNative(Event::kSection, 1, -2, 3, 4),
-        filterNative(Event::kRestart, 9),
-        filterNative(Event::kFilterStatus, -6),
-        frontendNative(Event::kLocked),
-        frontendNative(Event::kStopped),
-        frontendNative(Event::kProgress, -42),
-        listNative<jint>(Event::kFrequencies),
-        listNative<jint>(Event::kSymbolRates),
-        listNative<jint>(Event::kPlpIds),
-        listNative<jint>(Event::kGroupIds),
-        listNative<jint>(Event::kStreamIds),
-        frontendNative(Event::kDvbsStandard, -42),
-        frontendNative(Event::kDvbtStandard, -42),
-        frontendNative(Event::kHierarchy, -42),
-        frontendNative(Event::kSignalType, -42),
-        frontendNative(Event::kLnb, -42),
-        listNative<jbyte>(Event::kDiseqc),
     };
+    for (int event = 0; event <= static_cast<int>(Event::kFilterStatus); ++event) {
+        rows.push_back(native(static_cast<Event>(event)));
+    }
+    return rows;
 }
 
 }  // namespace

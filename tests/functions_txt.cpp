@@ -9,19 +9,19 @@ namespace desk {
 namespace {
 
 constexpr char kHead[] =
-    R"(What each function and native does, and which cause makes which line of the log.
-
-== NAME: RESULT   One call with nothing failing. Its numbered lines are the log, the calls of Java, as
-                  Class.method(arguments), and the callbacks of the middleware. 57 is what Java returns.
-TEXT              A line that appears when something fails.
-    CAUSES: ...   The causes of the lines above and of what follows: another result, or which of the
-                  numbered lines are missing. A line that shows the result is not missing when it shows another.
--- NAMES          Functions, without x_native_frontend_ or x_velmora_filter_, of which all that follows is true.
-
-A call that is named alone does the same however it fails. A cause that is not named changes nothing. F is
-a fatal assertion, which ends the process. "no environment": the virtual machine is not there yet, or gives
-the thread none. "no Java object": the tuner's could not be made. "not its handle": it is closed, or of
-something else. "handle not found": the same, or the handle service fails. "no Java": no environment, no Java object.
+    R"(// What each function and native does, and which cause makes which line of the log.
+//
+// == NAME: RESULT   One call with nothing failing. Its numbered lines are the log, the calls of Java, as
+//                   Class.method(arguments), and the callbacks of the middleware. 57 is what Java returns.
+// TEXT              A line that appears when something fails.
+//     CAUSES: ...   The causes of the lines above and of what follows: another result, or which of the
+//                   numbered lines are missing. A line that shows the result is not missing when it shows another.
+// -- NAMES          Functions, without x_native_frontend_ or x_velmora_filter_, of which all that follows is true.
+//
+// A call that is named alone does the same however it fails. A cause that is not named changes nothing. F is
+// a fatal assertion, which ends the process. "no environment": the virtual machine is not there yet, or gives
+// the thread none. "no Java object": the tuner's could not be made. "not its handle": it is closed, or of
+// something else. "handle not found": the same, or the handle service fails. "no Java": no environment, no Java object.
 
 )";
 
@@ -87,15 +87,14 @@ bool shows(const std::string& word, int64_t value) {
     return word == hex || word == hex.substr(2) || word == std::to_string(value);
 }
 
-// The numbers as in "2, 4-6".
-std::string ranges(const std::vector<size_t>& numbers) {
-    std::string text;
-    for (size_t i = 0; i < numbers.size(); ++i) {
-        const bool follows = i > 0 && numbers[i - 1] + 1 == numbers[i];
-        const bool goesOn = i + 1 < numbers.size() && numbers[i] + 1 == numbers[i + 1];
-        if (!follows || !goesOn) {
-            text += (i == 0 ? "" : follows ? "-" : ", ") + std::to_string(numbers[i]);
-        }
+// The numbers as in "2, 5", or "2-5" when they follow each other.
+std::string listOf(const std::vector<size_t>& numbers) {
+    std::string text = std::to_string(numbers.front());
+    if (numbers.size() > 1 && numbers.back() - numbers.front() + 1 == numbers.size()) {
+        return text + "-" + std::to_string(numbers.back());
+    }
+    for (size_t i = 1; i < numbers.size(); ++i) {
+        text += ", " + std::to_string(numbers[i]);
     }
     return text;
 }
@@ -195,7 +194,7 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
     }
     if (!lost.empty()) {
         const bool all = lost.size() == expected.lines.size();
-        differences[all ? ": no line" : ": without " + ranges(lost)].insert(cause);
+        differences[all ? ": no line" : ": without " + listOf(lost)].insert(cause);
     }
     if (failed.result != expected.result) {
         differences[": result " + std::to_string(failed.result)].insert(cause);

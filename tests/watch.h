@@ -10,7 +10,6 @@
 
 #include <map>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "tests/device.h"
@@ -37,16 +36,10 @@ auto callWatched(const Function& function) {
     return function();
 }
 
-// Reports an event, watched: its numbers, or its list and the length.
-template <typename... Args>
-jint report(Event event, uint32_t handle, Args... args) {
-    return callWatched([&] {
-        if constexpr ((std::is_pointer_v<Args> || ...)) {
-            return reportEvent(event, handle, args...);
-        } else {
-            return reportEvent(event, handle, nullptr, std::vector<jint>{args...});
-        }
-    });
+// As reportEvent, watched.
+inline jint report(Event event, uint32_t handle, const std::vector<jint>& numbers,
+                   jarray list = nullptr) {
+    return callWatched([&] { return reportEvent(event, handle, numbers, list); });
 }
 
 // Starts the virtual machine so that threads can be watched, and keeps the log.
