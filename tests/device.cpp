@@ -36,21 +36,19 @@ std::string told(int value) {
 std::string told(void* tag) {
     return tag == &gTag ? "tag" : "another tag";
 }
-// What is listened to has two elements at least.
 template <typename Element>
-std::string told(const Element* list) {
-    return "[" + told(list[0]) + ", " + told(list[1]) + "...]";
+std::string told(const Element* list, size_t count = 2) {
+    std::string text = "[" + told(list[0]);  // what is listened to has two elements at least
+    for (size_t i = 1; i < count; ++i) {
+        text += ", " + told(list[i]);
+    }
+    return text + "]";
 }
 std::string told(FLT_EVT_CB_T* record) {
-    return "record " + told(static_cast<int>(record->ui4_private0)) + " " +
-           told(static_cast<int>(record->ui4_private1));
+    return told(reinterpret_cast<int32_t*>(record), 3);
 }
 std::string told(FLT_EVT_DATA_T* data) {
-    std::string text = "kind " + told(data->e_kind);
-    for (const int32_t value : data->ai4_arg) {
-        text += " " + told(value);
-    }
-    return text;
+    return told(data->ai4_arg, 4) + ", kind " + told(data->e_kind);
 }
 
 template <Event event, typename Result, typename... Args>

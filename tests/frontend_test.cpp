@@ -66,7 +66,7 @@ class EventsTest : public desk::LibraryTest {
     // tail: what follows the number of elements.
     template <typename Element>
     static void checkList(Event event, const std::string& tail, bool mayBeEmpty) {
-        const std::string list = std::string(desk::methodOf(event)) + "(99, [10, 20...], ";
+        const std::string list = std::string(desk::methodOf(event)) + "(99, [10, 20], ";
         const jarray given = desk::newArray(std::vector<Element>{10, 20, 30});
         EXPECT_EQ(list + "3" + tail, heard(event, given, 3));
         EXPECT_EQ(list + "3" + tail, heard(event, given, 9)) << "longer than the array";

@@ -380,12 +380,6 @@ jint loadWatchedLibrary() {
     return callFromJava([] { return callWatched([] { return JNI_OnLoad(&watched, nullptr); }); });
 }
 
-const char* nameOf(Failure failure) {
-    static constexpr const char* kNames[] = {"fails", "throws", "gives nothing",
-                                             "does not release"};
-    return kNames[static_cast<size_t>(failure)];
-}
-
 void failCall(const std::string& call, size_t nth, Failure failure) {
     const std::lock_guard<std::mutex> lock(gState.lock);
     gState.faults.push_back({call.empty() ? Call::kEnd : callNamed(call), nth, failure});

@@ -56,7 +56,7 @@ enum class Failure {
     kEmpty,   // reports success, but has no result
     kKeeps,   // of x_sema_unlock: an error code, and the semaphore is not released
 };
-const char* nameOf(Failure failure);
+constexpr const char* kFailures[] = {"fails", "throws", "gives nothing", "does not release"};
 constexpr int kServiceError = -17;  // what a failing service returns
 
 // The nth such call from now on (1: the next) on a watched thread fails, once. Without a name every
