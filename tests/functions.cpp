@@ -21,11 +21,11 @@ namespace {
 using Call = std::function<int(Stage&)>;
 
 void nothing(Stage&) {}
-void requireTuner(Stage& stage) {
-    x_native_frontend_require_tuner(stage.h_pipeline);
+int requireTuner(Stage& stage) {
+    return x_native_frontend_require_tuner(stage.h_pipeline);
 }
-void closeTuner(Stage& stage) {
-    x_native_frontend_close_tuner(stage.h_pipeline);
+int closeTuner(Stage& stage) {
+    return x_native_frontend_close_tuner(stage.h_pipeline);
 }
 Function ofTuner(const std::string& name, const Call& call) {
     return {name, call, requireTuner, closeTuner, true};
@@ -37,8 +37,8 @@ Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters..
 
 // With any handles, or none.
 Function onStage(const std::string& name, const Call& call, const Step& before = nothing,
-                 const Step& after = nothing) {
-    return {name, call, before, after};
+                 const Step& after = nothing, bool takesHandle = false) {
+    return {name, call, before, after, takesHandle};
 }
 template <typename... Parameters, typename... Args>
 Function global(const std::string& name, int (*call)(Parameters...), Args... args) {
@@ -46,7 +46,7 @@ Function global(const std::string& name, int (*call)(Parameters...), Args... arg
 }
 
 Function ofFilter(const std::string& name, const Call& call) {
-    return onStage(name, call, prepareFilter, undoFilter).withHandle();
+    return onStage(name, call, prepareFilter, undoFilter, true);
 }
 template <typename... Parameters, typename... Args>
 Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...), Args... args) {
@@ -147,8 +147,8 @@ std::vector<Function> makeRows() {
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // In place of another one.
-        ofTuner(NAMED(x_native_frontend_require_tuner)).withHandle(false),
-        ofTuner(NAMED(x_native_frontend_close_tuner)).within(requireTuner, nothing),
+        onStage("x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner),
+        onStage("x_native_frontend_close_tuner", closeTuner, requireTuner, nothing, true),
         ofTuner("x_native_frontend_tune", tune, MW_FE_TYPE_ATSC),
         ofTuner("x_native_frontend_tune (DVB-C)", tune, MW_FE_TYPE_DVBC).unwritten(),
         ofTuner("x_native_frontend_tune (DVB-S)", tune, MW_FE_TYPE_DVBS),
@@ -181,7 +181,7 @@ std::vector<Function> makeRows() {
         ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, -1).as("length -1"),
         ofTuner(NAMED(x_native_frontend_lnb_close)),
 
-        onStage("x_velmora_filter_open", openFilter, createThread, undoFilter).withHandle(),
+        onStage("x_velmora_filter_open", openFilter, createThread, undoFilter, true),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, nullptr, &noEvent, nullptr)
             .as("no handle"),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
@@ -201,8 +201,8 @@ std::vector<Function> makeRows() {
         global(NAMED(x_velmora_filter_register_filter_status_callback), nullptr),
         onStage("x_velmora_filter_create_callback_thread", createThread, nothing, deleteThread),
         global(NAMED(x_velmora_filter_create_callback_thread), nullptr).as("no handle"),
-        onStage("x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread)
-            .withHandle(),
+        onStage("x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread,
+                true),
         global(NAMED(addInnerFilterReference), 0),
         global(NAMED(subInnerFilterReference), 0),
     };

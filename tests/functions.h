@@ -45,15 +45,6 @@ struct Function {
         name += " (" + variant + ")";
         return *this;
     }
-    Function within(const Step& before, const Step& after) {
-        prepare = before;
-        undo = after;
-        return *this;
-    }
-    Function withHandle(bool takes = true) {
-        takesHandle = takes;
-        return *this;
-    }
     Function fromJava() {
         calledByJava = true;
         return *this;
