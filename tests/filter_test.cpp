@@ -16,7 +16,6 @@ namespace {
 
 using desk::callWatched;
 using desk::Event;
-using desk::Failure;
 using Lines = std::vector<std::string>;
 
 constexpr uint32_t kUnwritten = 7;  // what a handle holds before the call
@@ -153,10 +152,10 @@ struct Step {
 };
 const Step kSteps[] = {
     {"none", [] {}, "handle from sp"},
-    {"read back", [] { desk::failCall("handle_get_type_obj", 1, Failure::kNull); }, ", failed."},
-    {"pipeline", [] { desk::failCall("handle_get_type_obj", 2, Failure::kNull); }, ", fail: -17."},
-    {"array", [] { desk::failCall("NewByteArray", 1, Failure::kNull); }, "mj_sectionarr failed."},
-    {"object", [] { desk::failCall("NewObjectA", 1, Failure::kNull); }, "mObject failed."},
+    {"read back", [] { desk::failCall("handle_get_type_obj", 1, desk::kFails); }, ", failed."},
+    {"pipeline", [] { desk::failCall("handle_get_type_obj", 2, desk::kFails); }, ", fail: -17."},
+    {"array", [] { desk::failCall("NewByteArray", 1, desk::kFails); }, "mj_sectionarr failed."},
+    {"object", [] { desk::failCall("NewObjectA", 1, desk::kFails); }, "mObject failed."},
     {"constructor throws", [] { desk::script("ZytTvInnerFilter.<init>", "throws"); },
      "nativeOpen fail: -1"},
     {"refused", [] { desk::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
@@ -174,7 +173,7 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
         desk::resetModel();
         step.prepare();
         if (fails && !released) {
-            desk::failCall("x_sema_unlock", 1, Failure::kKeeps);
+            desk::failCall("x_sema_unlock", 1, desk::kKeeps);
         }
         desk::atNext(step.line, [&] { startWaiting(waiter, visible, &waiting); });
         desk::takeLog();

@@ -14,9 +14,9 @@ namespace {
 
 TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
     desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-    desk::failCall("GetEnv", 1, desk::Failure::kNull);
+    desk::failCall("GetEnv", 1, desk::kFails);
     EXPECT_EQ(-1, desk::loadWatchedLibrary());
-    desk::failCall("RegisterNatives", 3, desk::Failure::kNull);  // the last
+    desk::failCall("RegisterNatives", 3, desk::kFails);  // the last
     EXPECT_EQ(-1, desk::loadWatchedLibrary());
     EXPECT_EQ(nullptr, g_velmora_javaVM);
     desk::loadLibrary();

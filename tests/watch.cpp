@@ -19,14 +19,6 @@ namespace desk {
 
 namespace {
 
-using Ways = std::vector<Failure>;
-const Ways kNever = {};
-const Ways kFails = {Failure::kNull};
-const Ways kThrows = {Failure::kThrows};
-const Ways kFailsOrThrows = {Failure::kNull, Failure::kThrows};
-const Ways kFailsOrIsEmpty = {Failure::kNull, Failure::kEmpty};
-const Ways kFailsOrKeeps = {Failure::kNull, Failure::kKeeps};
-
 enum Counter { kNoCount, kGlobals, kLocals, kElements, kAttachments, kCounters };
 std::array<std::atomic<int>, kCounters> gCounts;
 
@@ -34,46 +26,46 @@ std::array<std::atomic<int>, kCounters> gCounts;
 // fail, whether Java runs in them, and the count that they change; then the invocation interface and, in the
 // order of desk_service_t, the services. IsSameObject and the array regions never fail: the library
 // sets whole arrays.
-#define CALLS(JNI, OTHER)                                          \
-    JNI(FindClass, kFailsOrThrows, true, kLocals, 1)               \
-    JNI(GetMethodID, kFailsOrThrows, true, kNoCount, 0)            \
-    JNI(RegisterNatives, kFailsOrThrows, false, kNoCount, 0)       \
-    JNI(NewGlobalRef, kFailsOrThrows, false, kGlobals, 1)          \
-    JNI(DeleteGlobalRef, kNever, false, kGlobals, -1)              \
-    JNI(NewLocalRef, kFailsOrThrows, false, kLocals, 1)            \
-    JNI(DeleteLocalRef, kNever, false, kLocals, -1)                \
-    JNI(IsSameObject, kNever, false, kNoCount, 0)                  \
-    JNI(NewObjectA, kFailsOrThrows, true, kLocals, 1)              \
-    JNI(CallVoidMethodA, kThrows, true, kNoCount, 0)               \
-    JNI(CallBooleanMethodA, kThrows, true, kNoCount, 0)            \
-    JNI(CallIntMethodA, kThrows, true, kNoCount, 0)                \
-    JNI(CallLongMethodA, kThrows, true, kNoCount, 0)               \
-    JNI(CallObjectMethodA, kFailsOrThrows, true, kLocals, 1)       \
-    JNI(NewByteArray, kFailsOrThrows, false, kLocals, 1)           \
-    JNI(NewIntArray, kFailsOrThrows, false, kLocals, 1)            \
-    JNI(GetArrayLength, kNever, false, kNoCount, 0)                \
-    JNI(SetByteArrayRegion, kNever, false, kNoCount, 0)            \
-    JNI(SetIntArrayRegion, kNever, false, kNoCount, 0)             \
-    JNI(GetByteArrayElements, kFailsOrThrows, false, kElements, 1) \
-    JNI(GetIntArrayElements, kFailsOrThrows, false, kElements, 1)  \
-    JNI(ReleaseByteArrayElements, kNever, false, kElements, -1)    \
-    JNI(ReleaseIntArrayElements, kNever, false, kElements, -1)     \
-    JNI(ExceptionCheck, kNever, false, kNoCount, 0)                \
-    JNI(ExceptionDescribe, kNever, true, kNoCount, 0)              \
-    JNI(ExceptionClear, kNever, false, kNoCount, 0)                \
-    OTHER(GetEnv, kFailsOrIsEmpty)                                 \
-    OTHER(AttachCurrentThread, kFailsOrIsEmpty)                    \
-    OTHER(DetachCurrentThread, kFails)                             \
-    OTHER(handle_alloc, kFails)                                    \
-    OTHER(handle_get_type_obj, kFailsOrIsEmpty)                    \
-    OTHER(handle_get_obj, kFailsOrIsEmpty)                         \
-    OTHER(handle_free, kFails)                                     \
-    OTHER(x_sema_create, kFails)                                   \
-    OTHER(x_sema_lock, kFails)                                     \
-    OTHER(x_sema_unlock, kFailsOrKeeps)                            \
-    OTHER(x_sema_delete, kFails)                                   \
-    OTHER(x_mem_alloc, kFails)                                     \
-    OTHER(x_mem_free, kNever)
+#define CALLS(JNI, OTHER)                                            \
+    JNI(FindClass, kFails | kThrows, true, kLocals, 1)               \
+    JNI(GetMethodID, kFails | kThrows, true, kNoCount, 0)            \
+    JNI(RegisterNatives, kFails | kThrows, false, kNoCount, 0)       \
+    JNI(NewGlobalRef, kFails | kThrows, false, kGlobals, 1)          \
+    JNI(DeleteGlobalRef, 0, false, kGlobals, -1)                     \
+    JNI(NewLocalRef, kFails | kThrows, false, kLocals, 1)            \
+    JNI(DeleteLocalRef, 0, false, kLocals, -1)                       \
+    JNI(IsSameObject, 0, false, kNoCount, 0)                         \
+    JNI(NewObjectA, kFails | kThrows, true, kLocals, 1)              \
+    JNI(CallVoidMethodA, kThrows, true, kNoCount, 0)                 \
+    JNI(CallBooleanMethodA, kThrows, true, kNoCount, 0)              \
+    JNI(CallIntMethodA, kThrows, true, kNoCount, 0)                  \
+    JNI(CallLongMethodA, kThrows, true, kNoCount, 0)                 \
+    JNI(CallObjectMethodA, kFails | kThrows, true, kLocals, 1)       \
+    JNI(NewByteArray, kFails | kThrows, false, kLocals, 1)           \
+    JNI(NewIntArray, kFails | kThrows, false, kLocals, 1)            \
+    JNI(GetArrayLength, 0, false, kNoCount, 0)                       \
+    JNI(SetByteArrayRegion, 0, false, kNoCount, 0)                   \
+    JNI(SetIntArrayRegion, 0, false, kNoCount, 0)                    \
+    JNI(GetByteArrayElements, kFails | kThrows, false, kElements, 1) \
+    JNI(GetIntArrayElements, kFails | kThrows, false, kElements, 1)  \
+    JNI(ReleaseByteArrayElements, 0, false, kElements, -1)           \
+    JNI(ReleaseIntArrayElements, 0, false, kElements, -1)            \
+    JNI(ExceptionCheck, 0, false, kNoCount, 0)                       \
+    JNI(ExceptionDescribe, 0, true, kNoCount, 0)                     \
+    JNI(ExceptionClear, 0, false, kNoCount, 0)                       \
+    OTHER(GetEnv, kFails | kEmpty)                                   \
+    OTHER(AttachCurrentThread, kFails | kEmpty)                      \
+    OTHER(DetachCurrentThread, kFails)                               \
+    OTHER(handle_alloc, kFails)                                      \
+    OTHER(handle_get_type_obj, kFails | kEmpty)                      \
+    OTHER(handle_get_obj, kFails | kEmpty)                           \
+    OTHER(handle_free, kFails)                                       \
+    OTHER(x_sema_create, kFails)                                     \
+    OTHER(x_sema_lock, kFails)                                       \
+    OTHER(x_sema_unlock, kFails | kKeeps)                            \
+    OTHER(x_sema_delete, kFails)                                     \
+    OTHER(x_mem_alloc, kFails)                                       \
+    OTHER(x_mem_free, 0)
 
 enum class Call {
 #define CALL_NAME(name, ...) name,
@@ -83,7 +75,7 @@ enum class Call {
 // Never destroyed, as what follows: threads may still call at the end of the process.
 struct CallTraits {
     const char* name;
-    Ways ways;
+    int ways;
     bool entersJava;
     Counter count;
     int change;
@@ -224,7 +216,7 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
         }
         env->DeleteLocalRef(pending);
     }
-    if (result == Failure::kThrows) {
+    if (result == kThrows) {
         const LocalFrame frame;
         env->Throw(static_cast<jthrowable>(newObject("tests.MadeToFail", "()V")));
     }
@@ -297,20 +289,24 @@ void fillTable() {
 
 thread_local bool tAttachedBefore;
 
-jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
-    const std::optional<Failure> failure = intercept(Call::GetEnv);
+// How a call that asks for the environment is to fail.
+std::optional<jint> failing(Call call, void** env) {
+    const std::optional<Failure> failure = intercept(call);
     if (failure) {
         *env = nullptr;
-        return failure == Failure::kEmpty ? JNI_OK : JNI_EDETACHED;
+        return failure == kEmpty ? JNI_OK : JNI_EDETACHED;
     }
-    return vm()->GetEnv(env, version);
+    return std::nullopt;
+}
+
+jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
+    const std::optional<jint> failure = failing(Call::GetEnv, env);
+    return failure ? *failure : vm()->GetEnv(env, version);
 }
 
 jint JNICALL attachHook(JavaVM*, void** env, void* args) {
-    const std::optional<Failure> failure = intercept(Call::AttachCurrentThread);
-    if (failure) {
-        *env = nullptr;
-        return failure == Failure::kEmpty ? JNI_OK : JNI_ERR;
+    if (const std::optional<jint> failure = failing(Call::AttachCurrentThread, env)) {
+        return *failure;
     }
     void* before = nullptr;
     tAttachedBefore = vm()->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
@@ -339,10 +335,10 @@ int32_t serviceHook(desk_service_t service) {
         static_cast<Call>(static_cast<int>(Call::handle_alloc) + static_cast<int>(service));
     happens(traits(call).name);
     const std::optional<Failure> failure = intercept(call);
-    return !failure                     ? 0
-           : failure == Failure::kEmpty ? DESK_ANSWER_EMPTY
-           : failure == Failure::kKeeps ? DESK_KEEP_TAKEN
-                                        : kServiceError;
+    return !failure            ? 0
+           : failure == kEmpty ? DESK_ANSWER_EMPTY
+           : failure == kKeeps ? DESK_KEEP_TAKEN
+                               : kServiceError;
 }
 
 // It is about an exception, and comes after a neglected method. Each line of a stack comes by itself.

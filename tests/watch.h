@@ -49,14 +49,14 @@ jint loadWatchedLibrary();
 
 // --- Calls that fail ---
 
-enum class Failure {
-    kNull,    // null, or an error code. A failing detach, handle_free, x_sema_unlock or
-              // x_sema_delete does its work all the same
-    kThrows,  // the same, with a Java exception pending
-    kEmpty,   // reports success, but has no result
-    kKeeps,   // of x_sema_unlock: an error code, and the semaphore is not released
+// A call's ways to fail are some of these.
+enum Failure {
+    kFails = 1,   // null, or an error code. A failing detach, handle_free, x_sema_unlock or
+                  // x_sema_delete does its work all the same
+    kThrows = 2,  // the same, with a Java exception pending
+    kEmpty = 4,   // reports success, but has no result
+    kKeeps = 8,   // of x_sema_unlock: an error code, and the semaphore is not released
 };
-constexpr const char* kFailures[] = {"fails", "throws", "gives nothing", "does not release"};
 constexpr int kServiceError = -17;  // what a failing service returns
 
 // The nth such call from now on (1: the next) on a watched thread fails, once. Without a name every
@@ -71,7 +71,7 @@ struct Point {
     std::string call;
     std::string of;  // the Java method that is called, or the name that is looked up or registered
     jint mode;       // of a release of array elements
-    std::vector<Failure> ways;  // in which it can fail
+    int ways;        // in which it can fail
 };
 void record();
 std::vector<Point> recorded();  // ends the recording, and failures

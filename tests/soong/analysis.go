@@ -11,15 +11,11 @@ import (
 )
 
 func exitOn(errs ...error) {
-	failed := false
 	for _, err := range errs {
 		if err != nil {
 			fmt.Fprintln(os.Stderr, err)
-			failed = true
+			defer os.Exit(1)
 		}
-	}
-	if failed {
-		os.Exit(1)
 	}
 }
 
