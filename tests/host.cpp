@@ -75,9 +75,7 @@ jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
 void createVm(const std::vector<std::string>& options) {
     void* library = dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
     const auto create =
-        library == nullptr
-            ? nullptr
-            : reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
+        reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
     char print[] = "vfprintf";
     std::vector<JavaVMOption> given = {{print, reinterpret_cast<void*>(vmPrints)}};
     for (const std::string& option : options) {
@@ -87,7 +85,7 @@ void createVm(const std::vector<std::string>& options) {
                            JNI_FALSE};
     void* env = nullptr;
     if (create == nullptr || create(&gVm, &env, &args) != JNI_OK) {
-        fprintf(stderr, "no virtual machine: %s\n", library == nullptr ? dlerror() : "create");
+        fprintf(stderr, "no virtual machine: %s\n", library == nullptr ? DESK_JAVA_HOME : "create");
         abort();
     }
 }
