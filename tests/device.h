@@ -65,8 +65,7 @@ class Pipeline {
   public:
     Pipeline();
     ~Pipeline();
-    Pipeline(const Pipeline&) = delete;
-    Pipeline& operator=(const Pipeline&) = delete;
+    Pipeline(Pipeline&&) = delete;
     uint32_t handle() const { return mHandle; }
 
   private:

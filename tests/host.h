@@ -55,8 +55,7 @@ class Attached {
   public:
     Attached() { vm()->AttachCurrentThread(&mEnv, nullptr); }
     ~Attached() { vm()->DetachCurrentThread(); }
-    Attached(const Attached&) = delete;
-    Attached& operator=(const Attached&) = delete;
+    Attached(Attached&&) = delete;
 
   private:
     void* mEnv = nullptr;
@@ -67,8 +66,7 @@ class LocalFrame {
   public:
     LocalFrame() { realJni().PushLocalFrame(env(), 64); }
     ~LocalFrame() { realJni().PopLocalFrame(env(), nullptr); }
-    LocalFrame(const LocalFrame&) = delete;
-    LocalFrame& operator=(const LocalFrame&) = delete;
+    LocalFrame(LocalFrame&&) = delete;
 };
 
 void setLogLevel(const char* level);

@@ -22,8 +22,7 @@ class Watch {
   public:
     explicit Watch(bool watching = true);
     ~Watch();
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
+    Watch(Watch&&) = delete;
 
   private:
     bool mBefore;
