@@ -53,14 +53,13 @@ Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...),
     return ofFilter(name, [=](Stage& stage) { return call(stage.hfilter, args...); });
 }
 
-// The native of an event. Those of the frontend's callback classes serve every pipeline; those of
-// filters return nothing, and -1 stands for an event that did not reach the middleware.
+// The native of an event. Those of the frontend's callback classes serve every pipeline.
 Function native(Event event) {
-    const bool isList = event >= Event::kFrequencies && event <= Event::kStreamIds;
+    const bool ofTuners = event < Event::kSection;
     const Call reports = [=](Stage& stage) {
         const LocalFrame frame;
         jarray list = nullptr;
-        if (isList) {
+        if (event >= Event::kFrequencies && event <= Event::kStreamIds) {
             list = newArray(std::vector<jint>{10, -20, 30});
         } else if (event == Event::kDiseqc) {
             list = newArray(std::vector<jbyte>{10, -20, 30});
@@ -70,15 +69,9 @@ Function native(Event event) {
                                               ? std::vector<jint>{1, -2, 3, 4}
                                           : list != nullptr ? std::vector<jint>{2}
                                                             : std::vector<jint>{-42};
-        if (event < Event::kSection) {
-            return report(event, stage.h_pipeline, numbers, list);
-        }
-        takeHeard();
-        report(event, stage.hfilter, numbers);
-        return takeHeard() - 1;
+        return report(event, ofTuners ? stage.h_pipeline : stage.hfilter, numbers, list);
     };
-    return (event < Event::kSection ? onStage(methodOf(event), reports)
-                                    : ofFilter(methodOf(event), reports))
+    return (ofTuners ? onStage(methodOf(event), reports) : ofFilter(methodOf(event), reports))
         .fromJava();
 }
 

@@ -368,7 +368,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
     void checkCounts(desk::ResourceCounts before, const std::string& cause) {
         const int kept = desk::resourceCounts()[desk::kGlobalRefs] - before[desk::kGlobalRefs];
         if (kept != 0 && !mFunction.isLoad()) {
-            mSeen.differences[": global references kept: " + std::to_string(kept)].insert(cause);
+            mSeen.effects[cause].insert("global references kept: " + std::to_string(kept));
         }
         before[desk::kGlobalRefs] += kept;
         EXPECT_EQ("", desk::changesSince(before));
@@ -388,21 +388,11 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         }
     }
 
-    void tryWith(const std::string& cause) { mSeen.note(cause, mPlain[true], run(true)); }
-
-    void tryWithoutAJavaObject() {
-        desk::failCall("NewObjectA", 1, desk::kFails);
+    // The cause is there already, or comes with the preparation.
+    void tryWith(const std::string& cause) {
         take(mFunction.prepare);
-        tryWith("no Java object");
+        mSeen.note(cause, mPlain[true], run(true));
         take(mFunction.undo);
-    }
-
-    void tryWithoutACallback() {
-        desk::registerCountingCallbacks(mStage.h_pipeline, false);
-        take(mFunction.prepare);
-        tryWith("no callback");
-        take(mFunction.undo);
-        desk::registerCountingCallbacks(mStage.h_pipeline);
     }
 
     void tryWrongHandles() {
@@ -410,11 +400,11 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         take(desk::prepareFilter);
         const Stage open = mStage;
         mStage = {open.hthread, open.h_pipeline, open.hfilter};
-        tryWith("handle of something else");
+        mSeen.note("handle of something else", mPlain[true], run(true));
         mStage = open;
         take(desk::undoFilter);
         mStage.h_pipeline = 0x7fffff00;
-        tryWith("closed handle");
+        mSeen.note("closed handle", mPlain[true], run(true));
         mStage = before;
     }
     const Function mFunction = GetParam();
@@ -431,12 +421,15 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
     }
     tryFaults(true);
     if (mFunction.calledByJava && !mFunction.isLoad()) {
-        tryWithoutACallback();
+        desk::registerCountingCallbacks(mStage.h_pipeline, false);
+        tryWith("no callback");
+        desk::registerCountingCallbacks(mStage.h_pipeline);
     } else if (!mFunction.calledByJava) {
         mPlain[false] = runPlain(false);
         tryFaults(false);
         if (mFunction.ofTuner()) {
-            tryWithoutAJavaObject();
+            desk::failCall("NewObjectA", 1, desk::kFails);
+            tryWith("no Java object");
         }
         tryWithoutVm();
     }

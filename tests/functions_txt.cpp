@@ -14,7 +14,7 @@ constexpr char kHead[] =
 // == NAME: RESULT   One call with nothing failing. Its numbered lines are the log, the calls of Java, as
 //                   Class.method(arguments), and the callbacks of the middleware. 57 is what Java returns.
 // TEXT              A line that appears when something fails.
-//     CAUSES: ...   The causes of the lines above and of what follows: another result, or which of the
+//     CAUSES: ...   The causes of the lines above, and what else comes of each: another result, or which of the
 //                   numbered lines are missing. A line that shows the result is not missing when it shows another.
 // -- NAMES          Functions, without x_native_frontend_ or x_velmora_filter_, of which all that follows is true.
 //
@@ -120,15 +120,15 @@ std::string written(const std::map<Names, Names>& differencesByCauses) {
     std::set<std::pair<bool, std::string>> sorted;  // what has lines comes first
     for (const auto& [causes, differences] : differencesByCauses) {
         std::string lines;
-        std::string others;
+        std::string effect;
         for (const std::string& difference : differences) {
             if (difference[0] == ':') {
-                others += others.empty() ? difference : "," + difference.substr(1);
+                effect = difference;
             } else {
                 lines += difference + "\n";
             }
         }
-        sorted.emplace(lines.empty(), lines + wrapped(causes, "    ", others));
+        sorted.emplace(lines.empty(), lines + wrapped(causes, "    ", effect));
     }
     std::string text;
     for (const auto& entry : sorted) {
@@ -181,7 +181,7 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
             ++found;
         }
         if (found == expected.lines.size()) {
-            differences[line].insert(cause);
+            lines[line].insert(cause);
             continue;
         }
         while (next < found) {
@@ -194,10 +194,10 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
     }
     if (!lost.empty()) {
         const bool all = lost.size() == expected.lines.size();
-        differences[all ? ": no line" : ": without " + listOf(lost)].insert(cause);
+        effects[cause].insert(all ? "no line" : "without " + listOf(lost));
     }
     if (failed.result != expected.result) {
-        differences[": result " + std::to_string(failed.result)].insert(cause);
+        effects[cause].insert("result " + std::to_string(failed.result));
     }
 }
 
@@ -206,7 +206,15 @@ void Seen::note(const std::string& cause, const Outcome& expected, const Outcome
 std::string functionsTxt(std::map<std::string, Seen> seen) {
     std::map<std::pair<std::string, Names>, Names> rowsOf;  // by difference and causes
     for (const auto& [row, all] : seen) {
-        for (const auto& [difference, causes] : all.differences) {
+        std::map<std::string, Names> differences = all.lines;
+        for (const auto& [cause, effects] : all.effects) {
+            std::string text;
+            for (const std::string& effect : effects) {
+                text += (text.empty() ? ": " : ", ") + effect;
+            }
+            differences[text].insert(cause);
+        }
+        for (const auto& [difference, causes] : differences) {
             rowsOf[{difference, named(causes)}].insert(row);
         }
     }

@@ -28,9 +28,10 @@ std::string normalized(const std::string& line, const Stage& stage, int result);
 // What was seen of a row.
 struct Seen {
     Outcome plain;
-    // What differs in failing runs, with the causes: new lines, and, behind a colon, another result, lines
-    // of the plain run that are lost, and references that are kept.
-    std::map<std::string, Names> differences;
+    // What differs in failing runs: new lines with their causes, and what else comes of a cause, which is
+    // another result, lines of the plain run that are lost, and references that are kept.
+    std::map<std::string, Names> lines;
+    std::map<std::string, Names> effects;
 
     // Notes the cause of each difference. A line that shows the result is the same line when it shows
     // another.

@@ -3,8 +3,6 @@ package tests;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import desk.Device;
 import java.util.Arrays;
-import java.util.Collections;
-import java.util.HashMap;
 import java.util.Map;
 import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
@@ -14,8 +12,7 @@ import java.util.concurrent.ConcurrentHashMap;
  * apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
 public final class ScriptedModel {
-    // It may hold null, which is an answer.
-    private static final Map<String, Object> sAnswers = Collections.synchronizedMap(new HashMap<>());
+    private static final Map<String, Object> sAnswers = new ConcurrentHashMap<>();
     private static final Set<Integer> sClosed = ConcurrentHashMap.newKeySet();
 
     private ScriptedModel() {}
@@ -25,11 +22,10 @@ public final class ScriptedModel {
         Device.model = ScriptedModel::call;
     }
 
-    /** does: "throws", "null", "true", "false", a list as "[1, 2]", or a number. */
+    /** does: "throws", "true", "false", a list as "[1, 2]", or a number. */
     public static void script(String method, String does) {
         returns(method, switch (does) {
             case "throws" -> new MadeToFail();
-            case "null" -> null;
             case "true", "false" -> Boolean.valueOf(does);
             case "[]" -> new int[0];
             default -> does.startsWith("[")
