@@ -1,5 +1,5 @@
-// Tuner frontends: the life of a tuner, and scan and LNB events: what a registration changes, and the
-// lists that Java reports.
+// Tuner frontends: the life of a tuner, and of scan and LNB events what a registration changes and
+// which lists are handed on.
 
 #include "mw/frontend.h"
 

@@ -281,7 +281,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
                     x_velmora_filter_start(0);
                     x_velmora_filter_delete_callback_thread(0);
                 });
-                EXPECT_EQ(std::future_status::ready, other.wait_for(std::chrono::seconds(5)))
+                EXPECT_TRUE(other.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
                     << "a lock of the library is held while Java runs " << javaCall.of;
             });
             runOnThread(true, [this] { return mFunction.call(mStage); });
@@ -407,6 +407,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         mSeen.note("closed handle", mPlain[true], run(true));
         mStage = before;
     }
+
     const Function mFunction = GetParam();
     Stage mStage;
     Attempt mPlain[2];  // on a thread that is not attached, and on one that is
