@@ -53,6 +53,11 @@ Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...),
     return ofFilter(name, [=](Stage& stage) { return call(stage.hfilter, args...); });
 }
 
+Function fromJava(Function row) {
+    row.calledByJava = true;
+    return row;
+}
+
 // The native of an event. Those of the frontend's callback classes serve every pipeline.
 Function native(Event event) {
     const bool ofTuners = event < Event::kSection;
@@ -71,8 +76,8 @@ Function native(Event event) {
                                                             : std::vector<jint>{-42};
         return report(event, ofTuners ? stage.h_pipeline : stage.hfilter, numbers, list);
     };
-    return (ofTuners ? onStage(methodOf(event), reports) : ofFilter(methodOf(event), reports))
-        .fromJava();
+    return fromJava(ofTuners ? onStage(methodOf(event), reports)
+                             : ofFilter(methodOf(event), reports));
 }
 
 // --- Calls that need more than arguments ---
@@ -136,7 +141,7 @@ std::vector<Function> makeRows() {
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     std::vector<Function> rows = {
-        onStage("JNI_OnLoad", [](Stage&) { return loadWatchedLibrary(); }).fromJava(),
+        fromJava(onStage("JNI_OnLoad", [](Stage&) { return loadWatchedLibrary(); })),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // In place of another one.

@@ -10,7 +10,6 @@
 #include <functional>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace desk {
@@ -43,10 +42,6 @@ struct Function {
 
     Function as(const std::string& variant) {
         name += " (" + variant + ")";
-        return *this;
-    }
-    Function fromJava() {
-        calledByJava = true;
         return *this;
     }
     Function unwritten() {

@@ -121,8 +121,8 @@ std::string nameOf(const std::vector<Point>& calls, size_t i) {
 void checkCalls(const Attempt& plain, size_t failing, const Attempt& failed) {
     ASSERT_LT(failing, failed.calls.size());
     for (size_t i = 0; i <= failing; ++i) {
-        EXPECT_EQ(plain.calls[i].call, failed.calls[i].call);
-        EXPECT_EQ(plain.calls[i].of, failed.calls[i].of);
+        EXPECT_EQ(plain.calls[i].call + " " + plain.calls[i].of,
+                  failed.calls[i].call + " " + failed.calls[i].of);
     }
 }
 
@@ -223,8 +223,6 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
     }
 
     void TearDown() override {
-        desk::setLogLevel("");
-        desk::gListener = nullptr;
         mCounts = desk::resourceCounts();  // each run has been compared
         LibraryTest::TearDown();
     }
@@ -261,8 +259,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         take(mFunction.prepare);
         const Attempt plain = run(attached);
         take(mFunction.undo);
-        EXPECT_TRUE(mFunction.isLoad() || desk::changesSince(before).empty())
-            << "a plain call leaves " << desk::changesSince(before);
+        EXPECT_EQ("", mFunction.isLoad() ? "" : desk::changesSince(before));
         return plain;
     }
 

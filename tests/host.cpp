@@ -57,9 +57,13 @@ jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     // Exceptions that the library describes print themselves, or not: see tests.MadeToFail.
     const bool isHeading =
         length > 0 && (strcmp(text, "Exception ") == 0 || strstr(text, "in thread \"") == text);
-    if (length > 0 && !isHeading && !gTolerates(text)) {
-        if (strstr(text, "WARNING") == text || strstr(text, "FATAL ERROR") == text ||
-            strstr(text, "JNI DETECTED ERROR") == text) {
+    const bool complains =
+        length > 0 && (strstr(text, "WARNING") == text || strstr(text, "FATAL ERROR") == text ||
+                       strstr(text, "JNI DETECTED ERROR") == text);
+    thread_local bool tolerated;  // what is complained of, and so the stack that follows
+    tolerated = complains ? gTolerates(text) : tolerated;
+    if (length > 0 && !isHeading && !tolerated) {
+        if (complains) {
             const std::lock_guard<std::mutex> lock(gLock);
             gComplaints.emplace_back(text);
         }

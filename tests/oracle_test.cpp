@@ -1,13 +1,11 @@
 // The calls that carry records and bytes, compared with what the oracle says of them: each case that
-// matters once, and some thousand random ones.
+// matters once. The fuzzer makes the random ones.
 
 #include "tests/oracle.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <numeric>
-#include <random>
 
 #include "tests/library_test.h"
 
@@ -90,19 +88,6 @@ TEST_F(OracleTest, CheckJniComplainsOfABooleanThatIsNeither0Nor1) {
     ASSERT_EQ(desk::kAndroidRuntime ? 1U : 0U, complaints.size());
     EXPECT_TRUE(complaints.empty() ||
                 complaints[0].find("unexpected jboolean value: 2") != std::string::npos);
-}
-
-// ORACLE_SEED in the environment gives other cases. Later ones would only repeat what failed.
-TEST_F(OracleTest, RandomCases) {
-    const char* const given = getenv("ORACLE_SEED");
-    const unsigned long seed = given != nullptr ? strtoul(given, nullptr, 0) : 1;
-    SCOPED_TRACE("ORACLE_SEED=" + std::to_string(seed));
-    std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
-    for (int i = 0; i < 2000 && !HasFailure(); ++i) {
-        Bytes bytes(sizeof(Case));
-        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
-        expectRight(caseFrom(bytes));
-    }
 }
 
 }  // namespace

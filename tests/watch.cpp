@@ -2,11 +2,8 @@
 
 #include <desk/basic_faults.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <optional>
@@ -69,7 +66,7 @@ std::array<std::atomic<int>, kCounters> gCounts;
 
 enum class Call {
 #define CALL_NAME(name, ...) name,
-    CALLS(CALL_NAME, CALL_NAME) kEnd
+    CALLS(CALL_NAME, CALL_NAME)
 };
 
 // Never destroyed, as what follows: threads may still call at the end of the process.
@@ -89,16 +86,6 @@ const CallTraits& traits(Call call) {
     return gTraits[static_cast<size_t>(call)];
 }
 
-Call callNamed(const std::string& name) {
-    const auto found = std::find_if(gTraits.begin(), gTraits.end(),
-                                    [&](const CallTraits& call) { return call.name == name; });
-    if (found == gTraits.end()) {
-        fprintf(stderr, "%s is not watched\n", name.c_str());
-        abort();
-    }
-    return static_cast<Call>(found - gTraits.begin());
-}
-
 JNINativeInterface_ gWatchedTable;
 thread_local bool tWatching;
 thread_local std::string tLastClass;  // that the library looked up
@@ -106,8 +93,8 @@ thread_local jmethodID tLastMethod;   // that it called
 
 // Which call fails, and how.
 struct Fault {
-    Call call;    // kEnd: any
-    size_t left;  // such calls until it fails, itself included
+    std::string call;  // empty: any
+    size_t left;       // such calls until it fails, itself included
     Failure failure;
 };
 
@@ -199,7 +186,7 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
                 {traits(call).name, subject.name(), subject.mode, traits(call).ways});
         }
         for (Fault& fault : gState.faults) {
-            if ((fault.call == call || fault.call == Call::kEnd) && --fault.left == 0) {
+            if ((fault.call.empty() || fault.call == traits(call).name) && --fault.left == 0) {
                 result = fault.failure;
             }
         }
@@ -341,11 +328,11 @@ int32_t serviceHook(desk_service_t service) {
                                : kServiceError;
 }
 
-// It is about an exception, and comes after a neglected method. Each line of a stack comes by itself.
+// It is about an exception, and comes after a neglected method.
 bool toleratesComplaint(const std::string& complaint) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    return isNeglected(methodOf(tLastMethod).name) &&
-           (complaint.find("exception") != std::string::npos || complaint[0] == '\t');
+    return complaint.find("exception") != std::string::npos &&
+           isNeglected(methodOf(tLastMethod).name);
 }
 
 }  // namespace
@@ -378,14 +365,8 @@ jint loadWatchedLibrary() {
 
 void failCall(const std::string& call, size_t nth, Failure failure) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.faults.push_back({call.empty() ? Call::kEnd : callNamed(call), nth, failure});
+    gState.faults.push_back({call, nth, failure});
     gState.noting = true;
-}
-
-void failNothing() {
-    const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.faults.clear();
-    gState.noting = gState.recording;
 }
 
 void record() {
@@ -395,8 +376,9 @@ void record() {
 }
 
 std::vector<Point> recorded() {
-    gState.recording = false;
-    failNothing();
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.recording = gState.noting = false;
+    gState.faults.clear();
     return std::exchange(gState.points, {});
 }
 

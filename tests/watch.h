@@ -61,7 +61,6 @@ constexpr int kServiceError = -17;  // what a failing service returns
 // The nth such call from now on (1: the next) on a watched thread fails, once. Without a name every
 // call counts.
 void failCall(const std::string& call, size_t nth, Failure failure);
-void failNothing();
 
 // A recording keeps the watched calls in order, and in the log those of Java, also if they are made to
 // fail, as "Class.method(arguments)" with the class that the method was looked up in. For one watched

@@ -7,8 +7,5 @@ public final class MadeToFail extends RuntimeException {
     private static final long serialVersionUID = 1;
 
     @Override
-    public void printStackTrace() {}
-
-    @Override
     public void printStackTrace(PrintStream stream) {}
 }
