@@ -59,8 +59,7 @@ Result on(uint32_t handle, Args... args) {
         ((text += ", " + told(args)), ...);
         gListener(text + ")");
     }
-    constexpr int kUnused = 77;  // must not reach Java
-    return static_cast<Result>(kUnused);
+    return static_cast<Result>(77);  // must not reach Java
 }
 
 }  // namespace

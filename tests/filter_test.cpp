@@ -180,7 +180,7 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
         }
         EXPECT_EQ(fails ? 0 : visible, h);
         EXPECT_EQ(fails && !released, has(desk::takeLog(), "fail! return i4_rc"));
-        desk::recorded();
+        desk::recorded();  // nothing fails any more
         close(h);
         EXPECT_EQ(-1, start(visible));
         EXPECT_EQ("", desk::changesSince(before));

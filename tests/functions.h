@@ -29,8 +29,8 @@ void undoFilter(Stage& stage);
 struct Function {
     std::string name;  // in parentheses what tells rows of one function apart
     std::function<int(Stage&)> call;
-    Step prepare = [](Stage&) {};
-    Step undo = [](Stage&) {};
+    Step prepare;
+    Step undo;
     bool takesHandle = false;
     bool calledByJava = false;  // and so attached
     bool written = true;        // in functions.txt; what the oracle says is not

@@ -232,7 +232,7 @@ std::string functionsTxt(std::map<std::string, Seen> seen) {
         sections.erase({row});
     }
     for (const auto& [rows, differences] : sections) {
-        Names shortened;
+        Names shortened;  // without x_native_frontend_ or x_velmora_filter_
         for (const std::string& row : rows) {
             const size_t prefix =
                 row.rfind("x_", 0) == 0 ? row.find('_', row.find('_', 2) + 1) + 1 : 0;

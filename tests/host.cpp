@@ -78,6 +78,7 @@ jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
 
 void createVm(const std::vector<std::string>& options) {
     void* library = dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
+    const std::string error = library == nullptr ? dlerror() : "it cannot be created";
     const auto create =
         reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
     char print[] = "vfprintf";
@@ -89,7 +90,7 @@ void createVm(const std::vector<std::string>& options) {
                            JNI_FALSE};
     void* env = nullptr;
     if (create == nullptr || create(&gVm, &env, &args) != JNI_OK) {
-        fprintf(stderr, "no virtual machine: %s\n", library == nullptr ? DESK_JAVA_HOME : "create");
+        fprintf(stderr, "no virtual machine: %s\n", error.c_str());
         abort();
     }
 }

@@ -73,10 +73,10 @@ void setLogLevel(const char* level);
 void keepLog();                          // from now on lines are kept instead of printed
 void addToLog(const std::string& line);  // something else that happened
 std::vector<std::string> takeLog();      // those since the last time, "E message", in order
-// Does this once, when the next thing happens that has the text: a line of the log, or the call of a
-// service. The thread on which it happens goes on afterwards.
+// Does this once, when the next thing happens that has the text: a line of the log, which may be a call
+// of Java, or the call of a service. The thread on which it happens goes on afterwards.
 void atNext(const std::string& text, const std::function<void()>& action);
-void happens(const std::string& what);
+void happens(const std::string& what);  // tells of what is not in the log
 
 }  // namespace desk
 

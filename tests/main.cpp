@@ -20,7 +20,7 @@ void LibraryTest::SetUp() {
 }
 
 void LibraryTest::TearDown() {
-    recorded();
+    recorded();  // nothing fails any more
     EXPECT_FALSE(env()->ExceptionCheck());
     EXPECT_EQ("", changesSince(mCounts));
     EXPECT_EQ(std::vector<std::string>(), takeComplaints());

@@ -59,12 +59,12 @@ enum Failure {
 constexpr int kServiceError = -17;  // what a failing service returns
 
 // The nth such call from now on (1: the next) on a watched thread fails, once. Without a name every
-// call counts.
+// call counts; with one that is not in the list of watch.cpp nothing ever fails.
 void failCall(const std::string& call, size_t nth, Failure failure);
 
-// A recording keeps the watched calls in order, and in the log those of Java, also if they are made to
-// fail, as "Class.method(arguments)" with the class that the method was looked up in. For one watched
-// thread at a time, but for the log.
+// A recording keeps the watched calls, in order when one thread makes them. Those of Java it also
+// writes to the log, as "Class.method(arguments)" with the class that the method was looked up in;
+// those that are made to fail too.
 struct Point {
     std::string call;
     std::string of;  // the Java method that is called, or the name that is looked up or registered
@@ -72,7 +72,7 @@ struct Point {
     int ways;        // in which it can fail
 };
 void record();
-std::vector<Point> recorded();  // ends the recording, and failures
+std::vector<Point> recorded();  // ends the recording; and no call is made to fail any more
 
 // The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
 // exception is pending while the function goes on and when it returns. What the virtual machine
