@@ -6,7 +6,7 @@
 #include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/device.h"
+#include "tests/support/device.h"
 
 // In front of the development machine's own, which blocks signals and so takes longer than a whole
 // call: every property is unset, which closes the log gate.
@@ -27,10 +27,10 @@ constexpr int kErrorLevel = 5;  // of the log
 FLT_EVT_CB_T gEvent;
 
 struct Lane {
-    desk::Pipeline tuned, spare;  // with a tuner and without
-    uint32_t filter = 0;          // is open
-    int64_t peer = 0;             // the address of its peer
-    uint32_t handle = 0;          // of the filter or callback thread that a call makes
+    tests::Pipeline tuned, spare;  // with a tuner and without
+    uint32_t filter = 0;           // is open
+    int64_t peer = 0;              // the address of its peer
+    uint32_t handle = 0;           // of the filter or callback thread that a call makes
     FE_STATUS_T status = {};
     MW_FESETTING_T readback = {};
     int8_t buffer[FLT_MAX_READ_SIZE] = {};
@@ -162,26 +162,26 @@ std::vector<Call> callsWithRecords() {
 }
 
 std::vector<Call> events() {
-    using desk::Event;
+    using tests::Event;
     std::vector<Call> calls;
     for (int number = 0; number <= static_cast<int>(Event::kFilterStatus); ++number) {
         const Event event = static_cast<Event>(number);
         const uint32_t handle = event >= Event::kSection ? lane().filter : pipeline();
         jarray list = nullptr;
         if (event >= Event::kFrequencies && event <= Event::kStreamIds) {
-            list = desk::newArray(std::vector<jint>(kListLength));
+            list = tests::newArray(std::vector<jint>(kListLength));
         } else if (event == Event::kDiseqc) {
-            list = desk::newArray(std::vector<jbyte>(kListLength));
+            list = tests::newArray(std::vector<jbyte>(kListLength));
         }
         const size_t count = event == Event::kSection ? 4 : event <= Event::kStopped ? 0 : 1;
         const std::vector<jint> numbers(count, kListLength);
         const int heard = event == Event::kSignalType ? 0 : 1;
         const auto report = [=] {
-            desk::takeHeard();
-            const int result = desk::reportEvent(event, handle, numbers, list);
-            return desk::takeHeard() == heard ? result : -1;
+            tests::takeHeard();
+            const int result = tests::reportEvent(event, handle, numbers, list);
+            return tests::takeHeard() == heard ? result : -1;
         };
-        calls.push_back({desk::methodOf(event), report, 0, "nothing", [] {}, [] {}, "java"});
+        calls.push_back({tests::methodOf(event), report, 0, "nothing", [] {}, [] {}, "java"});
     }
     return calls;
 }
@@ -190,7 +190,7 @@ std::vector<Call> events() {
 
 std::vector<Call> makeCalls() {
     answer("nothing");
-    desk::registerCountingCallbacks(spare());
+    tests::registerCountingCallbacks(spare());
     std::vector<Call> calls;
     // The plain calls clear the callbacks that the events go to.
     for (const auto& part : {events(), callsWithRecords(), plainCalls()}) {
@@ -200,14 +200,14 @@ std::vector<Call> makeCalls() {
 }
 
 int reportSections() {
-    desk::takeHeard();
-    desk::callStatic("bench.BenchDevice", "reportSections", "(II)V", lane().filter, kSections);
-    return desk::takeHeard() == kSections ? 0 : -1;
+    tests::takeHeard();
+    tests::callStatic("bench.BenchDevice", "reportSections", "(II)V", lane().filter, kSections);
+    return tests::takeHeard() == kSections ? 0 : -1;
 }
 
 void answer(const std::string& what) {
-    const desk::LocalFrame frame;
-    desk::callStatic("bench.BenchDevice", "answer", "(Ljava/lang/String;)V", desk::toJava(what));
+    const tests::LocalFrame frame;
+    tests::callStatic("bench.BenchDevice", "answer", "(Ljava/lang/String;)V", tests::toJava(what));
 }
 
 }  // namespace bench

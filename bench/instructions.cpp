@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "bench/calls.h"
-#include "tests/device.h"
+#include "tests/support/device.h"
 
 namespace {
 
@@ -57,8 +57,8 @@ int main(int argc, char** argv) {
         fprintf(stderr, "The addresses are %s\n", addresses);
         return 1;
     }
-    desk::startVm({desk::kSmallHeap, "-Xint"}, {"platform", "tests", "bench"});
-    const auto load = [] { return desk::loadLibrary(), 0; };
+    tests::startVm({tests::kSmallHeap, "-Xint"}, {"platform", "tests", "bench"});
+    const auto load = [] { return tests::loadLibrary(), 0; };
     bool good = make({"JNI_OnLoad", load, 0, "", [] {}, [] {}, "java"});
     for (const bench::Call& call : bench::makeCalls()) {
         bench::answer(call.answer);

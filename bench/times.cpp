@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "bench/calls.h"
-#include "tests/device.h"
+#include "tests/support/device.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ const char* const kTimed[] = {
 void add(const bench::Call& call, bool attached = true, int count = 1) {
     const auto work = [=](benchmark::State& state) {
         bench::tLane = state.thread_index();
-        std::optional<desk::Attached> attachment(std::in_place);
+        std::optional<tests::Attached> attachment(std::in_place);
         bench::answer(call.answer);
         if (!attached) {
             attachment.reset();
@@ -57,16 +57,16 @@ void add(const bench::Call& call, bool attached = true, int count = 1) {
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     // Java's compiler runs before what it compiles, not beside it, and collections are short.
-    desk::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"},
-                  {"platform", "tests", "bench"});
-    desk::loadLibrary();
+    tests::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"},
+                   {"platform", "tests", "bench"});
+    tests::loadLibrary();
     signal(SIGINT, SIG_DFL);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
     const std::vector<bench::Call> calls = bench::makeCalls();
     // Each run attaches the threads that it needs, this one too.
-    desk::vm()->DetachCurrentThread();
+    tests::vm()->DetachCurrentThread();
     const auto named = [&](const std::string& name) {
         return *std::find_if(calls.begin(), calls.end(),
                              [&](const bench::Call& call) { return call.name == name; });
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
     for (const char* name : kTimed) {
         add(named(name));
     }
-    add({desk::methodOf(desk::Event::kSection), bench::reportSections}, true, bench::kSections);
+    add({tests::methodOf(tests::Event::kSection), bench::reportSections}, true, bench::kSections);
     bench::Call unattached = named("x_native_frontend_cancel_tuning");
     unattached.name += ", unattached";
     add(unattached, false);

@@ -9,10 +9,10 @@
 static void (*gReport)();
 
 int main(int, char** argv) {
-    dlopen(DESK_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
+    dlopen(TESTS_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
     // Registered before the library is loaded: runs when the library has ended.
     atexit([] { gReport(); });
-    void* test = dlopen(DESK_EXIT_TEST, RTLD_NOW);
+    void* test = dlopen(TESTS_EXIT_TEST, RTLD_NOW);
     if (test == nullptr) {
         fprintf(stderr, "%s\n", dlerror());
         _Exit(1);

@@ -10,22 +10,22 @@
 
 #include "mw/frontend.h"
 #include "tests/functions.h"
-#include "tests/watch.h"
+#include "tests/support/watch.h"
 
 namespace {
 
 enum Status { kFailed = 1, kAfterVm = 41, kFromJava, kFromThread };
 
 // With a pipeline that is there until the end.
-desk::Stage newStage() {
-    return {(new desk::Pipeline())->handle()};
+tests::Stage newStage() {
+    return {(new tests::Pipeline())->handle()};
 }
 
 // Runs the functions of tuners, or those of filters and callback threads, until the process is gone.
-[[noreturn]] void keepBusy(desk::Stage stage, bool ofTuner) {
-    const desk::Watch watch;
+[[noreturn]] void keepBusy(tests::Stage stage, bool ofTuner) {
+    const tests::Watch watch;
     for (;;) {
-        for (const desk::Function& function : desk::functions()) {
+        for (const tests::Function& function : tests::functions()) {
             if (function.takesHandle && !function.calledByJava && function.ofTuner() == ofTuner) {
                 function.prepare(stage);
                 function.call(stage);
@@ -41,14 +41,14 @@ uint32_t gLeftOpen[3];  // pipelines with a tuner and a filter
 
 // Runs when the library's static objects are gone.
 extern "C" void reportEnd() {
-    printf("peers left: %d\n", desk::liveRefBases());
+    printf("peers left: %d\n", tests::liveRefBases());
     void* env = nullptr;
-    if (desk::vm()->AttachCurrentThread(&env, nullptr) != JNI_OK) {
+    if (tests::vm()->AttachCurrentThread(&env, nullptr) != JNI_OK) {
         printf("no Java environment\n");
         return;
     }
-    const std::string closed = desk::fromJava(
-        desk::callStatic("tests.ScriptedModel", "closedTuners", "()Ljava/lang/String;"));
+    const std::string closed = tests::fromJava(
+        tests::callStatic("tests.ScriptedModel", "closedTuners", "()Ljava/lang/String;"));
     int count = 0;
     for (const uint32_t pipeline : gLeftOpen) {
         count += closed.find(std::to_string(pipeline)) != std::string::npos;
@@ -61,20 +61,20 @@ extern "C" void reportEnd() {
 // Returns main's result, or does not return. In the ways "busy_..." middleware threads work
 // meanwhile, four on each pipeline.
 extern "C" int endProcess(const char* name) {
-    desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-    desk::loadWatchedLibrary();
-    desk::resetModel();
-    desk::Stage left;
+    tests::startWatchedVm({tests::kSmallHeap, tests::kCheckJni});
+    tests::loadWatchedLibrary();
+    tests::resetModel();
+    tests::Stage left;
     for (uint32_t& pipeline : gLeftOpen) {
         left = newStage();
         pipeline = left.h_pipeline;
-        const desk::Watch watch;
+        const tests::Watch watch;
         x_native_frontend_require_tuner(left.h_pipeline);
-        desk::prepareFilter(left);
+        tests::prepareFilter(left);
     }
     const std::string way = name;
     if (way.rfind("busy_", 0) == 0) {
-        for (const desk::Stage& stage : {newStage(), newStage()}) {
+        for (const tests::Stage& stage : {newStage(), newStage()}) {
             for (const bool ofTuner : {true, true, true, false}) {
                 std::thread(keepBusy, stage, ofTuner).detach();
             }
@@ -83,11 +83,11 @@ extern "C" int endProcess(const char* name) {
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
     if (way.find("from_java") != std::string::npos) {
-        desk::callStatic("java.lang.System", "exit", "(I)V", kFromJava);
+        tests::callStatic("java.lang.System", "exit", "(I)V", kFromJava);
     } else if (way.find("from_thread") != std::string::npos) {
         std::thread(exit, kFromThread).join();
     }
-    desk::vm()->DestroyJavaVM();
+    tests::vm()->DestroyJavaVM();
     // The functions of a registered tuner fail without a virtual machine, and do not crash.
     const bool refused = x_native_frontend_cancel_tuning(left.h_pipeline) == -1 &&
                          x_native_frontend_lnb_get_tone(left.h_pipeline) == 0;

@@ -10,12 +10,12 @@
 #include <thread>
 
 #include "mw/basic_services.h"
-#include "tests/library_test.h"
+#include "tests/support/library_test.h"
 
 namespace {
 
-using desk::callWatched;
-using desk::Event;
+using tests::callWatched;
+using tests::Event;
 using Lines = std::vector<std::string>;
 
 bool has(const Lines& lines, const std::string& text) {
@@ -34,17 +34,17 @@ int deleteThread(uint32_t hthread) {
     return callWatched([&] { return x_velmora_filter_delete_callback_thread(hthread); });
 }
 int reportSection(uint32_t hfilter) {
-    const desk::Attached attached;
-    desk::report(Event::kSection, hfilter, {1, 2, 3, 4});
-    return desk::takeHeard() == 0 ? -1 : 0;
+    const tests::Attached attached;
+    tests::report(Event::kSection, hfilter, {1, 2, 3, 4});
+    return tests::takeHeard() == 0 ? -1 : 0;
 }
 
-class FilterTest : public desk::LibraryTest {
+class FilterTest : public tests::LibraryTest {
   protected:
     void SetUp() override {
         LibraryTest::SetUp();
-        desk::registerCountingCallbacks(mPipeline->handle());
-        desk::setLogLevel("I");
+        tests::registerCountingCallbacks(mPipeline->handle());
+        tests::setLogLevel("I");
     }
     int open(uint32_t* ph_filter) {
         FLT_EVT_CB_T evt = {};
@@ -68,7 +68,7 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
     constexpr int64_t kMost = FLT_MAX_READ_SIZE;
     uint32_t h = 0;
     open(&h);
-    desk::record();
+    tests::record();
     for (const int64_t size :
          Sizes{INT64_MIN, -1, 0, 1, 100, kMost - 1, kMost, kMost + 1, INT64_MAX}) {
         for (const int64_t given : Sizes{INT32_MIN, -1, 0, 1, 100, 101, kMost, kMost + 1}) {
@@ -81,13 +81,14 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
             for (size_t i = 0; isTaken && i < static_cast<size_t>(given); ++i) {
                 expected[i] = static_cast<int8_t>(1 + i * 37 + i / 256);
             }
-            desk::script("onRead", std::to_string(given));
-            desk::takeLog();
+            tests::script("onRead", std::to_string(given));
+            tests::takeLog();
             EXPECT_EQ(isTaken ? given : -1, callWatched([&] {
                           return x_velmora_filter_read(h, buffer.data(), -7000000000, size);
                       }));
-            EXPECT_TRUE(has(desk::takeLog(), "ZytTvInnerFilter.onRead([4096 bytes], -7000000000, " +
-                                                 std::to_string(wanted) + ")"));
+            EXPECT_TRUE(
+                has(tests::takeLog(), "ZytTvInnerFilter.onRead([4096 bytes], -7000000000, " +
+                                          std::to_string(wanted) + ")"));
             EXPECT_EQ(expected, buffer);
         }
     }
@@ -99,7 +100,7 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     uint32_t hthread = 0;
     EXPECT_EQ(0, callWatched([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
     std::future<int> second;
-    desk::atNext("handle_free", [&] {
+    tests::atNext("handle_free", [&] {
         second = std::async(std::launch::async, deleteThread, hthread);
         second.wait_for(std::chrono::milliseconds(200));  // in vain if it is kept out
     });
@@ -130,7 +131,7 @@ uint32_t nextHandle() {
 // Returns when one of the waiters has asked for the semaphore, and a second has had the time to ask too.
 void startWaiting(const Waiter& waiter, uint32_t hfilter, std::vector<std::future<int>>* waiting) {
     std::atomic<bool> asked{false};
-    desk::atNext("x_sema_lock", [&] { asked = true; });
+    tests::atNext("x_sema_lock", [&] { asked = true; });
     while (waiting->size() < waiter.threads) {
         waiting->push_back(std::async(std::launch::async, waiter.wait, hfilter));
     }
@@ -148,12 +149,12 @@ struct Step {
 };
 const Step kSteps[] = {
     {[] {}, "handle from sp"},
-    {[] { desk::failCall("handle_get_type_obj", 1, desk::kFails); }, ", failed."},
-    {[] { desk::failCall("handle_get_type_obj", 2, desk::kFails); }, ", fail: -17."},
-    {[] { desk::failCall("NewByteArray", 1, desk::kFails); }, "mj_sectionarr failed."},
-    {[] { desk::failCall("NewObjectA", 1, desk::kFails); }, "mObject failed."},
-    {[] { desk::script("ZytTvInnerFilter.<init>", "throws"); }, "nativeOpen fail: -1"},
-    {[] { desk::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
+    {[] { tests::failCall("handle_get_type_obj", 1, tests::kFails); }, ", failed."},
+    {[] { tests::failCall("handle_get_type_obj", 2, tests::kFails); }, ", fail: -17."},
+    {[] { tests::failCall("NewByteArray", 1, tests::kFails); }, "mj_sectionarr failed."},
+    {[] { tests::failCall("NewObjectA", 1, tests::kFails); }, "mObject failed."},
+    {[] { tests::script("ZytTvInnerFilter.<init>", "throws"); }, "nativeOpen fail: -1"},
+    {[] { tests::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
 };
 
 // Who waits for a filter that is being opened is served when the open ends well. Otherwise it fails too,
@@ -162,16 +163,16 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
     const auto openWith = [&](const Step& step, const Waiter& waiter, bool released) {
         SCOPED_TRACE(std::string(step.line) + ", " + waiter.name);
         const bool fails = &step != kSteps;
-        const desk::ResourceCounts before = desk::resourceCounts();
+        const tests::ResourceCounts before = tests::resourceCounts();
         const uint32_t visible = nextHandle();
         std::vector<std::future<int>> waiting;
-        desk::resetModel();
+        tests::resetModel();
         step.prepare();
         if (fails && !released) {
-            desk::failCall("x_sema_unlock", 1, desk::kKeeps);
+            tests::failCall("x_sema_unlock", 1, tests::kKeeps);
         }
-        desk::atNext(step.line, [&] { startWaiting(waiter, visible, &waiting); });
-        desk::takeLog();
+        tests::atNext(step.line, [&] { startWaiting(waiter, visible, &waiting); });
+        tests::takeLog();
         uint32_t h = 7;  // written in any case
         EXPECT_EQ(fails ? -1 : 0, open(&h));
         EXPECT_EQ(waiter.threads, waiting.size());
@@ -179,11 +180,11 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
             EXPECT_EQ(fails ? -1 : 0, result.get());
         }
         EXPECT_EQ(fails ? 0 : visible, h);
-        EXPECT_EQ(fails && !released, has(desk::takeLog(), "fail! return i4_rc"));
-        desk::recorded();  // nothing fails any more
+        EXPECT_EQ(fails && !released, has(tests::takeLog(), "fail! return i4_rc"));
+        tests::recorded();  // nothing fails any more
         close(h);
         EXPECT_EQ(-1, start(visible));
-        EXPECT_EQ("", desk::changesSince(before));
+        EXPECT_EQ("", tests::changesSince(before));
     };
     for (const Step& step : kSteps) {
         for (const Waiter& waiter : kWaiters) {
@@ -212,11 +213,11 @@ TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
     EXPECT_EQ(0, handle_get_obj(h, reinterpret_cast<void**>(&record)));
     const int64_t instance = record->instance;
     record->instance |= kBeyond;
-    desk::record();
-    desk::takeLog();
+    tests::record();
+    tests::takeLog();
     EXPECT_EQ(-1, start(h));
     EXPECT_EQ(0, close(h));
-    const Lines lines = desk::takeLog();
+    const Lines lines = tests::takeLog();
     char shown[80];
     snprintf(shown, sizeof(shown), "filter.get: 0x%" PRIx64 ", instance: 0x%" PRIx64 ",failed.",
              instance & UINT32_MAX, instance | kBeyond);

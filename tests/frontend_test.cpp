@@ -8,27 +8,27 @@
 #include <new>
 #include <thread>
 
-#include "tests/library_test.h"
+#include "tests/support/library_test.h"
 
 namespace {
 
-using desk::Event;
-using FrontendTest = desk::LibraryTest;
+using tests::Event;
+using FrontendTest = tests::LibraryTest;
 
 TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     const auto call = [&](int (*function)(unsigned int)) {
-        return desk::callWatched([&] { return function(mPipeline->handle()); });
+        return tests::callWatched([&] { return function(mPipeline->handle()); });
     };
     call(x_native_frontend_require_tuner);
-    desk::record();
-    desk::atNext("onTune", [&] {
+    tests::record();
+    tests::atNext("onTune", [&] {
         call(x_native_frontend_close_tuner);
         EXPECT_EQ(-1, call(x_native_frontend_cancel_tuning));
         call(x_native_frontend_require_tuner);
     });
     MW_FESETTING_T settings = {};
     settings.e_type = MW_FE_TYPE_ATSC;
-    EXPECT_EQ(0, desk::callWatched(
+    EXPECT_EQ(0, tests::callWatched(
                      [&] { return x_native_frontend_tune(mPipeline->handle(), &settings); }));
     const std::string handle = std::to_string(mPipeline->handle());
     const std::vector<std::string> expected = {
@@ -37,7 +37,7 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
         "ZytTvInnerFrontend.<init>(PipelineHandler)",
         "ZytTvInnerFrontend.onSetNativeHandle(" + handle + ")",
         "ZytTvInnerFrontend.onOpenFrontend()", "ZytTvInnerFrontend.onCloseFrontend()"};
-    EXPECT_EQ(expected, desk::takeLog());
+    EXPECT_EQ(expected, tests::takeLog());
     call(x_native_frontend_close_tuner);
 }
 
@@ -47,18 +47,18 @@ thread_local int gNews;  // on this thread
 
 std::string gHeard;  // what the middleware was told last
 
-class EventsTest : public desk::LibraryTest {
+class EventsTest : public tests::LibraryTest {
   protected:
     void SetUp() override {
         LibraryTest::SetUp();
-        desk::gListener = [](const std::string& event) { gHeard = event; };
-        desk::registerCountingCallbacks(mPipeline->handle());
+        tests::gListener = [](const std::string& event) { gHeard = event; };
+        tests::registerCountingCallbacks(mPipeline->handle());
     }
 
     // Reports a list with a length; empty when the event is refused.
     static std::string heard(Event event, jarray list, jint length) {
         gHeard.clear();
-        const jint result = desk::report(event, kNoPipeline, {length}, list);
+        const jint result = tests::report(event, kNoPipeline, {length}, list);
         EXPECT_EQ(gHeard.empty() ? -1 : 0, result);
         return gHeard;
     }
@@ -66,17 +66,17 @@ class EventsTest : public desk::LibraryTest {
     // tail: what follows the number of elements.
     template <typename Element>
     static void checkList(Event event, const std::string& tail, bool mayBeEmpty) {
-        const std::string list = std::string(desk::methodOf(event)) + "(99, [10, 20], ";
-        const jarray given = desk::newArray(std::vector<Element>{10, 20, 30});
+        const std::string list = std::string(tests::methodOf(event)) + "(99, [10, 20], ";
+        const jarray given = tests::newArray(std::vector<Element>{10, 20, 30});
         EXPECT_EQ(list + "3" + tail, heard(event, given, 3));
         EXPECT_EQ(list + "3" + tail, heard(event, given, 9)) << "longer than the array";
         EXPECT_EQ(mayBeEmpty ? list + "0" + tail : "", heard(event, given, 0));
-        desk::setLogLevel("E");
-        desk::takeLog();
+        tests::setLogLevel("E");
+        tests::takeLog();
         EXPECT_EQ("", heard(event, given, -1));
         EXPECT_EQ("", heard(event, nullptr, 3));
-        EXPECT_EQ("", heard(event, desk::newArray(std::vector<Element>()), 3));
-        EXPECT_EQ(3u, desk::takeLog().size());
+        EXPECT_EQ("", heard(event, tests::newArray(std::vector<Element>()), 3));
+        EXPECT_EQ(3u, tests::takeLog().size());
     }
 };
 
@@ -91,9 +91,9 @@ TEST_F(EventsTest, ListsAreCutToTheirArrayAndBadOnesAreRefused) {
 TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
     EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(kNoPipeline, nullptr));
     EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(kNoPipeline, nullptr));
-    EXPECT_EQ(0, desk::report(Event::kLnb, kNoPipeline, {1}));
+    EXPECT_EQ(0, tests::report(Event::kLnb, kNoPipeline, {1}));
     EXPECT_EQ("notifyLnbEvent(99, 1)", gHeard);
-    EXPECT_NE("", heard(Event::kDiseqc, desk::newArray(std::vector<jbyte>{1, 2}), 2));
+    EXPECT_NE("", heard(Event::kDiseqc, tests::newArray(std::vector<jbyte>{1, 2}), 2));
 }
 
 int gTags[2][1000];
@@ -125,7 +125,7 @@ TEST_F(EventsTest, RegistrationsThatMeetAreKeptAndAnEventGetsCallbackAndTagOfOne
     };
     std::thread one(repeat, registerEach<0>), other(repeat, registerEach<1>);
     for (int i = 0; i < 20000; ++i) {
-        desk::report(Event::kLocked, kNoPipeline, {});
+        tests::report(Event::kLocked, kNoPipeline, {});
     }
     stop = true;
     one.join();

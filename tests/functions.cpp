@@ -3,9 +3,9 @@
 #include "log/halvorin_log.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/watch.h"
+#include "tests/support/watch.h"
 
-namespace desk {
+namespace tests {
 
 namespace {
 
@@ -227,4 +227,4 @@ const std::vector<Function>& functions() {
     return rows;
 }
 
-}  // namespace desk
+}  // namespace tests

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace desk {
+namespace tests {
 
 // The handles that a row works on, and what its function fills; a failing one must leave that alone.
 struct Stage {
@@ -54,6 +54,6 @@ const std::vector<Function>& functions();
 constexpr int kJavaValue = 57;  // what Java's methods must return: it stands out in the log
 constexpr int kBytesRead = 7;   // and onRead
 
-}  // namespace desk
+}  // namespace tests
 
 #endif  // TESTS_FUNCTIONS_H

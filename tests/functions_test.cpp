@@ -21,16 +21,16 @@
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/functions_txt.h"
-#include "tests/library_test.h"
+#include "tests/support/library_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
-using desk::Function;
-using desk::Lines;
-using desk::Point;
-using desk::Stage;
+using tests::Function;
+using tests::Lines;
+using tests::Point;
+using tests::Stage;
 
 constexpr unsigned char kUntouched = 0xa5;
 
@@ -38,7 +38,7 @@ constexpr unsigned char kUntouched = 0xa5;
 
 // A run ends when the function returns, or when a fatal assertion fails. The process would be gone
 // then; here the thread stays in the assertion for good, with whatever it holds.
-struct Attempt : desk::Outcome {
+struct Attempt : tests::Outcome {
     std::string fatal;  // what the assertion said; empty: none failed
     bool exceptionLeft = false;
     std::vector<Point> calls;
@@ -76,16 +76,16 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
         void* env = nullptr;
         if (attached) {
             // As a daemon: a thread that stays for good must not hold up the end of the process.
-            desk::vm()->AttachCurrentThreadAsDaemon(&env, nullptr);
+            tests::vm()->AttachCurrentThreadAsDaemon(&env, nullptr);
         }
         Attempt returned;
-        returned.result = desk::callWatched(call);
+        returned.result = tests::callWatched(call);
         if (attached) {
-            returned.exceptionLeft = desk::env()->ExceptionCheck() == JNI_TRUE;
-            desk::env()->ExceptionClear();
-            desk::vm()->DetachCurrentThread();
+            returned.exceptionLeft = tests::env()->ExceptionCheck() == JNI_TRUE;
+            tests::env()->ExceptionClear();
+            tests::vm()->DetachCurrentThread();
         } else {
-            EXPECT_EQ(JNI_EDETACHED, desk::vm()->GetEnv(&env, JNI_VERSION_1_4));
+            EXPECT_EQ(JNI_EDETACHED, tests::vm()->GetEnv(&env, JNI_VERSION_1_4));
         }
         promise.set_value(returned);
     }).detach();
@@ -163,7 +163,7 @@ void checkAssertion(const std::string& fatal, const std::string& clazz, const st
 // --- The test of one row ---
 
 int gFaults;  // tried
-std::map<std::string, desk::Seen> gSeen;
+std::map<std::string, tests::Seen> gSeen;
 
 Lines linesOf(std::istream& stream) {
     Lines lines;
@@ -173,14 +173,14 @@ Lines linesOf(std::istream& stream) {
     return lines;
 }
 
-class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterface<Function> {
+class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterface<Function> {
   protected:
     // functions.txt is written and compared as a whole.
     static void TearDownTestSuite() {
         std::cout << "faults tried: " << gFaults << "\n";
         const char* path = getenv("FUNCTIONS_TXT");
         const auto& tests = *testing::UnitTest::GetInstance();
-        const std::string seen = desk::functionsTxt(gSeen);
+        const std::string seen = tests::functionsTxt(gSeen);
         if (tests.test_to_run_count() != tests.total_test_count()) {
             std::cout << seen << "Compared with functions.txt only when all tests run.\n";
             EXPECT_EQ(nullptr, path) << "Written only when all tests run.";
@@ -191,7 +191,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
             std::ofstream(beside) << seen;
             EXPECT_EQ(0, rename(beside.c_str(), path)) << path;
         }
-        std::ifstream file(DESK_TESTS "/functions.txt");
+        std::ifstream file(TESTS_FOLDER "/functions.txt");
         std::istringstream lines(seen);
         const std::string differences =
             testing::internal::edit_distance::CreateUnifiedDiff(linesOf(file), linesOf(lines));
@@ -206,60 +206,60 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
     void SetUp() override {
         LibraryTest::SetUp();
         mStage.h_pipeline = mPipeline->handle();
-        desk::gListener = [](const std::string& event) {
-            const int held = desk::resourceCounts()["elements"];
-            desk::addToLog("callback: " + event + (held != 0 ? " while an array is held" : ""));
+        tests::gListener = [](const std::string& event) {
+            const int held = tests::resourceCounts()["elements"];
+            tests::addToLog("callback: " + event + (held != 0 ? " while an array is held" : ""));
         };
-        desk::registerCountingCallbacks(mStage.h_pipeline);
-        desk::script("*", std::to_string(desk::kJavaValue));
-        desk::script("onOpenFilter", "0");
-        desk::script("onRead", std::to_string(desk::kBytesRead));
-        desk::scriptObject("onGetFrontendStatus", "FrontendStatus");
-        desk::script("getExtendedModulations", "[0, 0]");
-        desk::script("getCodeRates", "[0, 0]");
-        desk::scriptObject("onGetFrontendSetting", "DvbtFrontendSettings");
-        desk::script("getType", std::to_string(MW_FE_TYPE_DVBT));
-        desk::setLogLevel("V");
+        tests::registerCountingCallbacks(mStage.h_pipeline);
+        tests::script("*", std::to_string(tests::kJavaValue));
+        tests::script("onOpenFilter", "0");
+        tests::script("onRead", std::to_string(tests::kBytesRead));
+        tests::scriptObject("onGetFrontendStatus", "FrontendStatus");
+        tests::script("getExtendedModulations", "[0, 0]");
+        tests::script("getCodeRates", "[0, 0]");
+        tests::scriptObject("onGetFrontendSetting", "DvbtFrontendSettings");
+        tests::script("getType", std::to_string(MW_FE_TYPE_DVBT));
+        tests::setLogLevel("V");
     }
 
     void TearDown() override {
-        mCounts = desk::resourceCounts();  // each run has been compared
+        mCounts = tests::resourceCounts();  // each run has been compared
         LibraryTest::TearDown();
     }
 
-    void take(const desk::Step& step) {
-        desk::callWatched([&] { step(mStage); });
+    void take(const tests::Step& step) {
+        tests::callWatched([&] { step(mStage); });
     }
 
     // The failing'th call, if one is given, fails.
-    Attempt run(bool attached, std::optional<size_t> failing = {}, desk::Failure failure = {}) {
-        desk::takeLog();
-        desk::record();
+    Attempt run(bool attached, std::optional<size_t> failing = {}, tests::Failure failure = {}) {
+        tests::takeLog();
+        tests::record();
         if (failing) {
-            desk::failCall("", *failing + 1, failure);
+            tests::failCall("", *failing + 1, failure);
         }
         Attempt run = runOnThread(attached, [this] { return mFunction.call(mStage); });
-        run.calls = desk::recorded();
+        run.calls = tests::recorded();
         for (const Point& call : run.calls) {
             // What Java gave for reading needs no copy back; the library's own arrays are written.
             EXPECT_TRUE(call.call.rfind("Release", 0) != 0 ||
                         call.mode == (mFunction.calledByJava ? JNI_ABORT : 0));
         }
-        for (const std::string& line : desk::takeLog()) {
-            run.lines.push_back(desk::normalized(line, mStage, run.result));
+        for (const std::string& line : tests::takeLog()) {
+            run.lines.push_back(tests::normalized(line, mStage, run.result));
         }
         if (!run.fatal.empty()) {
             run.result = mPlain[attached].result;  // there is none
-            run.lines.push_back("F " + desk::normalized(run.fatal, mStage, 0));
+            run.lines.push_back("F " + tests::normalized(run.fatal, mStage, 0));
         }
         return run;
     }
     Attempt runPlain(bool attached) {
-        const desk::ResourceCounts before = desk::resourceCounts();
+        const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
         const Attempt plain = run(attached);
         take(mFunction.undo);
-        EXPECT_EQ("", mFunction.isLoad() ? "" : desk::changesSince(before));
+        EXPECT_EQ("", mFunction.isLoad() ? "" : tests::changesSince(before));
         return plain;
     }
 
@@ -271,8 +271,8 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
             }
             take(mFunction.prepare);
             std::future<void> other;
-            desk::record();
-            desk::atNext("." + javaCall.of + "(", [&] {
+            tests::record();
+            tests::atNext("." + javaCall.of + "(", [&] {
                 other = std::async(std::launch::async, [] {
                     x_native_frontend_close_tuner(0);
                     x_velmora_filter_start(0);
@@ -282,7 +282,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
                     << "a lock of the library is held while Java runs " << javaCall.of;
             });
             runOnThread(true, [this] { return mFunction.call(mStage); });
-            desk::recorded();
+            tests::recorded();
             ASSERT_TRUE(other.valid()) << javaCall.of;
             other.wait();
             take(mFunction.undo);
@@ -293,11 +293,11 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         const std::vector<Point>& calls = mPlain[attached].calls;
         for (size_t i = 0; i < calls.size(); ++i) {
             for (const auto& [failure, fails] :
-                 {std::pair(desk::kFails, "fails"), std::pair(desk::kThrows, "throws"),
-                  std::pair(desk::kEmpty, "gives nothing"),
-                  std::pair(desk::kKeeps, "does not release")}) {
+                 {std::pair(tests::kFails, "fails"), std::pair(tests::kThrows, "throws"),
+                  std::pair(tests::kEmpty, "gives nothing"),
+                  std::pair(tests::kKeeps, "does not release")}) {
                 // A filter whose semaphore stays taken is lost, unless the semaphore goes next.
-                const bool isLost = failure == desk::kKeeps &&
+                const bool isLost = failure == tests::kKeeps &&
                                     (i + 1 == calls.size() || calls[i + 1].call != "x_sema_delete");
                 if ((calls[i].ways & failure) == 0 || isLost) {
                     continue;
@@ -310,11 +310,11 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         }
     }
 
-    void tryFault(bool attached, size_t failing, desk::Failure failure, const std::string& cause) {
+    void tryFault(bool attached, size_t failing, tests::Failure failure, const std::string& cause) {
         const Attempt& plain = mPlain[attached];
         const Point& call = plain.calls[failing];
-        const bool throws = failure == desk::kThrows;
-        const desk::ResourceCounts before = desk::resourceCounts();
+        const bool throws = failure == tests::kThrows;
+        const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
         memset(mStage.output, kUntouched, sizeof(mStage.output));
         const Attempt failed = run(attached, failing, failure);
@@ -334,7 +334,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
         if (mFunction.name.rfind("x_velmora_filter_open", 0) == 0) {
             checkGivenBack(failed, failing);
         }
-        if (!fatal && !(throws && desk::isNeglected(call.of))) {
+        if (!fatal && !(throws && tests::isNeglected(call.of))) {
             // What is missing is told to whoever loads the library; elsewhere the log shows it.
             const bool load = mFunction.isLoad();
             const auto describes = [](const Point& p) { return p.call == "ExceptionDescribe"; };
@@ -362,18 +362,18 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
     }
 
     // A load keeps its classes. A peer without an environment keeps its references, which is noted.
-    void checkCounts(desk::ResourceCounts before, const std::string& cause) {
-        const int kept = desk::resourceCounts()[desk::kGlobalRefs] - before[desk::kGlobalRefs];
+    void checkCounts(tests::ResourceCounts before, const std::string& cause) {
+        const int kept = tests::resourceCounts()[tests::kGlobalRefs] - before[tests::kGlobalRefs];
         if (kept != 0 && !mFunction.isLoad()) {
             mSeen.effects[cause].insert("global references kept: " + std::to_string(kept));
         }
-        before[desk::kGlobalRefs] += kept;
-        EXPECT_EQ("", desk::changesSince(before));
+        before[tests::kGlobalRefs] += kept;
+        EXPECT_EQ("", tests::changesSince(before));
     }
 
     // There is no virtual machine before the load has ended.
     void tryWithoutVm() {
-        const desk::ResourceCounts before = desk::resourceCounts();
+        const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
         JavaVM* vm = std::exchange(g_velmora_javaVM, nullptr);
         const Attempt attempt = run(true);
@@ -394,12 +394,12 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
 
     void tryWrongHandles() {
         const Stage before = mStage;
-        take(desk::prepareFilter);
+        take(tests::prepareFilter);
         const Stage open = mStage;
         mStage = {open.hthread, open.h_pipeline, open.hfilter};
         mSeen.note("handle of something else", mPlain[true], run(true));
         mStage = open;
-        take(desk::undoFilter);
+        take(tests::undoFilter);
         mStage.h_pipeline = 0x7fffff00;
         mSeen.note("closed handle", mPlain[true], run(true));
         mStage = before;
@@ -408,7 +408,7 @@ class FunctionsTest : public desk::LibraryTest, public testing::WithParamInterfa
     const Function mFunction = GetParam();
     Stage mStage;
     Attempt mPlain[2];  // on a thread that is not attached, and on one that is
-    desk::Seen mSeen;
+    tests::Seen mSeen;
 };
 
 TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
@@ -419,14 +419,14 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
     }
     tryFaults(true);
     if (mFunction.calledByJava && !mFunction.isLoad()) {
-        desk::registerCountingCallbacks(mStage.h_pipeline, false);
+        tests::registerCountingCallbacks(mStage.h_pipeline, false);
         tryWith("no callback");
-        desk::registerCountingCallbacks(mStage.h_pipeline);
+        tests::registerCountingCallbacks(mStage.h_pipeline);
     } else if (!mFunction.calledByJava) {
         mPlain[false] = runPlain(false);
         tryFaults(false);
         if (mFunction.ofTuner()) {
-            desk::failCall("NewObjectA", 1, desk::kFails);
+            tests::failCall("NewObjectA", 1, tests::kFails);
             tryWith("no Java object");
         }
         tryWithoutVm();
@@ -440,7 +440,7 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, FunctionsTest, testing::ValuesIn(desk::functions()),
+INSTANTIATE_TEST_SUITE_P(Of, FunctionsTest, testing::ValuesIn(tests::functions()),
                          [](const auto& info) {
                              std::string name = info.param.name;
                              std::replace_if(

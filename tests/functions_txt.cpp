@@ -4,7 +4,7 @@
 #include <cctype>
 #include <cstdio>
 
-namespace desk {
+namespace tests {
 
 namespace {
 
@@ -243,4 +243,4 @@ std::string functionsTxt(std::map<std::string, Seen> seen) {
     return text;
 }
 
-}  // namespace desk
+}  // namespace tests

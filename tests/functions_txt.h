@@ -10,7 +10,7 @@
 
 #include "tests/functions.h"
 
-namespace desk {
+namespace tests {
 
 using Names = std::set<std::string>;
 using Lines = std::vector<std::string>;
@@ -41,6 +41,6 @@ struct Seen {
 // The whole file; by row.
 std::string functionsTxt(std::map<std::string, Seen> seen);
 
-}  // namespace desk
+}  // namespace tests
 
 #endif  // TESTS_FUNCTIONS_TXT_H

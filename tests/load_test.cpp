@@ -6,28 +6,28 @@
 #include <signal.h>
 
 #include "log/halvorin_log.h"
-#include "tests/library_test.h"
+#include "tests/support/library_test.h"
 
 extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
 TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
-    desk::startWatchedVm({desk::kSmallHeap, desk::kCheckJni});
-    desk::failCall("GetEnv", 1, desk::kFails);
-    EXPECT_EQ(-1, desk::loadWatchedLibrary());
-    desk::failCall("RegisterNatives", 3, desk::kFails);  // the last
-    EXPECT_EQ(-1, desk::loadWatchedLibrary());
+    tests::startWatchedVm({tests::kSmallHeap, tests::kCheckJni});
+    tests::failCall("GetEnv", 1, tests::kFails);
+    EXPECT_EQ(-1, tests::loadWatchedLibrary());
+    tests::failCall("RegisterNatives", 3, tests::kFails);  // the last
+    EXPECT_EQ(-1, tests::loadWatchedLibrary());
     EXPECT_EQ(nullptr, g_velmora_javaVM);
-    desk::loadLibrary();
-    EXPECT_EQ(desk::vm(), g_velmora_javaVM);
+    tests::loadLibrary();
+    EXPECT_EQ(tests::vm(), g_velmora_javaVM);
     // A SIGINT is a log line, and leaves errno alone.
     property_set("persist.vendor.zyt.broadcast.log.level", "E");
-    desk::takeLog();
+    tests::takeLog();
     errno = 1234;
     raise(SIGINT);
     EXPECT_EQ(1234, errno);
-    EXPECT_EQ(std::vector<std::string>{"E ignore received signal 2"}, desk::takeLog());
+    EXPECT_EQ(std::vector<std::string>{"E ignore received signal 2"}, tests::takeLog());
 }
 
 TEST(LogGateTest, FirstLetterOfThePropertyDecides) {
@@ -50,7 +50,7 @@ TEST(LogGateTest, FirstLetterOfThePropertyDecides) {
         EXPECT_EQ(1, __halvorin_log_is_loggable(0x7fffffff, kProperty));
     }
     EXPECT_EQ(0, __halvorin_log_is_loggable(5, nullptr));
-    // On a desk the environment has a property's first value.
+    // The fake takes from the environment a property's first value.
     setenv("PROPERTY_start_level", "W", 1);
     EXPECT_EQ(1, __halvorin_log_is_loggable(4, "start.level"));
 }

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <tuple>
 
-#include "tests/watch.h"
+#include "tests/support/watch.h"
 
 // Declared once more, because the middleware's headers stay outside: a record is bytes here.
 extern "C" int x_native_frontend_require_tuner(uint32_t h_pipeline);
@@ -218,7 +218,7 @@ struct Oracle {
         std::string lines = "ZytTvInnerFrontend.onGetFrontendSetting()\n";
         for (const auto& [type, row] : kReadbacks) {
             if (type == 0 || type == call.javaInt) {
-                desk::scriptObject("onGetFrontendSetting", row.first);
+                tests::scriptObject("onGetFrontendSetting", row.first);
                 lines += read(row.first, row.second, "D getFrontendSetting, ");
             }
         }
@@ -236,7 +236,7 @@ struct Oracle {
             return lines + "E getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.\n";
         }
         result = 0;
-        desk::scriptObject("onGetFrontendStatus", "FrontendStatus");
+        tests::scriptObject("onGetFrontendStatus", "FrontendStatus");
         const std::vector<int32_t> kinds(call.kinds, call.kinds + call.kindCount);
         for (const int32_t kind : kinds) {
             lines += "D getFrontendStatus, get type is " + std::to_string(kind) + "\n";
@@ -266,12 +266,12 @@ struct Oracle {
             list.resize(call.listLength);
             memcpy(&record.at(offset), list.data(), list.size() <= 9 ? list.size() * 4 : 0);
             memcpy(&record.at(offset + 40), &call.listLength, 4);
-            desk::script(method, listOf(list));
+            tests::script(method, listOf(list));
             return start + "I" + place + ", length:" + std::to_string(list.size()) + "\n";
         }
         value = method == "getType" ? call.javaInt : type == 'B' ? value & 1 : value;
         memcpy(&record.at(offset), &value, widthOf(type));
-        desk::script(method, type != 'B' ? std::to_string(value) : value != 0 ? "true" : "false");
+        tests::script(method, type != 'B' ? std::to_string(value) : value != 0 ? "true" : "false");
         return start + type + place + ".\n";
     }
 };
@@ -282,7 +282,7 @@ Case caseFrom(Bytes bytes) {
     bytes.resize(sizeof(Case));
     // CheckJNI lets only 0 and 1 through to Java. These are the booleans of settings and code rate.
     for (const size_t flag : {28U, 36U, 44U, 80U, 81U}) {
-        bytes[flag] &= desk::kAndroidRuntime ? 1 : 255;
+        bytes[flag] &= tests::kAndroidRuntime ? 1 : 255;
     }
     Case call;
     memcpy(&call, bytes.data(), sizeof(call));
@@ -300,7 +300,7 @@ Case caseFrom(Bytes bytes) {
 }
 
 std::pair<std::string, std::string> check(Case call) {
-    const desk::Pipeline pipeline;
+    const tests::Pipeline pipeline;
     const uint32_t h_pipeline = pipeline.handle();
     const Bytes codeRate(std::begin(call.codeRate), std::end(call.codeRate));
     if (call.type == kDvbs) {
@@ -312,15 +312,15 @@ std::pair<std::string, std::string> check(Case call) {
     // No more than the record, so that the sanitizers see an access beyond it.
     Bytes record(bytes, bytes + (call.entry == kStatus ? 208 : 72));
 
-    desk::resetModel();
-    desk::script("*", std::to_string(call.javaInt));
+    tests::resetModel();
+    tests::script("*", std::to_string(call.javaInt));
     const std::string expected = Oracle{call, before}.run();
-    desk::setLogLevel("V");
-    const desk::ResourceCounts counts = desk::resourceCounts();
-    desk::callWatched([&] { return x_native_frontend_require_tuner(h_pipeline); });
-    desk::takeLog();
-    desk::record();
-    const int result = desk::callWatched([&] {
+    tests::setLogLevel("V");
+    const tests::ResourceCounts counts = tests::resourceCounts();
+    tests::callWatched([&] { return x_native_frontend_require_tuner(h_pipeline); });
+    tests::takeLog();
+    tests::record();
+    const int result = tests::callWatched([&] {
         void* const to = call.null == kRecord ? nullptr : record.data();
         void* const kinds = call.null == kKinds ? nullptr : call.kinds;
         const auto count = static_cast<uint8_t>(call.kindCount);
@@ -330,13 +330,13 @@ std::pair<std::string, std::string> check(Case call) {
                    ? x_native_frontend_get_frontend_setting(h_pipeline, to)
                    : x_native_frontend_get_frontend_status(h_pipeline, kinds, count, to);
     });
-    desk::recorded();
+    tests::recorded();
     std::string trace;
-    for (const std::string& line : desk::takeLog()) {
+    for (const std::string& line : tests::takeLog()) {
         trace += line + "\n";
     }
-    desk::callWatched([&] { return x_native_frontend_close_tuner(h_pipeline); });
-    return {expected, outcome(trace, result, before, record) + desk::changesSince(counts)};
+    tests::callWatched([&] { return x_native_frontend_close_tuner(h_pipeline); });
+    return {expected, outcome(trace, result, before, record) + tests::changesSince(counts)};
 }
 
 }  // namespace oracle

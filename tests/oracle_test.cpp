@@ -7,13 +7,13 @@
 #include <fstream>
 #include <numeric>
 
-#include "tests/library_test.h"
+#include "tests/support/library_test.h"
 
 namespace oracle {
 
 namespace {
 
-class OracleTest : public desk::LibraryTest {};
+class OracleTest : public tests::LibraryTest {};
 
 void expectRight(const Case& call) {
     const auto [expected, actual] = check(call);
@@ -57,7 +57,7 @@ TEST_F(OracleTest, DvbsRefusesAFrequencyThatDoesNotFitAndIsdbtAnAreaBelow0) {
 TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachIsStoredInItsFieldAndNowhereElse) {
     std::vector<int32_t> all(64);  // and those of the middleware's header, whatever they are
     std::iota(all.begin(), all.end(), 0);
-    std::ifstream header(DESK_TESTS "/../mw/frontend_status.h");
+    std::ifstream header(TESTS_FOLDER "/../mw/frontend_status.h");
     for (std::string line; std::getline(header, line);) {
         sscanf(line.c_str(), " FE_STATUS_TYPE_%*s = %d", &all.emplace_back());
     }
@@ -84,8 +84,8 @@ TEST_F(OracleTest, CheckJniComplainsOfABooleanThatIsNeither0Nor1) {
     Case call = caseOf(kTune, 6);
     call.fields[36] = 2;
     check(call);
-    const std::vector<std::string> complaints = desk::takeComplaints();
-    ASSERT_EQ(desk::kAndroidRuntime ? 1U : 0U, complaints.size());
+    const std::vector<std::string> complaints = tests::takeComplaints();
+    ASSERT_EQ(tests::kAndroidRuntime ? 1U : 0U, complaints.size());
     EXPECT_TRUE(complaints.empty() ||
                 complaints[0].find("unexpected jboolean value: 2") != std::string::npos);
 }

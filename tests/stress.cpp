@@ -29,11 +29,11 @@
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/functions.h"
-#include "tests/watch.h"
+#include "tests/support/watch.h"
 
 namespace {
 
-using desk::Stage;
+using tests::Stage;
 
 constexpr unsigned kMiddlewareThreads = 3;
 constexpr unsigned kJavaThreads = 2;
@@ -107,7 +107,7 @@ thread_local const Stage* tStage;
 thread_local int tTold;
 
 // Returns the result without what shows the handle.
-int run(const desk::Function& function, Stage* stage) {
+int run(const tests::Function& function, Stage* stage) {
     tSince = ++gClock;
     tStage = stage;
     tTold = 0;
@@ -118,7 +118,7 @@ int run(const desk::Function& function, Stage* stage) {
 
 // What comes of a function.
 struct Row {
-    const desk::Function* function;
+    const tests::Function* function;
     int result;
     int failure;  // of a handle that is not open
 };
@@ -134,12 +134,12 @@ bool hasAny(const std::string& name, std::initializer_list<const char*> words) {
 // Runs each row alone and keeps what comes of it. Left out are the functions that open and close,
 // which the threads call themselves, and those that would take the events' callbacks away.
 void learn(uint32_t h_pipeline) {
-    const desk::Watch watch;
+    const tests::Watch watch;
     x_native_frontend_require_tuner(h_pipeline);
     Opened* filter = openFilter(h_pipeline);
     Stage open = {h_pipeline, filter->handle};
     Stage none;
-    for (const desk::Function& function : desk::functions()) {
+    for (const tests::Function& function : tests::functions()) {
         if (!hasAny(function.name, {"JNI", "log", "register", "tuner", "filter_open",
                                     "filter_close", "callback_thread"})) {
             const bool ofFilter = hasAny(function.name, {"filter", "Filter"});
@@ -195,14 +195,14 @@ void onStatus(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, int32_t status, void* pv_t
 
 // What all threads share. The filter is the latest opened here, perhaps closed by now.
 struct Place {
-    desk::Pipeline pipeline;
+    tests::Pipeline pipeline;
     std::atomic<Opened*> filter{gTags};
     Stage stage() const { return {pipeline.handle(), filter.load()->handle}; }
 };
 
 // Opens and closes a tuner and a filter of its own. Between that it works them and the shared ones.
 void middlewareThread(Place* places, uint32_t h_pipeline) {
-    const desk::Watch watch;
+    const tests::Watch watch;
     while (!gStop) {
         x_native_frontend_require_tuner(h_pipeline);
         Opened* filter = openFilter(h_pipeline);
@@ -241,7 +241,7 @@ void javaThread(const Place* places) {
 }
 
 // Returns when everything is closed.
-void runThreads(Place* places, const desk::Pipeline* own) {
+void runThreads(Place* places, const tests::Pipeline* own) {
     alarm(static_cast<unsigned>(gSeconds) + 120);  // ends the process when a thread hangs
     std::vector<std::thread> threads;
     for (unsigned i = 0; i < kMiddlewareThreads + kJavaThreads; ++i) {
@@ -249,7 +249,7 @@ void runThreads(Place* places, const desk::Pipeline* own) {
             tRandom.seed(gSeed * 1000 + i);
             const bool isJava = i >= kMiddlewareThreads;
             // Another component of the device may have attached one of the middleware's for life.
-            const auto attached = isJava || i == 0 ? std::make_unique<desk::Attached>() : nullptr;
+            const auto attached = isJava || i == 0 ? std::make_unique<tests::Attached>() : nullptr;
             isJava ? javaThread(places) : middlewareThread(places, own[i].handle());
         });
     }
@@ -258,7 +258,7 @@ void runThreads(Place* places, const desk::Pipeline* own) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    const desk::Watch watch;
+    const tests::Watch watch;
     for (unsigned i = 0; i < kPlaces; ++i) {
         x_native_frontend_close_tuner(places[i].pipeline.handle());
         closeFilter(places[i].filter);
@@ -275,25 +275,25 @@ int main(int argc, char** argv) {
               "usage: stress [--seconds N] [--seed N] [--plant 1]");
         *options.at(argv[i]) = std::stoul(argv[i + 1]);
     }
-    desk::startWatchedVm({desk::kSmallHeap});
-    check(desk::loadWatchedLibrary() == JNI_VERSION_1_4, "load");
+    tests::startWatchedVm({tests::kSmallHeap});
+    check(tests::loadWatchedLibrary() == JNI_VERSION_1_4, "load");
     signal(SIGINT, SIG_DFL);
-    desk::callStatic("tests.StressModel", "install", "()V");
+    tests::callStatic("tests.StressModel", "install", "()V");
 
-    const desk::ResourceCounts before = desk::resourceCounts();
+    const tests::ResourceCounts before = tests::resourceCounts();
     {
         Place places[kPlaces];
-        const desk::Pipeline own[kMiddlewareThreads];
-        desk::registerCountingCallbacks(own[0].handle());
+        const tests::Pipeline own[kMiddlewareThreads];
+        tests::registerCountingCallbacks(own[0].handle());
         x_velmora_filter_register_section_callback(onSection);
         x_velmora_filter_register_filter_status_callback(onStatus);
         learn(own[0].handle());
         runThreads(places, own);
     }
-    desk::callStatic("tests.StressModel", "checkAllClosed", "()V");
-    check(desk::changesSince(before).empty(), "left: ", desk::changesSince(before));
-    check(desk::takeComplaints().empty(), "the virtual machine complained");
+    tests::callStatic("tests.StressModel", "checkAllClosed", "()V");
+    check(tests::changesSince(before).empty(), "left: ", tests::changesSince(before));
+    check(tests::takeComplaints().empty(), "the virtual machine complained");
     std::cout << "seed " << gSeed << ", " << gSeconds << " s: " << gOperations << " operations, "
               << gEvents << " events\n";
-    desk::stopVm();
+    tests::stopVm();
 }

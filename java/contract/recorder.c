@@ -14,7 +14,7 @@ static char* g_text;
 static size_t g_size;
 
 /* The library ends the process without naming what it has not found. */
-#define MISSING "What the library demands is missing in platform/java: "
+#define MISSING "What the library demands is missing in platform/: "
 
 /* The virtual machine and its own libraries look members up too: only the library's calls count. */
 static int from_library(void* address) {

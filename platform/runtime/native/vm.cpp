@@ -41,7 +41,7 @@ extern "C" JNIEXPORT jint JNI_CreateJavaVM(JavaVM** vm, JNIEnv** env, void* args
     for (const char* folder :
          {"ANDROID_ROOT", "ANDROID_DATA", "ANDROID_ART_ROOT", "ANDROID_I18N_ROOT",
           "ANDROID_RUNTIME_ROOT", "ANDROID_TZDATA_ROOT"}) {
-        setenv(folder, DESK_RUNTIME "/root", 1);
+        setenv(folder, PIPELINE_RUNTIME "/root", 1);
     }
     setenv("ANDROID_LOG_TAGS", "*:f", 0);  // it warns of what is as it is to be here
     const auto* given = static_cast<const JavaVMInitArgs*>(args);
@@ -53,7 +53,7 @@ extern "C" JNIEXPORT jint JNI_CreateJavaVM(JavaVM** vm, JNIEnv** env, void* args
         }
     }
     // Nothing is compiled: neither the core library beforehand nor methods while they run.
-    std::string more = "-Xbootclasspath:" DESK_RUNTIME
+    std::string more = "-Xbootclasspath:" PIPELINE_RUNTIME
                        "/boot.jar -Ximage:/none -Xnoimage-dex2oat -Xnorelocate -Xusejit:false ";
     const char* environment = getenv("JAVA_TOOL_OPTIONS");
     more += environment != nullptr ? environment : "";

@@ -2,8 +2,8 @@ package bench;
 
 import android.media.tv.tuner.frontend.*;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallback;
-import desk.Device;
-import desk.DeviceModel;
+import fake.Device;
+import fake.DeviceModel;
 
 /** A device that does as little as it can, so that it hides nothing of what is measured. */
 public final class BenchDevice implements DeviceModel {

@@ -1,6 +1,6 @@
 package contract;
 
-import desk.Loader;
+import fake.Loader;
 import java.io.File;
 import java.io.IOException;
 import java.io.InputStream;

@@ -3,7 +3,7 @@ package sim;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallback;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallbackThread;
-import desk.DeviceModel;
+import fake.DeviceModel;
 import java.io.BufferedInputStream;
 import java.io.File;
 import java.io.FileInputStream;

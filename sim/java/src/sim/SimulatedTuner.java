@@ -7,7 +7,7 @@ import android.media.tv.tuner.frontend.FrontendSettings;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerLnbCallback;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerScanCallback;
-import desk.DeviceModel;
+import fake.DeviceModel;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
 

@@ -1,7 +1,7 @@
 package tests;
 
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
-import desk.Device;
+import fake.Device;
 import java.util.Arrays;
 import java.util.Map;
 import java.util.Set;

@@ -4,7 +4,7 @@ import android.media.tv.tuner.frontend.DtmbFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendStatus;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
-import desk.Device;
+import fake.Device;
 import java.util.Arrays;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;

@@ -1,0 +1,260 @@
+// The middleware's basic services, faked. Numbers are issued in ascending order and never again.
+
+#include <fake/basic_faults.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include "mw/basic_services.h"
+
+namespace {
+
+constexpr int32_t kFailed = -1;
+
+std::atomic<fake_service_hook_fct> gHook;
+
+// The code of a call that is to fail, else 0.
+int32_t fault(fake_service_t service) {
+    const fake_service_hook_fct hook = gHook;
+    return hook != nullptr ? hook(service) : 0;
+}
+
+// Numbered objects, any thread's.
+template <typename Object>
+class Table {
+  public:
+    // Returns the new number, or 0 when there is no memory or all numbers have been used.
+    uint32_t add(const Object& object) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        if (mNext == 0) {
+            return 0;
+        }
+        try {
+            mObjects.emplace(mNext, object);
+        } catch (const std::bad_alloc&) {
+            return 0;
+        }
+        return mNext++;
+    }
+
+    bool find(uint32_t number, Object* object) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto entry = mObjects.find(number);
+        if (entry == mObjects.end()) {
+            return false;
+        }
+        *object = entry->second;
+        return true;
+    }
+
+    // Of several that take the same one, one succeeds.
+    bool take(uint32_t number, Object* object) {
+        const std::lock_guard<std::mutex> lock(mLock);
+        const auto entry = mObjects.find(number);
+        if (entry == mObjects.end()) {
+            return false;
+        }
+        *object = entry->second;
+        mObjects.erase(entry);
+        return true;
+    }
+
+    unsigned size() {
+        const std::lock_guard<std::mutex> lock(mLock);
+        return static_cast<unsigned>(mObjects.size());
+    }
+
+  private:
+    std::mutex mLock;
+    std::map<uint32_t, Object> mObjects;
+    uint32_t mNext = 0x10001;  // a handle that looks like none of the types, and is not 0
+};
+
+struct Handle {
+    uint16_t type;
+    void* object;
+    void* tag;
+    handle_free_fct free;
+};
+
+struct Semaphore {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool taken;
+    bool deleted = false;
+};
+using SemaphorePointer = std::shared_ptr<Semaphore>;
+
+// Never destroyed: threads may still call at the end of the process.
+Table<Handle>& handles() {
+    static Table<Handle>& table = *new Table<Handle>();
+    return table;
+}
+
+Table<SemaphorePointer>& semaphores() {
+    static Table<SemaphorePointer>& table = *new Table<SemaphorePointer>();
+    return table;
+}
+
+std::atomic<unsigned> gLiveBlocks;
+std::atomic<unsigned> gBadFrees;
+
+}  // namespace
+
+extern "C" {
+
+void fake_set_service_hook(fake_service_hook_fct hook) {
+    gHook = hook;
+}
+
+unsigned fake_live_handles(void) {
+    return handles().size();
+}
+unsigned fake_live_semaphores(void) {
+    return semaphores().size();
+}
+unsigned fake_live_blocks(void) {
+    return gLiveBlocks;
+}
+unsigned fake_bad_frees(void) {
+    return gBadFrees;
+}
+
+int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
+                     uint32_t* ph_obj) {
+    const int32_t code = fault(FAKE_HANDLE_ALLOC);
+    if (code != 0 || ph_obj == nullptr) {
+        return code != 0 ? code : kFailed;
+    }
+    const uint32_t handle = handles().add({e_type, pv_obj, pv_tag, pf_free});
+    if (handle == 0) {
+        return kFailed;
+    }
+    *ph_obj = handle;
+    return 0;
+}
+
+int32_t handle_get_type_obj(uint32_t handle, uint16_t* pe_type, void** ppv_obj) {
+    const int32_t code = fault(FAKE_HANDLE_GET_TYPE_OBJ);
+    Handle entry = {};
+    if (code != FAKE_ANSWER_EMPTY && (code != 0 || !handles().find(handle, &entry))) {
+        return code != 0 ? code : kFailed;
+    }
+    if (pe_type != nullptr) {
+        *pe_type = entry.type;
+    }
+    if (ppv_obj != nullptr) {
+        *ppv_obj = entry.object;
+    }
+    return 0;
+}
+
+int32_t handle_get_obj(uint32_t handle, void** ppv_obj) {
+    const int32_t code = fault(FAKE_HANDLE_GET_OBJ);
+    Handle entry = {};
+    if (ppv_obj == nullptr ||
+        (code != FAKE_ANSWER_EMPTY && (code != 0 || !handles().find(handle, &entry)))) {
+        return code != 0 ? code : kFailed;
+    }
+    *ppv_obj = entry.object;
+    return 0;
+}
+
+// The handle is gone before its callback runs, and the callback runs without a lock.
+int32_t handle_free(uint32_t handle, uint8_t ui1_flag) {
+    const int32_t code = fault(FAKE_HANDLE_FREE);
+    Handle entry;
+    if (!handles().take(handle, &entry)) {
+        ++gBadFrees;
+        return kFailed;
+    }
+    if (entry.free != nullptr &&
+        entry.free(handle, entry.type, entry.object, entry.tag, ui1_flag) != 1) {
+        ++gBadFrees;
+    }
+    return code;
+}
+
+int32_t x_sema_create(uint32_t* ph_sema, uint32_t e_type, uint32_t ui4_initial) {
+    const int32_t code = fault(FAKE_SEMA_CREATE);
+    if (code != 0 || ph_sema == nullptr || e_type != X_SEMA_TYPE_BINARY_HELD || ui4_initial > 1) {
+        return code != 0 ? code : kFailed;
+    }
+    try {
+        const SemaphorePointer semaphore = std::make_shared<Semaphore>();
+        semaphore->taken = ui4_initial == 0;
+        const uint32_t number = semaphores().add(semaphore);
+        if (number == 0) {
+            return kFailed;
+        }
+        *ph_sema = number;
+        return 0;
+    } catch (const std::bad_alloc&) {
+        return kFailed;
+    }
+}
+
+int32_t x_sema_lock(uint32_t h_sema, uint32_t ui4_option) {
+    const int32_t code = fault(FAKE_SEMA_LOCK);
+    SemaphorePointer semaphore;
+    if (code != 0 || ui4_option != X_SEMA_OPTION_WAIT || !semaphores().find(h_sema, &semaphore)) {
+        return code != 0 ? code : kFailed;
+    }
+    std::unique_lock<std::mutex> lock(semaphore->lock);
+    semaphore->changed.wait(lock, [&] { return !semaphore->taken || semaphore->deleted; });
+    if (semaphore->deleted) {
+        return kFailed;
+    }
+    semaphore->taken = true;
+    return 0;
+}
+
+int32_t x_sema_unlock(uint32_t h_sema) {
+    const int32_t code = fault(FAKE_SEMA_UNLOCK);
+    SemaphorePointer semaphore;
+    if (!semaphores().find(h_sema, &semaphore)) {
+        return kFailed;
+    }
+    const std::lock_guard<std::mutex> lock(semaphore->lock);
+    if (!semaphore->taken || code == FAKE_KEEP_TAKEN) {
+        return kFailed;
+    }
+    semaphore->taken = false;
+    semaphore->changed.notify_one();
+    return code;
+}
+
+int32_t x_sema_delete(uint32_t h_sema) {
+    const int32_t code = fault(FAKE_SEMA_DELETE);
+    SemaphorePointer semaphore;
+    if (!semaphores().take(h_sema, &semaphore)) {
+        return kFailed;
+    }
+    const std::lock_guard<std::mutex> lock(semaphore->lock);
+    semaphore->deleted = true;
+    semaphore->changed.notify_all();
+    return code;
+}
+
+void* x_mem_alloc(size_t z_size) {
+    void* block = fault(FAKE_MEM_ALLOC) == 0 ? malloc(z_size) : nullptr;
+    if (block != nullptr) {
+        ++gLiveBlocks;
+    }
+    return block;
+}
+
+void x_mem_free(void* pv_mem) {
+    fault(FAKE_MEM_FREE);
+    if (pv_mem != nullptr) {
+        --gLiveBlocks;
+        free(pv_mem);
+    }
+}
+
+}  // extern "C"

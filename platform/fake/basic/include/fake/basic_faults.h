@@ -1,0 +1,49 @@
+// Of the fake basic services only: how many of each resource are live, and calls that fail on demand.
+#ifndef FAKE_BASIC_FAULTS_H
+#define FAKE_BASIC_FAULTS_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum {
+    FAKE_HANDLE_ALLOC,
+    FAKE_HANDLE_GET_TYPE_OBJ,
+    FAKE_HANDLE_GET_OBJ,
+    FAKE_HANDLE_FREE,
+    FAKE_SEMA_CREATE,
+    FAKE_SEMA_LOCK,
+    FAKE_SEMA_UNLOCK,
+    FAKE_SEMA_DELETE,
+    FAKE_MEM_ALLOC,
+    FAKE_MEM_FREE, /* cannot fail */
+    FAKE_SERVICE_COUNT
+} fake_service_t;
+
+/*
+ * Called at the start of every service call, on its caller's thread; its result is the code that the call
+ * returns at once (x_mem_alloc: null), or 0. A failing handle_free, x_sema_unlock or x_sema_delete does
+ * its work all the same. Null: none.
+ */
+typedef int32_t (*fake_service_hook_fct)(fake_service_t service);
+void fake_set_service_hook(fake_service_hook_fct hook);
+/* As a code, for handle_get_type_obj and handle_get_obj: they report success, with type 0 and a null object. */
+#define FAKE_ANSWER_EMPTY INT32_MIN
+/* As a code, for x_sema_unlock: it fails and does not release the semaphore. */
+#define FAKE_KEEP_TAKEN (INT32_MIN + 1)
+
+/* What is alive. */
+unsigned fake_live_handles(void);
+unsigned fake_live_semaphores(void);
+unsigned fake_live_blocks(void);
+
+/* Calls of handle_free so far for what is no live handle, or whose callback did not return 1. */
+unsigned fake_bad_frees(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* FAKE_BASIC_FAULTS_H */

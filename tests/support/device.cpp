@@ -1,0 +1,165 @@
+#include "tests/support/device.h"
+
+#include <cstring>
+#include <utility>
+
+#include "mw/basic_services.h"
+#include "mw/filter.h"
+#include "mw/frontend.h"
+
+namespace tests {
+
+void (*gListener)(const std::string& event);
+int gTag;
+
+namespace {
+
+struct Native {
+    const char* name;
+    const char* signature;
+};
+constexpr Native kNatives[] = {
+#define EVENT_NATIVE(event, method, signature) {method, signature},
+    EVENTS(EVENT_NATIVE)};
+
+// The Java objects that report events, in the order of their events.
+struct Reporter {
+    const char* of;
+    jobject object;
+} gReporters[] = {{"Scan", nullptr}, {"Lnb", nullptr}, {"Filter", nullptr}};
+
+thread_local int tHeard;
+
+std::string told(int value) {
+    return std::to_string(value);
+}
+std::string told(void* tag) {
+    return tag == &gTag ? "tag" : "another tag";
+}
+template <typename Element>
+std::string told(const Element* list, size_t count = 2) {
+    std::string text = "[" + told(list[0]);  // what is listened to has two elements at least
+    for (size_t i = 1; i < count; ++i) {
+        text += ", " + told(list[i]);
+    }
+    return text + "]";
+}
+std::string told(FLT_EVT_CB_T* record) {
+    return told(reinterpret_cast<int32_t*>(record), 3);
+}
+std::string told(FLT_EVT_DATA_T* data) {
+    return told(data->ai4_arg, 4) + ", kind " + told(data->e_kind);
+}
+
+template <Event event, typename Result, typename... Args>
+Result on(uint32_t handle, Args... args) {
+    ++tHeard;
+    if (gListener != nullptr) {
+        std::string text = std::string(methodOf(event)) + "(" + std::to_string(handle);
+        ((text += ", " + told(args)), ...);
+        gListener(text + ")");
+    }
+    return static_cast<Result>(77);  // must not reach Java
+}
+
+}  // namespace
+
+jint reportEvent(Event event, uint32_t handle, const std::vector<jint>& numbers, jarray list) {
+    const JNINativeInterface_& jni = realJni();
+    const LocalFrame frame;
+    const auto& [name, signature] = kNatives[static_cast<size_t>(event)];
+    const jobject reporter = gReporters[(event >= Event::kLnb) + (event >= Event::kSection)].object;
+    std::vector<jvalue> arguments(1);
+    arguments[0].i = static_cast<jint>(handle);
+    if (strchr(signature, '[') != nullptr) {
+        arguments.emplace_back().l = list;
+    }
+    for (const jint number : numbers) {
+        arguments.emplace_back().i = number;
+    }
+    const jmethodID id =
+        jni.GetMethodID(env(), jni.GetObjectClass(env(), reporter), name, signature);
+    jint result = 0;
+    if (strchr(signature, 'V') != nullptr) {
+        jni.CallVoidMethodA(env(), reporter, id, arguments.data());
+    } else {
+        result = jni.CallIntMethodA(env(), reporter, id, arguments.data());
+    }
+    mustNotHaveThrown();
+    return result;
+}
+
+const char* methodOf(Event event) {
+    return kNatives[static_cast<size_t>(event)].name;
+}
+
+void registerCountingCallbacks(uint32_t h_pipeline, bool registers) {
+    FE_SCAN_CB_T scan = {};
+    scan.pf_locked_nfy = on<Event::kLocked>;
+    scan.pf_stopped_nfy = on<Event::kStopped>;
+    scan.pf_progress_nfy = on<Event::kProgress>;
+    scan.pf_freq_report_nfy = on<Event::kFrequencies>;
+    scan.pf_symbol_rate_nfy = on<Event::kSymbolRates>;
+    scan.pf_plp_id_nfy = on<Event::kPlpIds>;
+    scan.pf_group_id_nfy = on<Event::kGroupIds>;
+    scan.pf_stream_id_nfy = on<Event::kStreamIds>;
+    scan.pf_dvbs_standard_nfy = on<Event::kDvbsStandard>;
+    scan.pf_dvbt_standard_nfy = on<Event::kDvbtStandard>;
+    scan.pf_hierarchy_nfy = on<Event::kHierarchy>;
+    scan.pv_tag = &gTag;
+    // The callback of an event, or none.
+    const auto of = [=](auto callback) { return registers ? callback : nullptr; };
+    x_native_frontend_register_scan_callback(of(&scan));
+    x_velmora_filter_register_section_callback(of(flt_section_nfy_fct(on<Event::kSection>)));
+    x_velmora_filter_register_filter_status_callback(
+        of(flt_status_nfy_fct(on<Event::kFilterStatus>)));
+    x_native_frontend_require_tuner(h_pipeline);
+    x_native_frontend_register_lnb_callback(h_pipeline, of(fe_lnb_nfy_fct(on<Event::kLnb>)));
+    x_native_frontend_register_lnb_DiseqcMessage_callback(
+        h_pipeline, of(fe_lnb_diseqc_nfy_fct(on<Event::kDiseqc>)));
+    x_native_frontend_close_tuner(h_pipeline);
+}
+
+int takeHeard() {
+    return std::exchange(tHeard, 0);
+}
+
+void resetModel() {
+    callStatic("tests.ScriptedModel", "reset", "()V");
+}
+void script(const std::string& method, const std::string& does) {
+    const LocalFrame frame;
+    callStatic("tests.ScriptedModel", "script", "(Ljava/lang/String;Ljava/lang/String;)V",
+               toJava(method), toJava(does));
+}
+void scriptObject(const std::string& method, const std::string& clazz) {
+    const LocalFrame frame;
+    const jclass found = findClass("android.media.tv.tuner.frontend." + clazz);
+    callStatic("tests.ScriptedModel", "returns", "(Ljava/lang/String;Ljava/lang/Object;)V",
+               toJava(method), realJni().AllocObject(env(), found));
+}
+
+// The first also makes what reports events: a class cannot be loaded while its thread is watched.
+Pipeline::Pipeline() {
+    const LocalFrame frame;
+    const std::string services = "com.halvorin.tv.velmora.services.";
+    for (Reporter& reporter : gReporters) {
+        if (reporter.object == nullptr) {
+            const std::string name =
+                services + "selector.connectmanager.ZytTvInner" + reporter.of + "Callback";
+            reporter.object = realJni().NewGlobalRef(env(), newObject(name, "()V"));
+        }
+    }
+    mObject =
+        realJni().NewGlobalRef(env(), newObject(services + "pipeline.PipelineHandler", "()V"));
+    mWeak = realJni().NewWeakGlobalRef(env(), mObject);
+    handle_alloc(HT_PIPELINE, mWeak, nullptr, nullptr, &mHandle);
+}
+
+Pipeline::~Pipeline() {
+    handle_free(mHandle, 1);
+    realJni().DeleteWeakGlobalRef(env(), mWeak);
+    realJni().DeleteGlobalRef(env(), mObject);
+}
+
+}  // namespace tests

@@ -1,0 +1,14 @@
+# The virtual machine with the library in it, which the tests and the measurements share.
+java_jar(tests tests/java/src platform_jar)
+add_library(test_host STATIC tests/support/host.cpp tests/support/java.cpp tests/support/device.cpp)
+target_include_directories(test_host PUBLIC ${PROJECT_SOURCE_DIR})
+target_compile_definitions(test_host PRIVATE
+    TESTS_JAVA_HOME="${PIPELINE_JAVA_HOME}"
+    TESTS_JARS="${CMAKE_BINARY_DIR}/java"
+    TESTS_LIBRARY="$<TARGET_FILE:halvorin_velmora_pipeline>")
+target_link_libraries(test_host PUBLIC halvorin_velmora_pipeline platform::log platform::cutils
+    platform::utils platform::basic jni_headers Threads::Threads ${CMAKE_DL_LIBS})
+add_dependencies(test_host tests_jar)
+if(PIPELINE_ANDROID)
+    target_compile_definitions(test_host PUBLIC TESTS_ANDROID_RUNTIME)
+endif()

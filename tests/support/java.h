@@ -1,0 +1,28 @@
+// Calls of Java from C++, which are not among those that tests/support/watch.h counts. Java must not throw in
+// them: an exception ends the process.
+
+#ifndef TESTS_JAVA_H
+#define TESTS_JAVA_H
+
+#include <string>
+#include <vector>
+
+#include "tests/support/host.h"
+
+namespace tests {
+
+// What these return are local references. Classes are those of the child class loader, for example
+// "tests.ScriptedModel".
+jclass findClass(const std::string& name);
+jstring toJava(const std::string& text);
+jintArray newArray(const std::vector<jint>& values);
+jbyteArray newArray(const std::vector<jbyte>& values);
+jobject newObject(const std::string& clazz, const char* signature, ...);
+// The method's result is nothing or an object.
+jobject callStatic(const std::string& clazz, const char* method, const char* signature, ...);
+std::string fromJava(jobject text);
+void mustNotHaveThrown();
+
+}  // namespace tests
+
+#endif  // TESTS_JAVA_H

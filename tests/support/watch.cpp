@@ -1,0 +1,412 @@
+#include "tests/support/watch.h"
+
+#include <fake/basic_faults.h>
+
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <utility>
+
+extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
+
+namespace tests {
+
+namespace {
+
+enum Counter { kNoCount, kGlobals, kLocals, kElements, kAttachments, kCounters };
+std::array<std::atomic<int>, kCounters> gCounts;
+
+// Every call that the library makes, each named as the function is: JNI functions with their ways to
+// fail, whether Java runs in them, and the count that they change; then the invocation interface and, in the
+// order of fake_service_t, the services. IsSameObject and the array regions never fail: the library
+// sets whole arrays.
+#define CALLS(JNI, OTHER)                                            \
+    JNI(FindClass, kFails | kThrows, true, kLocals, 1)               \
+    JNI(GetMethodID, kFails | kThrows, true, kNoCount, 0)            \
+    JNI(RegisterNatives, kFails | kThrows, false, kNoCount, 0)       \
+    JNI(NewGlobalRef, kFails | kThrows, false, kGlobals, 1)          \
+    JNI(DeleteGlobalRef, 0, false, kGlobals, -1)                     \
+    JNI(NewLocalRef, kFails | kThrows, false, kLocals, 1)            \
+    JNI(DeleteLocalRef, 0, false, kLocals, -1)                       \
+    JNI(IsSameObject, 0, false, kNoCount, 0)                         \
+    JNI(NewObjectA, kFails | kThrows, true, kLocals, 1)              \
+    JNI(CallVoidMethodA, kThrows, true, kNoCount, 0)                 \
+    JNI(CallBooleanMethodA, kThrows, true, kNoCount, 0)              \
+    JNI(CallIntMethodA, kThrows, true, kNoCount, 0)                  \
+    JNI(CallLongMethodA, kThrows, true, kNoCount, 0)                 \
+    JNI(CallObjectMethodA, kFails | kThrows, true, kLocals, 1)       \
+    JNI(NewByteArray, kFails | kThrows, false, kLocals, 1)           \
+    JNI(NewIntArray, kFails | kThrows, false, kLocals, 1)            \
+    JNI(GetArrayLength, 0, false, kNoCount, 0)                       \
+    JNI(SetByteArrayRegion, 0, false, kNoCount, 0)                   \
+    JNI(SetIntArrayRegion, 0, false, kNoCount, 0)                    \
+    JNI(GetByteArrayElements, kFails | kThrows, false, kElements, 1) \
+    JNI(GetIntArrayElements, kFails | kThrows, false, kElements, 1)  \
+    JNI(ReleaseByteArrayElements, 0, false, kElements, -1)           \
+    JNI(ReleaseIntArrayElements, 0, false, kElements, -1)            \
+    JNI(ExceptionCheck, 0, false, kNoCount, 0)                       \
+    JNI(ExceptionDescribe, 0, true, kNoCount, 0)                     \
+    JNI(ExceptionClear, 0, false, kNoCount, 0)                       \
+    OTHER(GetEnv, kFails | kEmpty)                                   \
+    OTHER(AttachCurrentThread, kFails | kEmpty)                      \
+    OTHER(DetachCurrentThread, kFails)                               \
+    OTHER(handle_alloc, kFails)                                      \
+    OTHER(handle_get_type_obj, kFails | kEmpty)                      \
+    OTHER(handle_get_obj, kFails | kEmpty)                           \
+    OTHER(handle_free, kFails)                                       \
+    OTHER(x_sema_create, kFails)                                     \
+    OTHER(x_sema_lock, kFails)                                       \
+    OTHER(x_sema_unlock, kFails | kKeeps)                            \
+    OTHER(x_sema_delete, kFails)                                     \
+    OTHER(x_mem_alloc, kFails)                                       \
+    OTHER(x_mem_free, 0)
+
+enum class Call {
+#define CALL_NAME(name, ...) name,
+    CALLS(CALL_NAME, CALL_NAME)
+};
+
+// Never destroyed, as what follows: threads may still call at the end of the process.
+struct CallTraits {
+    const char* name;
+    int ways;
+    bool entersJava;
+    Counter count;
+    int change;
+};
+const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
+#define JNI_TRAITS(name, ...) {#name, __VA_ARGS__},
+#define OTHER_TRAITS(name, ways) {#name, ways, false, kNoCount, 0},
+    CALLS(JNI_TRAITS, OTHER_TRAITS)};
+
+const CallTraits& traits(Call call) {
+    return gTraits[static_cast<size_t>(call)];
+}
+
+JNINativeInterface_ gWatchedTable;
+thread_local bool tWatching;
+thread_local std::string tLastClass;  // that the library looked up
+thread_local jmethodID tLastMethod;   // that it called
+
+// Which call fails, and how.
+struct Fault {
+    std::string call;  // empty: any
+    size_t left;       // such calls until it fails, itself included
+    Failure failure;
+};
+
+struct JavaMethod {
+    std::string clazz;
+    std::string name;
+    std::string signature;
+};
+
+struct State {
+    std::atomic<bool> noting{false};  // any of what follows is in force
+    std::mutex lock;                  // of what follows
+    bool recording = false;
+    std::vector<Point> points;
+    std::vector<Fault> faults;
+    std::map<jmethodID, JavaMethod> methods;
+};
+State& gState = *new State();
+
+// Lets the calling thread see the function table that it is to see.
+void setTable() {
+    void* env = nullptr;
+    if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
+        static_cast<JNIEnv*>(env)->functions = tWatching ? &gWatchedTable : &realJni();
+    }
+}
+
+JavaMethod methodOf(jmethodID id) {
+    const auto method = gState.methods.find(id);
+    return method != gState.methods.end() ? method->second : JavaMethod();
+}
+
+// What a JNI call is about, from its arguments.
+struct Subject {
+    const char* text = nullptr;         // the name that is looked up or registered
+    const char* signature = nullptr;    // of what is looked up
+    jmethodID method = nullptr;         // the Java method that is called
+    const jvalue* arguments = nullptr;  // of it
+    jobject object = nullptr;
+    jint mode = 0;  // of a release
+
+    // What the virtual machine complains of until here is about the method called before.
+    ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
+
+    void take(const char* argument) { (text == nullptr ? text : signature) = argument; }
+    void take(const JNINativeMethod* natives) { text = natives->name; }
+    void take(jmethodID id) { method = id; }
+    void take(const jvalue* values) { arguments = values; }
+    void take(jobject argument) { object = argument; }
+    void take(jint argument) { mode = argument; }
+    void take(...) {}
+
+    std::string name() const {
+        const std::string full = text != nullptr ? text : methodOf(method).name;
+        return full.substr(full.rfind('/') + 1);
+    }
+};
+
+// type: where the arguments' types stand in a signature.
+std::string textOf(const char* type, const jvalue* argument) {
+    std::string text;
+    for (const char* comma = ""; *type != ')'; comma = ", ", ++argument) {
+        text += comma;
+        if (strchr("ZIJ", *type) != nullptr) {
+            // Of a boolean the byte itself; Java would see true for every one but 0.
+            text += std::to_string(*type == 'Z'   ? argument->z
+                                   : *type == 'I' ? argument->i
+                                                  : argument->j);
+        } else {
+            text += fromJava(callStatic("tests.ScriptedModel", "show",
+                                        "(Ljava/lang/Object;)Ljava/lang/String;", argument->l));
+        }
+        type += *type == 'L' ? strcspn(type, ";") + 1 : *type == '[' ? 2 : 1;
+    }
+    return text;
+}
+
+// How this call is to fail; a Java exception is then pending if that is how.
+std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject& subject = {}) {
+    if (!tWatching || !gState.noting) {
+        return std::nullopt;
+    }
+    std::optional<Failure> result;
+    JavaMethod method;
+    {
+        const std::lock_guard<std::mutex> lock(gState.lock);
+        if (gState.recording) {
+            gState.points.push_back(
+                {traits(call).name, subject.name(), subject.mode, traits(call).ways});
+        }
+        for (Fault& fault : gState.faults) {
+            if ((fault.call.empty() || fault.call == traits(call).name) && --fault.left == 0) {
+                result = fault.failure;
+            }
+        }
+        method = methodOf(subject.method);
+    }
+    const Watch unwatched(false);
+    if (gState.recording && subject.arguments != nullptr) {
+        const jthrowable pending = env->ExceptionOccurred();
+        env->ExceptionClear();
+        addToLog(method.clazz + "." + method.name + "(" +
+                 textOf(method.signature.c_str() + 1, subject.arguments) + ")");
+        if (pending != nullptr) {
+            env->Throw(pending);
+        }
+        env->DeleteLocalRef(pending);
+    }
+    if (result == kThrows) {
+        const LocalFrame frame;
+        env->Throw(static_cast<jthrowable>(newObject("tests.MadeToFail", "()V")));
+    }
+    return result;
+}
+
+// --- The function table ---
+
+void account(Call call) {
+    gCounts[traits(call).count] += traits(call).change;
+}
+
+// What a call that succeeded is known by later.
+void learn(const Subject& subject, jclass) {
+    tLastClass = subject.name();
+}
+void learn(const Subject& subject, jmethodID id) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.methods[id] = {tLastClass, subject.text, subject.signature};
+}
+template <typename Result>
+void learn(const Subject&, Result) {}
+
+template <auto member, Call call>
+struct Hook;
+
+template <typename Result, typename... Args,
+          Result (JNICALL* JNINativeInterface_::*member)(JNIEnv*, Args...), Call call>
+struct Hook<member, call> {
+    static Result JNICALL run(JNIEnv* env, Args... args) {
+        Subject subject;
+        (subject.take(args), ...);
+        if (intercept(call, env, subject)) {
+            if constexpr (call == Call::RegisterNatives) {
+                return JNI_ERR;
+            } else {
+                return Result();
+            }
+        }
+        if constexpr (std::is_void_v<Result>) {
+            callReal(env, args...);
+            if (subject.object != nullptr) {
+                account(call);
+            }
+        } else {
+            const Result result = callReal(env, args...);
+            if (result != Result()) {
+                account(call);
+                learn(subject, result);
+            }
+            return result;
+        }
+    }
+
+    static Result JNICALL callReal(JNIEnv* env, Args... args) {
+        // What Java does in there is not the library's.
+        const Watch watch(!traits(call).entersJava);
+        return (realJni().*member)(env, args...);
+    }
+};
+
+// What is not in the list stays null.
+void fillTable() {
+#define HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
+#define NO_HOOK(...)
+    CALLS(HOOK, NO_HOOK)
+}
+
+// --- The invocation interface and the services ---
+
+thread_local bool tAttachedBefore;
+
+// How a call that asks for the environment is to fail.
+std::optional<jint> failing(Call call, void** env) {
+    const std::optional<Failure> failure = intercept(call);
+    if (failure) {
+        *env = nullptr;
+        return failure == kEmpty ? JNI_OK : JNI_EDETACHED;
+    }
+    return std::nullopt;
+}
+
+jint JNICALL getEnvHook(JavaVM*, void** env, jint version) {
+    const std::optional<jint> failure = failing(Call::GetEnv, env);
+    return failure ? *failure : vm()->GetEnv(env, version);
+}
+
+jint JNICALL attachHook(JavaVM*, void** env, void* args) {
+    if (const std::optional<jint> failure = failing(Call::AttachCurrentThread, env)) {
+        return *failure;
+    }
+    void* before = nullptr;
+    tAttachedBefore = vm()->GetEnv(&before, JNI_VERSION_1_4) == JNI_OK;
+    const jint result = vm()->AttachCurrentThread(env, args);
+    if (result == JNI_OK) {
+        setTable();
+        ++gCounts[kAttachments];
+    }
+    return result;
+}
+
+jint JNICALL detachHook(JavaVM*) {
+    void* env = nullptr;
+    vm()->GetEnv(&env, JNI_VERSION_1_4);
+    const std::optional<Failure> failure =
+        intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
+    --gCounts[kAttachments];
+    const Watch unwatched(false);
+    // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
+    const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
+    return failure ? JNI_ERR : result;
+}
+
+int32_t serviceHook(fake_service_t service) {
+    const auto call =
+        static_cast<Call>(static_cast<int>(Call::handle_alloc) + static_cast<int>(service));
+    happens(traits(call).name);
+    const std::optional<Failure> failure = intercept(call);
+    return !failure            ? 0
+           : failure == kEmpty ? FAKE_ANSWER_EMPTY
+           : failure == kKeeps ? FAKE_KEEP_TAKEN
+                               : kServiceError;
+}
+
+// It is about an exception, and comes after a neglected method.
+bool toleratesComplaint(const std::string& complaint) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    return complaint.find("exception") != std::string::npos &&
+           isNeglected(methodOf(tLastMethod).name);
+}
+
+}  // namespace
+
+Watch::Watch(bool watching) : mBefore(std::exchange(tWatching, watching)) {
+    setTable();
+}
+Watch::~Watch() {
+    tWatching = mBefore;
+    setTable();
+}
+
+void startWatchedVm(const std::vector<std::string>& options) {
+    startVm(options);
+    fillTable();
+    tolerateComplaints(toleratesComplaint);
+    fake_set_service_hook(serviceHook);
+    keepLog();
+}
+
+jint loadWatchedLibrary() {
+    static JNIInvokeInterface_ table = *vm()->functions;
+    table.GetEnv = getEnvHook;
+    table.AttachCurrentThread = attachHook;
+    table.DetachCurrentThread = detachHook;
+    static JavaVM_ watched = {&table};
+    const Watch unwatched(false);  // on the way to the entry
+    return callFromJava([] { return callWatched([] { return JNI_OnLoad(&watched, nullptr); }); });
+}
+
+void failCall(const std::string& call, size_t nth, Failure failure) {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.faults.push_back({call, nth, failure});
+    gState.noting = true;
+}
+
+void record() {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.points.clear();
+    gState.recording = gState.noting = true;
+}
+
+std::vector<Point> recorded() {
+    const std::lock_guard<std::mutex> lock(gState.lock);
+    gState.recording = gState.noting = false;
+    gState.faults.clear();
+    return std::exchange(gState.points, {});
+}
+
+bool isNeglected(const std::string& javaMethod) {
+    static const auto& kMethods = *new std::set<std::string>{
+        "setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
+        "onStop",          "onFlush",      "onRead",        "onSetSectionConfig"};
+    return kMethods.count(javaMethod) != 0;
+}
+
+ResourceCounts resourceCounts() {
+    return {{kGlobalRefs, gCounts[kGlobals]}, {"local references", gCounts[kLocals]},
+            {"elements", gCounts[kElements]}, {"attachments", gCounts[kAttachments]},
+            {"handles", fake_live_handles()}, {"semaphores", fake_live_semaphores()},
+            {"blocks", fake_live_blocks()},   {"peers", liveRefBases()},
+            {"bad frees", fake_bad_frees()}};
+}
+
+std::string changesSince(const ResourceCounts& before) {
+    std::string text;
+    for (const auto& [name, count] : resourceCounts()) {
+        const int more = count - before.at(name);
+        if (more != 0) {
+            text += (text.empty() ? "" : ", ") + name + ": " + (more > 0 ? "+" : "") +
+                    std::to_string(more);
+        }
+    }
+    return text;
+}
+
+}  // namespace tests
