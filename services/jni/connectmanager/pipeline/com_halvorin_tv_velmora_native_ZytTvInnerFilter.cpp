@@ -10,10 +10,13 @@
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_access.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_events.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
 using android::JNativeInnerFilter;
+using android::shown;
 
 namespace {
 
@@ -153,52 +156,11 @@ int subInnerFilterReference(int64_t instance) {
 }  // extern "C"
 #pragma GCC visibility pop
 
-#define ROW(member, name, signature) JAVA_METHOD_ROW(android::gFields, member, name, signature)
-
-static constexpr android::JavaMethodRow kFilterMethods[] = {
-    ROW(constructorFilterId, "<init>",
-        "(Lcom/halvorin/tv/velmora/services/pipeline/PipelineHandler;)V"),
-    ROW(setNativeHandleId, "setNativeHandle", "(I)V"),
-    ROW(onOpenFilterId, "onOpenFilter",
-        "(IIJLcom/halvorin/tv/velmora/services/selector/connectmanager/"
-        "ZytTvInnerFilterCallbackThread;)I"),
-    ROW(onCloseFilterId, "onCloseFilter", "()I"),
-    ROW(onSetSectionConfigId, "onSetSectionConfig", "(IZZZ[B[B[B)I"),
-    ROW(onStartId, "onStart", "()I"),
-    ROW(onReadId, "onRead", "([BJJ)I"),
-    ROW(onFlushId, "onFlush", "()I"),
-    ROW(onStopId, "onStop", "()I"),
-};
-
-#undef ROW
-
-static constexpr android::JavaMethodRow kCallbackThreadMethods[] = {
-    JAVA_METHOD_ROW(android::gCallbackThreadFields, constructorId, "<init>", "()V"),
-    JAVA_METHOD_ROW(android::gCallbackThreadFields, release, "release", "()V"),
-};
-
-static void com_halvorin_tv_velmora_innerfilter_native_init(JNIEnv* env) {
-    android::bindJavaClass(
-        env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFilter",
-        &android::gFields.filterClazz, kFilterMethods, kFilterSite, __LINE__);
-    FILTER_LOG("<%s:%4d> innerfilter_native_init success.\n");
-}
-
-static void com_halvorin_tv_velmora_filter_callback_thread_native_init(JNIEnv* env) {
-    android::bindJavaClass(
-        env,
-        "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFilterCallbackThread",
-        &android::gCallbackThreadFields.callbackThreadClazz, kCallbackThreadMethods, kFilterSite,
-        __LINE__);
-    FILTER_LOG("<%s:%4d> filter_callback_thread_native_init success.\n");
-}
-
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFilter(JNIEnv* env) {
     if (registerFilterEventNatives(env) != 0) {
         FILTER_LOG("<%s:%4d> Failed to register data source filter native methods");
         return 0;
     }
-    com_halvorin_tv_velmora_innerfilter_native_init(env);
-    com_halvorin_tv_velmora_filter_callback_thread_native_init(env);
+    bindFilterClasses(env);
     return 1;
 }

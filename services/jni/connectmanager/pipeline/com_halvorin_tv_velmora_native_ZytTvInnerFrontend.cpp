@@ -8,6 +8,7 @@
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_registry.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
@@ -213,37 +214,6 @@ int x_native_frontend_lnb_close(unsigned int h_pipeline) {
 }  // extern "C"
 #pragma GCC visibility pop
 
-#define ROW(member, name, signature) JAVA_METHOD_ROW(gFields, member, name, signature)
-
-static constexpr android::JavaMethodRow kFrontendMethods[] = {
-    ROW(frontendConstructorID, "<init>",
-        "(Lcom/halvorin/tv/velmora/services/pipeline/PipelineHandler;)V"),
-    ROW(onTuneId, "onTune", "(Landroid/media/tv/tuner/frontend/FrontendSettings;)I"),
-    ROW(onCancelTuningId, "onCancelTuning", "()I"),
-    ROW(onSetNativeHandleId, "onSetNativeHandle", "(I)V"),
-    ROW(onOpenFrontendId, "onOpenFrontend", "()I"),
-    ROW(onCloseFrontendId, "onCloseFrontend", "()I"),
-    ROW(onScanId, "onScan", "(Landroid/media/tv/tuner/frontend/FrontendSettings;I)I"),
-    ROW(onCancelScanningId, "onCancelScanning", "()I"),
-    ROW(onGetServiceAreaCodeId, "onGetServiceAreaCode", "()I"),
-    ROW(onSetLnaEnabledId, "onSetLnaEnabled", "(Z)I"),
-    ROW(onGetFrontendStatusId, "onGetFrontendStatus",
-        "([I)Landroid/media/tv/tuner/frontend/FrontendStatus;"),
-    ROW(onGetFrontendSettingId, "onGetFrontendSetting",
-        "()Landroid/media/tv/tuner/frontend/FrontendSettings;"),
-    ROW(onOpenLnbId, "onOpenLnb", "()I"),
-    ROW(onLnbSetVoltageID, "onSetVoltage", "(I)I"),
-    ROW(onLnbSetToneID, "onSetTone", "(I)I"),
-    ROW(onLnbSetSatellitePositionID, "onSetSatellitePosition", "(I)I"),
-    ROW(onLnbGetVoltageID, "onGetVoltage", "()I"),
-    ROW(onLnbGetToneID, "onGetTone", "()I"),
-    ROW(onLnbGetSatellitePositionID, "onGetSatellitePosition", "()I"),
-    ROW(onLnbSendDiseqcMessageID, "onSendDiseqcMessage", "([B)I"),
-    ROW(onLnbCloseID, "onLnbClose", "()V"),
-};
-
-#undef ROW
-
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFrontend(JNIEnv* env) {
     if (registerScanNatives(env) != 0) {
         LOG_ERROR("Failed to register resource scan callback native methods");
@@ -253,10 +223,6 @@ int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFrontend(JNIEnv* e
         LOG_ERROR("Failed to register lnb callback native methods");
         return 0;
     }
-    android::bindJavaClass(
-        env, "com/halvorin/tv/velmora/services/selector/connectmanager/ZytTvInnerFrontend",
-        &gFields.frontendClazz, kFrontendMethods, kFrontendSite, __LINE__);
-    bindSettingsClasses(env);
-    bindStatusClass(env);
+    bindFrontendClasses(env);
     return 1;
 }

@@ -6,10 +6,9 @@
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
 namespace android {
-
-CallbackThreadFields gCallbackThreadFields;
 
 int JNativeCallbackThread::createThread() {
     if (javaVm() == nullptr) {

@@ -4,10 +4,9 @@
 
 #include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
 namespace android {
-
-FilterFields gFields;
 
 namespace {
 

@@ -3,27 +3,17 @@
 #include "mw/basic_services.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeCallbackThread.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_handles.h"
-#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
+using android::addressIn;
 using android::JNativeInnerFilter;
+using android::peerOf;
+using android::shown;
 using android::sp;
 using android::widened;
 
 namespace {
-
-// The address in an instance: what is left of it in a pointer, widened again. An instance that is no
-// address differs from it; there can be one only where pointers have 32 bits.
-int64_t addressIn(int64_t instance) {
-    return widened(reinterpret_cast<void*>(static_cast<uintptr_t>(instance)));
-}
-
-// The peer at an instance: null when the value is no address, and then nothing is dereferenced.
-sp<JNativeInnerFilter> peerOf(int64_t instance) {
-    return sp<JNativeInnerFilter>(
-        addressIn(instance) == instance
-            ? reinterpret_cast<JNativeInnerFilter*>(static_cast<uintptr_t>(instance))
-            : nullptr);
-}
 
 constexpr char kOpen[] = "x_velmora_filter_open";
 constexpr char kClose[] = "x_velmora_filter_close";

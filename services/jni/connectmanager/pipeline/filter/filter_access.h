@@ -21,11 +21,6 @@ int closeFilter(uint32_t hfilter);
 int addFilterReference(int64_t instance);
 int subFilterReference(int64_t instance);
 
-// An instance as log lines show it with %llx.
-inline unsigned long long shown(int64_t instance) {
-    return static_cast<unsigned long long>(instance);
-}
-
 // What an access to a filter says when it fails.
 struct FilterAccessMessages {
     const char* function;

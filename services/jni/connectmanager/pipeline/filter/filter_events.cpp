@@ -6,7 +6,7 @@
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_access.h"
-#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
 using android::JNativeInnerFilter;
 

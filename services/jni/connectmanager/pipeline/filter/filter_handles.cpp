@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "mw/basic_services.h"
-#include "services/jni/connectmanager/pipeline/filter/filter_java.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
 namespace {
 

@@ -1,26 +1,12 @@
-// What the filter side knows of Java, and how it logs. The tables are filled once while the library
-// loads, and only read afterwards. The frontend side has a table named gFields of its own; this one
-// is android::gFields.
+// What the filter side calls in Java. The tables are filled once while the library loads, and only read
+// afterwards. The frontend side has a table named gFields of its own; this one is android::gFields.
 
 #ifndef FILTER_JAVA_H
 #define FILTER_JAVA_H
 
 #include <jni.h>
 
-#include <cstdint>
-
-#include "log/halvorin_log.h"
-#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
-
-constexpr FatalSite kFilterSite = {
-    "ZytTvInnerFilter_JNI",
-    "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp"};
-
-// An INFO line. Its format begins with "<%s:%4d>": the function that logs and the source line.
-#define FILTER_LOG_AS(function, format, ...) \
-    HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, format, function, __LINE__, ##__VA_ARGS__)
-#define FILTER_LOG(...) FILTER_LOG_AS(__func__, __VA_ARGS__)
 
 namespace android {
 
@@ -46,11 +32,9 @@ struct CallbackThreadFields {
 };
 extern CallbackThreadFields gCallbackThreadFields;
 
-// A pointer as the 64-bit value in which it travels through the middleware.
-inline int64_t widened(const void* pointer) {
-    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pointer));
-}
-
 }  // namespace android
+
+// Fills the tables; what is missing ends the process.
+void bindFilterClasses(JNIEnv* env);
 
 #endif  // FILTER_JAVA_H

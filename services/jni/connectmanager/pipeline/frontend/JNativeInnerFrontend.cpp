@@ -5,8 +5,7 @@
 #include "mw/basic_services.h"
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
-
-FrontendFields gFields;
+#include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 
 namespace android {
 

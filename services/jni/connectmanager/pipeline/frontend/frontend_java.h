@@ -1,23 +1,12 @@
-// What the frontend side knows of Java, and how it logs. The tables are filled once while the library
-// loads, and only read afterwards. The filter side has a table named gFields of its own; this one is
-// ::gFields.
+// What the frontend side calls in Java. The tables are filled once while the library loads, and only
+// read afterwards. The filter side has a table named gFields of its own; this one is ::gFields.
 
 #ifndef FRONTEND_JAVA_H
 #define FRONTEND_JAVA_H
 
 #include <jni.h>
 
-#include "log/halvorin_log.h"
-#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
-
-constexpr FatalSite kFrontendSite = {
-    "ZYT_MW",
-    "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp"};
-
-#define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, kFrontendSite.tag, __VA_ARGS__)
-#define LOG_INFO(...) HALVORIN_LOG(::halvorin::kLogInfo, kFrontendSite.tag, __VA_ARGS__)
-#define LOG_ERROR(...) HALVORIN_LOG(::halvorin::kLogError, kFrontendSite.tag, __VA_ARGS__)
 
 // The framework's frontend object, one for each peer.
 struct FrontendFields {
@@ -46,8 +35,51 @@ struct FrontendFields {
 };
 extern FrontendFields gFields;
 
-// The platform's settings classes and its status class; each has a table of its own.
-void bindSettingsClasses(JNIEnv* env);
-void bindStatusClass(JNIEnv* env);
+// The platform's settings classes.
+struct ConfigFields {
+    jclass frontendSettingsClazz;
+    android::JavaMethod<jint()> getTypeID;
+    android::JavaMethod<jint()> getFrequencyID;
+    android::JavaMethod<void(jint)> setEndFrequencyID;
+    jclass dtmbClazz;
+    android::JavaConstructor<jint, jint, jint, jint, jint, jint, jint> dtmbConstructorID;
+    android::JavaMethod<jint()> dtmbGetBandwidthID;
+    jclass dvbtClazz;
+    android::JavaConstructor<jint, jint, jint, jint, jint, jint, jint, jint, jboolean, jint,
+                             jboolean, jint, jint, jint>
+        dvbtConstructorID;
+    android::JavaMethod<jint()> dvbtGetStandardID;
+    android::JavaMethod<jint()> dvbtGetBandwidthID;
+    jclass dvbcClazz;
+    android::JavaConstructor<jint, jint, jlong, jint, jint, jint, jint, jint, jint>
+        dvbcConstructorID;
+    android::JavaMethod<jint()> dvbcGetBandwidthID;
+    jclass dvbsClazz;
+    android::JavaConstructor<jint, jint, jobject, jint, jint, jint, jint, jint, jint, jint,
+                             jboolean>
+        dvbsConstructorID;
+    jclass dvbsCodeRateClazz;
+    android::JavaConstructor<jlong, jboolean, jboolean, jint> dvbsCodeRateConstructorID;
+    jclass isdbtClazz;
+    android::JavaConstructor<jint, jint, jint, jint, jint, jint, jint> isdbtConstructorID;
+    android::JavaMethod<jint()> isdbtGetBandwidthID;
+    jclass isdbsClazz;
+    android::JavaConstructor<jint, jint, jint, jint, jint, jint, jint> isdbsConstructorID;
+    jclass atscClazz;
+    android::JavaConstructor<jint, jint> atscConstructorID;
+};
+extern ConfigFields gConfigFields;
+
+// The platform's status class: a getter for each kind.
+struct FrontendStatusFields {
+    jclass frontendStatusClass;
+#define KIND(type, result, getter, field, line) android::JavaMethod<result()> getter##ID;
+#define LIST(type, member, getter, field, line, missing) android::JavaMethod<jintArray()> member;
+#include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
+};
+extern FrontendStatusFields gFrontendFields;
+
+// Fills the tables; what is missing ends the process.
+void bindFrontendClasses(JNIEnv* env);
 
 #endif  // FRONTEND_JAVA_H

@@ -5,29 +5,11 @@
 
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 
 namespace {
 
 using android::JavaMethod;
-
-struct FrontendStatusFields {
-    jclass frontendStatusClass;
-#define KIND(type, result, getter, field, line) JavaMethod<result()> getter##ID;
-#define LIST(type, member, getter, field, line, missing) JavaMethod<jintArray()> member;
-#include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
-};
-FrontendStatusFields gFrontendFields;
-
-constexpr android::JavaMethodRow kGetters[] = {
-#define SIGNATURE_jboolean "()Z"
-#define SIGNATURE_jint "()I"
-#define SIGNATURE_jlong "()J"
-#define KIND(type, result, getter, field, line) \
-    JAVA_METHOD_ROW(gFrontendFields, getter##ID, #getter, SIGNATURE_##result),
-#define LIST(type, member, getter, field, line, missing) \
-    JAVA_METHOD_ROW(gFrontendFields, member, #getter, "()[I"),
-#include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
-};
 
 // A request may hold any 32-bit value, also one that the enumeration cannot.
 int32_t requestedType(const FE_STATUS_TYPE_E* pi4_type, int index) {
@@ -106,11 +88,6 @@ void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festa
 }
 
 }  // namespace
-
-void bindStatusClass(JNIEnv* env) {
-    android::bindJavaClass(env, "android/media/tv/tuner/frontend/FrontendStatus",
-                           &gFrontendFields.frontendStatusClass, kGetters, kFrontendSite, __LINE__);
-}
 
 namespace android {
 

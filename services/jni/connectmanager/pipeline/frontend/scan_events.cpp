@@ -6,7 +6,7 @@
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/frontend/array_elements.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
-#include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
-#include "services/jni/connectmanager/pipeline/frontend/settings_java.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 
 namespace {
 

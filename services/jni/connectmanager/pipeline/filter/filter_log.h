@@ -1,0 +1,18 @@
+// How the filter side logs and reports fatal assertions.
+
+#ifndef FILTER_LOG_H
+#define FILTER_LOG_H
+
+#include "log/halvorin_log.h"
+#include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
+
+constexpr FatalSite kFilterSite = {
+    "ZytTvInnerFilter_JNI",
+    "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp"};
+
+// An INFO line. Its format begins with "<%s:%4d>": the function that logs and the source line.
+#define FILTER_LOG_AS(function, format, ...) \
+    HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, format, function, __LINE__, ##__VA_ARGS__)
+#define FILTER_LOG(...) FILTER_LOG_AS(__func__, __VA_ARGS__)
+
+#endif  // FILTER_LOG_H
