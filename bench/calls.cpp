@@ -129,6 +129,8 @@ std::vector<Call> callsWithRecords() {
         MW_FESETTING_T settings = {};
         settings.e_type = type;
         settings.mFrequency = 1236;
+        settings.mEndFrequency =
+            2147;  // Java refuses 0, and the exception would take longer than all else
         if (type == MW_FE_TYPE_DVBS) {
             settings.u.t_dvbs.pt_code_rate = &codeRate;
         }

@@ -22,12 +22,12 @@ extern "C" {
  *             2150 MHz behind the LNB, for other systems 42 to 1002 MHz. Outside it gives 1.
  *             The settings of either are in force until the next tune; cancelling changes nothing.
  *   Status    before the first tune none can be had: the query gives -1, and so does that for the
- *             settings. After it, also one that was refused, both locks are there; symbol rate, FEC,
- *             modulation, inversion, rolloff, bandwidth, hierarchy and PLP are those of the settings
- *             (of ISDB-T the lists of modulations and code rates, of one layer), and the voltage of a
- *             satellite's LNB is the one that was set. SNR, MER, quality and strength are the better
- *             the lower the frequency is; AGC and offset follow from it too. What else there is says
- *             0, and the amplifier is on.
+ *             settings. After it, also one that was refused, these kinds are reported: both locks,
+ *             which are there; SNR, MER, quality and strength, which are the better the lower the
+ *             frequency is; AGC, which follows from it too; and as in the settings modulation (of
+ *             ISDB-T also as a list, of one layer), of DVB-S and DVB-C symbol rate and FEC, and of
+ *             DVB-S the LNB's voltage, which is the one that was set. Another kind is not reported:
+ *             its field becomes 0, and Java prints an exception.
  *   Scan      starts at once, on a thread of its own, and never fails. It reports 0 to 100 percent in
  *             steps of 5. At 50 it locks and finds one transponder, which is the settings that were
  *             asked for: frequency, symbol rate (DVB-S, DVB-C), input stream and standard (DVB-S), PLP,

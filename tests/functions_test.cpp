@@ -214,10 +214,10 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         tests::script("*", std::to_string(tests::kJavaValue));
         tests::script("onOpenFilter", "0");
         tests::script("onRead", std::to_string(tests::kBytesRead));
-        tests::scriptObject("onGetFrontendStatus", "FrontendStatus");
+        tests::script("onGetFrontendStatus", "FrontendStatus");
         tests::script("getExtendedModulations", "[0, 0]");
         tests::script("getCodeRates", "[0, 0]");
-        tests::scriptObject("onGetFrontendSetting", "DvbtFrontendSettings");
+        tests::script("onGetFrontendSetting", "DvbtFrontendSettings");
         tests::script("getType", std::to_string(MW_FE_TYPE_DVBT));
         tests::setLogLevel("V");
     }

@@ -22,8 +22,8 @@ namespace {
 
 // Delivery systems: what comes of settings before the object is made, and then. What stands in braces
 // is read from the record: a letter and an offset. I is 32 bits, J 64 bits, B a byte, K 32 bits times a
-// thousand, which wraps, M 32 bits times a million, which is bounded. A + stands behind offsets that lie 8 bytes further where
-// pointers have 8 bytes, because they come after the pointer to the code rate.
+// thousand, which wraps, M 32 bits times a million, which is bounded. A + stands behind offsets that lie
+// 8 bytes further where pointers have 8 bytes, because they come after the pointer to the code rate.
 const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
     {2,
      {"D [ATSC] mFrequency = {I56}, mModulation = {I0},\n",
@@ -223,7 +223,9 @@ struct Oracle {
         std::string lines = "ZytTvInnerFrontend.onGetFrontendSetting()\n";
         for (const auto& [type, row] : kReadbacks) {
             if (type == 0 || type == call.javaInt) {
-                tests::scriptObject("onGetFrontendSetting", row.first);
+                // Of the base class, which is abstract, there are no objects.
+                tests::script("onGetFrontendSetting",
+                              type == 0 ? "AtscFrontendSettings" : row.first);
                 lines += read(row.first, row.second, "D getFrontendSetting, ");
             }
         }
@@ -241,7 +243,7 @@ struct Oracle {
             return lines + "E getFrontendStatus, pi4_type == NULL || pt_festatus == NULL.\n";
         }
         result = 0;
-        tests::scriptObject("onGetFrontendStatus", "FrontendStatus");
+        tests::script("onGetFrontendStatus", "FrontendStatus");
         const std::vector<int32_t> kinds(call.kinds, call.kinds + call.kindCount);
         for (const int32_t kind : kinds) {
             lines += "D getFrontendStatus, get type is " + std::to_string(kind) + "\n";

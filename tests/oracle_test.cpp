@@ -42,15 +42,18 @@ TEST_F(OracleTest, SettingsOfEveryTypeAreTranslatedOrRefused) {
     }
 }
 
-TEST_F(OracleTest, DvbsRefusesAFrequencyThatDoesNotFitAndIsdbtAnAreaBelow0) {
-    for (const int32_t number : {2147, 2148, -2147, -2148, -1, 0, INT32_MAX, INT32_MIN}) {
-        Case call = caseOf(kScan, kDvbs);
-        call.endFrequency = call.javaInt = number;
-        expectRight(call);
-        call.frequency = number;
-        expectRight(call);
-        call.type = kIsdbt;
-        expectRight(call);
+// Java refuses an end frequency below 1.
+TEST_F(OracleTest, DvbsRefusesAFrequencyThatDoesNotFitButNoEndAndIsdbtAnAreaBelow0) {
+    for (const int32_t number : {1, 2147, 2148, -2147, -2148, -1, 0, INT32_MAX, INT32_MIN}) {
+        for (const Entry entry : {kTune, kScan}) {
+            Case call = caseOf(entry, kDvbs);
+            call.endFrequency = call.javaInt = number;
+            expectRight(call);
+            call.frequency = number;
+            expectRight(call);
+            call.type = kIsdbt;
+            expectRight(call);
+        }
     }
 }
 

@@ -198,21 +198,39 @@ static bool agrees(const MW_FESETTING_T* pt_settings, const FE_STATUS_T* pt_stat
 
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size) {
-    FE_STATUS_TYPE_E kinds[FE_STATUS_MAX_TYPES]; /* those that are not supported are skipped */
-    for (unsigned char i = 0; i < FE_STATUS_MAX_TYPES; ++i) {
-        kinds[i] = (FE_STATUS_TYPE_E)i;
+    /* What the tuner reports of every system, and then of some. */
+    FE_STATUS_TYPE_E kinds[FE_STATUS_MAX_TYPES] = {
+        FE_STATUS_TYPE_DEMOD_LOCK, FE_STATUS_TYPE_RF_LOCK,        FE_STATUS_TYPE_SNR,
+        FE_STATUS_TYPE_MER,        FE_STATUS_TYPE_SIGNAL_QUALITY, FE_STATUS_TYPE_SIGNAL_STRENGTH,
+        FE_STATUS_TYPE_AGC,        FE_STATUS_TYPE_MODULATION};
+    unsigned char count = 8;
+    const bool has_rate =
+        pt_asked->e_type == MW_FE_TYPE_DVBS || pt_asked->e_type == MW_FE_TYPE_DVBC;
+    if (has_rate) {
+        kinds[count++] = FE_STATUS_TYPE_SYMBOL_RATE;
+        kinds[count++] = FE_STATUS_TYPE_INNER_FEC;
+    }
+    if (pt_asked->e_type == MW_FE_TYPE_DVBS) {
+        kinds[count++] = FE_STATUS_TYPE_LNB_VOLTAGE;
+    } else if (pt_asked->e_type == MW_FE_TYPE_ISDBT) {
+        kinds[count++] = FE_STATUS_TYPE_MODULATIONS_EXT;
     }
     FE_STATUS_T s = {0};
     MW_FESETTING_T settings = {0};
-    if (x_native_frontend_get_frontend_status(h_pipeline, kinds, FE_STATUS_MAX_TYPES, &s) != 0 ||
+    if (x_native_frontend_get_frontend_status(h_pipeline, kinds, count, &s) != 0 ||
         x_native_frontend_get_frontend_setting(h_pipeline, &settings) != 0) {
         return "settings or status cannot be read back";
     }
-    snprintf(
-        text, size,
-        "lock %d/%d  snr %.1f dB  mer %.1f dB  quality %d %%  strength %.1f dBm  agc %d  lnb %d  "
-        "symbol rate %d  fec %" PRId64 "  modulation %d",
-        s.mIsDemodLocked, s.mIsRfLocked, s.mSnr / 1e3, s.mMer / 1e3, s.mSignalQuality,
-        s.mSignalStrength / 1e3, s.mAgc, s.mLnbVoltage, s.mSymbolRate, s.mInnerFec, s.mModulation);
+    snprintf(text, size,
+             "lock %d/%d  snr %.1f dB  mer %.1f dB  quality %d %%  strength %.1f dBm  agc %d  "
+             "modulation %d",
+             s.mIsDemodLocked, s.mIsRfLocked, s.mSnr / 1e3, s.mMer / 1e3, s.mSignalQuality,
+             s.mSignalStrength / 1e3, s.mAgc, s.mModulation);
+    if (has_rate) {
+        append(text, size, "  symbol rate %d  fec %" PRId64, s.mSymbolRate, s.mInnerFec);
+    }
+    if (pt_asked->e_type == MW_FE_TYPE_DVBS) {
+        append(text, size, "  lnb %d", s.mLnbVoltage);
+    }
     return agrees(&settings, &s, pt_asked) ? NULL : "settings or status read back are others";
 }

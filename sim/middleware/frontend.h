@@ -38,8 +38,8 @@ bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t 
  * and its end, or reports nothing for ten seconds. */
 bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band);
 
-/* Reads the settings back and asks for every status kind in one query, of which it writes the chief ones
- * as a line. Result: null when both are what was asked for; otherwise what is wrong. */
+/* Reads the settings back, and in one query every status kind that the box reports, which it writes as a
+ * line. Result: null when both are what was asked for; otherwise what is wrong. */
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size);
 

@@ -132,12 +132,6 @@ void script(const std::string& method, const std::string& does) {
     callStatic("tests.ScriptedModel", "script", "(Ljava/lang/String;Ljava/lang/String;)V",
                toJava(method), toJava(does));
 }
-void scriptObject(const std::string& method, const std::string& clazz) {
-    const LocalFrame frame;
-    const jclass found = findClass("android.media.tv.tuner.frontend." + clazz);
-    callStatic("tests.ScriptedModel", "returns", "(Ljava/lang/String;Ljava/lang/Object;)V",
-               toJava(method), realJni().AllocObject(env(), found));
-}
 
 // The first also makes what reports events: a class cannot be loaded while its thread is watched.
 Pipeline::Pipeline() {

@@ -55,10 +55,9 @@ extern int gTag;  // its address is the tag of these registrations
 
 // Puts it in force; it then answers nothing and remembers nothing.
 void resetModel();
-// What a method does: returns a number, "true" or "[1, 2]", or "throws".
+// What a method does: returns "nothing", a number, "true" or "[1, 2]", or an object of a class of the
+// tuner's package, whose members are 0; or "throws".
 void script(const std::string& method, const std::string& does);
-// Returns an object of a class of the tuner's package, whose members are 0.
-void scriptObject(const std::string& method, const std::string& clazz);
 
 // A pipeline as another component of the device makes it.
 class Pipeline {

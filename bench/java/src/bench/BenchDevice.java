@@ -4,6 +4,7 @@ import android.media.tv.tuner.frontend.*;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallback;
 import fake.Device;
 import fake.DeviceModel;
+import fake.Maker;
 
 /** A device that does as little as it can, so that it hides nothing of what is measured. */
 public final class BenchDevice implements DeviceModel {
@@ -18,10 +19,10 @@ public final class BenchDevice implements DeviceModel {
         Device.model = new BenchDevice();
         answer = switch (what) {
             case "nothing" -> null;
-            case "status" -> new FrontendStatus();
-            case "DVB-S" -> new DvbsFrontendSettings(0, 0, null, 0, 0, 0, 0, 0, 0, 0, false);
-            case "DVB-T" -> new DvbtFrontendSettings(0, 0, 0, 0, 0, 0, 0, 0, false, 0, false, 0, 0, 0);
-            case "DTMB" -> new DtmbFrontendSettings(0, 0, 0, 0, 0, 0, 0);
+            case "status" -> Maker.make(FrontendStatus.class);
+            case "DVB-S" -> Maker.make(DvbsFrontendSettings.class);
+            case "DVB-T" -> Maker.make(DvbtFrontendSettings.class);
+            case "DTMB" -> Maker.make(DtmbFrontendSettings.class);
             default -> Integer.valueOf(what);
         };
     }

@@ -12,23 +12,6 @@ public final class Device {
     }
 
     public static int callInt(Object self, String method, Object... args) {
-        return answer(call(self, method, args), 0);
-    }
-
-    public static long callLong(Object self, String method, Object... args) {
-        return call(self, method, args) instanceof Number number ? number.longValue() : 0;
-    }
-
-    public static boolean callBoolean(Object self, String method, Object... args) {
-        return call(self, method, args) instanceof Boolean value && value;
-    }
-
-    /** A getter of an object that has the value itself: the model may answer in its place, or throw. */
-    public static int getter(Object self, String method, int value) {
-        return answer(call(self, method), value);
-    }
-
-    private static int answer(Object result, int otherwise) {
-        return result instanceof Number number ? number.intValue() : otherwise;
+        return call(self, method, args) instanceof Number number ? number.intValue() : 0;
     }
 }

@@ -1,14 +1,13 @@
 package sim;
 
+import android.media.tv.tuner.frontend.DvbsCodeRate;
 import android.media.tv.tuner.frontend.DvbsFrontendSettings;
+import android.media.tv.tuner.frontend.DvbtFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
-import android.media.tv.tuner.frontend.FrontendStatus;
 import android.media.tv.tuner.frontend.IsdbtFrontendSettings;
-import java.util.regex.Matcher;
-import java.util.regex.Pattern;
 
 /** A signal that is as good as its frequency is low, and otherwise as it was asked for. */
-final class SimulatedStatus extends FrontendStatus {
+final class SimulatedStatus {
     private final FrontendSettings mSettings;
     private final int mVoltage;
 
@@ -17,39 +16,24 @@ final class SimulatedStatus extends FrontendStatus {
         mVoltage = voltage;
     }
 
-    /** A number of the settings, which say them in their text only; 0 when they have none of this name. */
-    static long setting(FrontendSettings settings, String name) {
-        final Matcher value = Pattern.compile("\\b" + name + "=(-?\\d+)").matcher(settings.toString());
-        return value.find() ? Long.parseLong(value.group(1)) : 0;
-    }
-
+    /** What a getter of FrontendStatus returns; null for a kind that is not reported. */
     Object value(String getter) {
-        final int mhz = mSettings.frequency() / 1_000_000;
+        final int mhz = mSettings.getFrequency() / 1_000_000;
         return switch (getter) {
-            case "isDemodLocked", "isRfLocked", "isLnaOn" -> true;
+            case "isDemodLocked", "isRfLocked" -> true;
             case "getSnr", "getMer" -> 30_000 - 4 * mhz;
             case "getSignalQuality" -> 100 - mhz / 100;
             case "getSignalStrength" -> -30_000 - 10 * mhz;
             case "getAgc" -> mhz % 256;
-            case "getFreqOffset" -> -mhz;
-            case "getSymbolRate" -> setting(mSettings, "symbolRate");
-            case "getInnerFec" -> setting(mSettings, "innerFec") | setting(mSettings, "fec");
-            case "getModulation" -> setting(mSettings, "modulation") | setting(mSettings, "constellation");
-            case "getSpectralInversion" -> setting(mSettings, "spectralInversion");
-            case "getRollOff" -> setting(mSettings, "rolloff");
-            case "getBandwidth" -> setting(mSettings, "bandwidth");
-            case "getHierarchy" -> setting(mSettings, "hierarchy");
-            case "getPlpId" -> setting(mSettings, "plpId");
-            case "getLnbVoltage" -> mSettings instanceof DvbsFrontendSettings ? mVoltage : 0;
-            case "getExtendedModulations" -> layers("modulation");
-            case "getCodeRates" -> layers("codeRate");
-            default -> 0;
+            case "getModulation" ->
+                mSettings.value(mSettings instanceof DvbtFrontendSettings ? "constellation" : "modulation");
+            case "getSymbolRate" -> mSettings.value("symbolRate");
+            case "getInnerFec" ->
+                mSettings.value("codeRate") instanceof DvbsCodeRate rate ? rate.value("innerFec") : mSettings.value("fec");
+            case "getLnbVoltage" -> mSettings instanceof DvbsFrontendSettings ? mVoltage : null;
+            case "getExtendedModulations" ->
+                mSettings instanceof IsdbtFrontendSettings ? new int[] {(Integer) mSettings.value("modulation")} : null;
+            default -> null;
         };
-    }
-
-    /** What only ISDB-T has, which has layers. */
-    private int[] layers(String name) {
-        return mSettings instanceof IsdbtFrontendSettings
-                ? new int[] {(int) setting(mSettings, name)} : new int[0];
     }
 }

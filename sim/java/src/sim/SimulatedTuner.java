@@ -4,11 +4,15 @@ import android.media.tv.tuner.frontend.DvbcFrontendSettings;
 import android.media.tv.tuner.frontend.DvbsFrontendSettings;
 import android.media.tv.tuner.frontend.DvbtFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
+import android.media.tv.tuner.frontend.FrontendStatus;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerLnbCallback;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerScanCallback;
 import fake.DeviceModel;
+import fake.Maker;
+import java.util.Collections;
 import java.util.Map;
+import java.util.WeakHashMap;
 import java.util.concurrent.ConcurrentHashMap;
 
 /** Tuners that lock on every frequency of their band, each with an LNB behind a DiSEqC switch. */
@@ -26,6 +30,8 @@ final class SimulatedTuner implements DeviceModel {
 
     /** By native handle. */
     private final Map<Integer, State> mStates = new ConcurrentHashMap<>();
+    /** What stands behind the status objects that are in use. */
+    private final Map<Object, SimulatedStatus> mStatuses = Collections.synchronizedMap(new WeakHashMap<>());
 
     String received(int pipeline) {
         final FrontendSettings settings = state(pipeline).settings;
@@ -38,8 +44,8 @@ final class SimulatedTuner implements DeviceModel {
 
     @Override
     public Object call(Object self, String method, Object... args) {
-        if (self instanceof SimulatedStatus status) {
-            return status.value(method);
+        if (self instanceof FrontendStatus) {
+            return mStatuses.get(self).value(method);
         }
         if (!(self instanceof ZytTvInnerFrontend frontend)) {
             return null;
@@ -56,8 +62,12 @@ final class SimulatedTuner implements DeviceModel {
             case "onGetServiceAreaCode":
                 return AREA_CODE;
             case "onGetFrontendStatus":
-                return state.settings == null ? null
-                        : new SimulatedStatus(state.settings, state.lnb.getOrDefault("Voltage", 0));
+                if (state.settings == null) {
+                    return null;
+                }
+                final FrontendStatus status = Maker.make(FrontendStatus.class);
+                mStatuses.put(status, new SimulatedStatus(state.settings, state.lnb.getOrDefault("Voltage", 0)));
+                return status;
             case "onGetFrontendSetting":
                 return state.settings;
             case "onSetVoltage", "onSetTone", "onSetSatellitePosition":
@@ -75,7 +85,7 @@ final class SimulatedTuner implements DeviceModel {
     }
 
     private static boolean inBand(FrontendSettings settings) {
-        final int mhz = settings.frequency() / 1_000_000;
+        final int mhz = settings.getFrequency() / 1_000_000;
         return settings instanceof DvbsFrontendSettings
                 ? mhz >= 950 && mhz <= 2150
                 : mhz >= 42 && mhz <= 1002;
@@ -90,7 +100,7 @@ final class SimulatedTuner implements DeviceModel {
     }
 
     private static int[] list(FrontendSettings settings, String name) {
-        return new int[] {(int) SimulatedStatus.setting(settings, name)};
+        return new int[] {(Integer) settings.value(name)};
     }
 
     private static void scan(int pipeline, FrontendSettings band) {
@@ -99,7 +109,7 @@ final class SimulatedTuner implements DeviceModel {
             scan.notifyScanOnProgress(pipeline, percent);
             if (percent == 50) {
                 scan.notifyScanOnLocked(pipeline);
-                scan.notifyScanOnFrequenciesReport(pipeline, new int[] {band.frequency()}, 1);
+                scan.notifyScanOnFrequenciesReport(pipeline, new int[] {band.getFrequency()}, 1);
                 if (band instanceof DvbsFrontendSettings || band instanceof DvbcFrontendSettings) {
                     scan.notifyScanOnSymbolRates(pipeline, list(band, "symbolRate"), 1);
                 }

@@ -2,7 +2,10 @@ package tests;
 
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import fake.Device;
+import fake.Maker;
 import java.util.Arrays;
+import java.util.Collections;
+import java.util.HashMap;
 import java.util.Map;
 import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
@@ -12,7 +15,7 @@ import java.util.concurrent.ConcurrentHashMap;
  * apart, "DvbsCodeRate.<init>"; "*" is every other.
  */
 public final class ScriptedModel {
-    private static final Map<String, Object> sAnswers = new ConcurrentHashMap<>();
+    private static final Map<String, Object> sAnswers = Collections.synchronizedMap(new HashMap<>());
     private static final Set<Integer> sClosed = ConcurrentHashMap.newKeySet();
 
     private ScriptedModel() {}
@@ -22,20 +25,19 @@ public final class ScriptedModel {
         Device.model = ScriptedModel::call;
     }
 
-    /** does: "throws", "true", "false", a list as "[1, 2]", or a number. */
-    public static void script(String method, String does) {
-        returns(method, switch (does) {
+    /** does: "throws", "nothing", "true", "false", a list as "[1, 2]", a number, or a class of the tuner's package. */
+    public static void script(String method, String does) throws ClassNotFoundException {
+        sAnswers.put(method, switch (does) {
             case "throws" -> new MadeToFail();
             case "true", "false" -> Boolean.valueOf(does);
+            case "nothing" -> null;
             case "[]" -> new int[0];
             default -> does.startsWith("[")
                     ? Arrays.stream(does.substring(1, does.length() - 1).split(", ")).mapToInt(Integer::parseInt).toArray()
+                    : Character.isLetter(does.charAt(0))
+                    ? Maker.make(Class.forName("android.media.tv.tuner.frontend." + does))
                     : Long.valueOf(does);
         });
-    }
-
-    public static void returns(String method, Object value) {
-        sAnswers.put(method, value);
     }
 
     /** The handles of the tuners that were closed. */

@@ -5,6 +5,7 @@ import android.media.tv.tuner.frontend.FrontendStatus;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import fake.Device;
+import fake.Maker;
 import java.util.Arrays;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
@@ -41,8 +42,8 @@ public final class StressModel {
             case "<init>", "setNativeHandle", "onSetNativeHandle" -> null;
             case "onOpenFilter", "onOpenFrontend" ->
                 Arrays.asList(args).contains(REFUSED_TYPE) ? 3 : OPEN.put(self, new AtomicInteger());
-            case "getCodeRates" -> new int[] {1, 2, 3};
-            default -> self instanceof ZytTvInnerFilter filter ? watched(self, filter.nativeHandle(), true, method, args)
+            default -> self instanceof FrontendStatus ? new int[] {1, 2, 3} // a list, 0 or false
+                    : self instanceof ZytTvInnerFilter filter ? watched(self, filter.nativeHandle(), true, method, args)
                     : self instanceof ZytTvInnerFrontend tuner ? watched(self, tuner.nativeHandle(), false, method, args)
                     : null;
         };
@@ -62,8 +63,8 @@ public final class StressModel {
     /** A number bears the end of the handle, in its lowest bits, and beside it the method and the arguments. */
     private static Object answer(int end, String method, Object[] args) {
         return switch (method) {
-            case "onGetFrontendStatus" -> new FrontendStatus();
-            case "onGetFrontendSetting" -> new DtmbFrontendSettings(9000, 0, 0, 0, 0, 0, 6);
+            case "onGetFrontendStatus" -> Maker.make(FrontendStatus.class);
+            case "onGetFrontendSetting" -> Maker.make(DtmbFrontendSettings.class, 9000, 0, 0, 0, 0, 0, 6);
             case "onRead" -> 1 + end;
             case "onGetServiceAreaCode" -> 0; // among the arguments of the tune or scan that follows
             default -> 8 + 8 * ((method + Arrays.deepToString(args)).hashCode() & 0xfffff) + end;

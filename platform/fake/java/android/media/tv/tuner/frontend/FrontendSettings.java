@@ -1,51 +1,35 @@
 package android.media.tv.tuner.frontend;
 
 import fake.Device;
+import fake.Values;
 
 /**
  * The platform's, as are the other classes of this package. The library makes and reads them on the
  * thread of the middleware's call, without a lock of its own; what a constructor or a getter throws
- * is printed and cleared, and C gets -1.
+ * is printed and cleared, and C gets -1. When setEndFrequency throws, the object is used without an
+ * end frequency, and nothing is printed.
  */
-public class FrontendSettings {
+public abstract class FrontendSettings extends Values {
     private final int mType;
-    private final int mFrequency;
-    private int mEndFrequency;
 
-    protected FrontendSettings(int type, int frequency) {
+    FrontendSettings(int type, String names, Object... values) {
+        super(names, values);
         mType = type;
-        mFrequency = frequency;
     }
 
     public int getType() {
-        return Device.getter(this, "getType", mType);
+        return Device.call(this, "getType") instanceof Number type ? type.intValue() : mType;
     }
 
     public int getFrequency() {
-        return Device.getter(this, "getFrequency", mFrequency);
+        return read("getFrequency");
     }
 
     public void setEndFrequency(int endFrequency) {
+        if (endFrequency < 1) {
+            throw new IllegalArgumentException("endFrequency must be greater than 0");
+        }
         Device.call(this, "setEndFrequency", endFrequency);
-        mEndFrequency = endFrequency;
-    }
-
-    /** For the fakes: the type, without asking the device model. */
-    public final int type() {
-        return mType;
-    }
-
-    /** For the fakes: the frequency, without asking the device model. */
-    public final int frequency() {
-        return mFrequency;
-    }
-
-    protected final String endFrequencyText() {
-        return ", endFrequency=" + mEndFrequency;
-    }
-
-    @Override
-    public String toString() {
-        return "FrontendSettings(type=" + mType + ", frequency=" + mFrequency + ")";
+        add("endFrequency", endFrequency);
     }
 }

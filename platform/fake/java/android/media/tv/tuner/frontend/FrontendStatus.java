@@ -3,107 +3,125 @@ package android.media.tv.tuner.frontend;
 import fake.Device;
 
 /**
- * Every value is the device model's. One whose getter throws is 0 in C, and a list is left as it
- * was.
+ * Every value is the device model's; null is one that the frontend did not report. One whose getter
+ * throws is 0 in C, and a list is left as it was.
  */
 public class FrontendStatus {
+    private FrontendStatus() {}
+
+    private Object reported(String getter) {
+        final Object value = Device.call(this, getter);
+        if (value == null) { // The platform words it so: of isRfLocked alone the whole name.
+            throw new IllegalStateException(getter.replaceFirst("^(get|is(?!Rf))", "") + " status is empty");
+        }
+        return value;
+    }
+
+    private int number(String getter) {
+        return reported(getter) instanceof Number number ? number.intValue() : 0;
+    }
+
+    private boolean flag(String getter) {
+        return reported(getter) == Boolean.TRUE;
+    }
+
     public boolean isDemodLocked() {
-        return Device.callBoolean(this, "isDemodLocked");
+        return flag("isDemodLocked");
     }
 
     public int getSnr() {
-        return Device.callInt(this, "getSnr");
+        return number("getSnr");
     }
 
     public int getBer() {
-        return Device.callInt(this, "getBer");
+        return number("getBer");
     }
 
     public int getPer() {
-        return Device.callInt(this, "getPer");
+        return number("getPer");
     }
 
     public int getPerBer() {
-        return Device.callInt(this, "getPerBer");
+        return number("getPerBer");
     }
 
     public int getSignalQuality() {
-        return Device.callInt(this, "getSignalQuality");
+        return number("getSignalQuality");
     }
 
     public int getSignalStrength() {
-        return Device.callInt(this, "getSignalStrength");
+        return number("getSignalStrength");
     }
 
     public int getSymbolRate() {
-        return Device.callInt(this, "getSymbolRate");
+        return number("getSymbolRate");
     }
 
     public long getInnerFec() {
-        return Device.callLong(this, "getInnerFec");
+        return reported("getInnerFec") instanceof Number number ? number.longValue() : 0;
     }
 
     public int getModulation() {
-        return Device.callInt(this, "getModulation");
+        return number("getModulation");
     }
 
     public int[] getExtendedModulations() {
-        return (int[]) Device.call(this, "getExtendedModulations");
+        return (int[]) reported("getExtendedModulations");
     }
 
     public int getSpectralInversion() {
-        return Device.callInt(this, "getSpectralInversion");
+        return number("getSpectralInversion");
     }
 
     public int getLnbVoltage() {
-        return Device.callInt(this, "getLnbVoltage");
+        return number("getLnbVoltage");
     }
 
     public int getPlpId() {
-        return Device.callInt(this, "getPlpId");
+        return number("getPlpId");
     }
 
     public boolean isEwbs() {
-        return Device.callBoolean(this, "isEwbs");
+        return flag("isEwbs");
     }
 
     public int getAgc() {
-        return Device.callInt(this, "getAgc");
+        return number("getAgc");
     }
 
     public boolean isLnaOn() {
-        return Device.callBoolean(this, "isLnaOn");
+        return flag("isLnaOn");
     }
 
     public int getMer() {
-        return Device.callInt(this, "getMer");
+        return number("getMer");
     }
 
     public int getFreqOffset() {
-        return Device.callInt(this, "getFreqOffset");
+        return number("getFreqOffset");
     }
 
     public int getHierarchy() {
-        return Device.callInt(this, "getHierarchy");
+        return number("getHierarchy");
     }
 
     public boolean isRfLocked() {
-        return Device.callBoolean(this, "isRfLocked");
+        return flag("isRfLocked");
     }
 
     public int getBandwidth() {
-        return Device.callInt(this, "getBandwidth");
+        return number("getBandwidth");
     }
 
     public int getSystemId() {
-        return Device.callInt(this, "getSystemId");
+        return number("getSystemId");
     }
 
     public int getRollOff() {
-        return Device.callInt(this, "getRollOff");
+        return number("getRollOff");
     }
 
     public int[] getCodeRates() {
-        return (int[]) Device.call(this, "getCodeRates");
+        return (int[]) reported("getCodeRates");
     }
 }

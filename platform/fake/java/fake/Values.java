@@ -1,0 +1,46 @@
+package fake;
+
+import java.util.Arrays;
+import java.util.StringJoiner;
+
+/** An object of the platform that holds what its constructor was given. */
+public abstract class Values {
+    private String mNames;
+    private Object[] mValues;
+
+    /** names: of the values, separated by commas. */
+    protected Values(String names, Object... values) {
+        mNames = names;
+        mValues = values;
+        Device.call(this, "<init>", values);
+    }
+
+    /** The last one of this name, without asking the device model; null when there is none. */
+    public final Object value(String name) {
+        final int index = Arrays.asList(mNames.split(", ")).lastIndexOf(name);
+        return index < 0 ? null : mValues[index];
+    }
+
+    protected final void add(String name, Object value) {
+        mNames += ", " + name;
+        mValues = Arrays.copyOf(mValues, mValues.length + 1);
+        mValues[mValues.length - 1] = value;
+    }
+
+    /** The value that a getter is named after; the device model may answer in its place, or throw. */
+    protected final int read(String getter) {
+        final Object answer = Device.call(this, getter);
+        final String name = Character.toLowerCase(getter.charAt(3)) + getter.substring(4);
+        return ((Number) (answer instanceof Number ? answer : value(name))).intValue();
+    }
+
+    @Override
+    public final String toString() {
+        final StringJoiner text = new StringJoiner(", ", getClass().getSimpleName() + "(", ")");
+        final String[] names = mNames.split(", ");
+        for (int i = 0; i < names.length; ++i) {
+            text.add(names[i] + "=" + mValues[i]);
+        }
+        return text.toString();
+    }
+}
