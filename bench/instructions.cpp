@@ -1,6 +1,7 @@
-// Makes every call between two calls of mark(), so that bench/instructions finds in the emulator's
-// trace what the library executed in between, and prints its name and its thread. Each is made twice,
-// of which the second counts; only the load is not repeated.
+// Makes every call of tests/functions.h between two calls of mark(), so that bench/instructions finds
+// in the emulator's trace what the library executed in between. Prints the name of the call, its
+// thread, and how often the library allocated. A call is made twice, and its second line counts; only
+// the load is not repeated. Rows whose arguments are refused do no work to count.
 
 #include <unistd.h>
 
@@ -9,45 +10,73 @@
 #include <cstring>
 #include <fstream>
 
-#include "bench/calls.h"
-#include "tests/support/device.h"
+#include "tests/functions.h"
+#include "tests/support/watch.h"
 
 namespace {
+
+uintptr_t gStart, gEnd;  // where the library is
+int gAllocations;        // that it made
 
 __attribute__((noinline)) void mark() {
     asm volatile("");
 }
 
-// True when the library did what it should.
-bool make(const bench::Call& call) {
-    call.before();
-    printf("%s\t%s\n", call.name.c_str(), call.thread.c_str());
-    mark();
-    const int result = call.call();
-    mark();
-    call.after();
-    if (result != call.result) {
-        fprintf(stderr, "%s: %d, not %d\n", call.name.c_str(), result, call.result);
+void findLibrary() {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find("libhalvorin_velmora_pipeline.so") != std::string::npos) {
+            uintptr_t* const first = gStart == 0 ? &gStart : &gEnd;
+            sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR, first, &gEnd);
+        }
     }
-    return result == call.result;
+}
+
+// True when the library did what it should.
+bool make(const tests::Function& row, tests::Stage* stage) {
+    row.prepare(*stage);
+    tests::takeHeard();
+    gAllocations = 0;
+    mark();
+    const int result = row.call(*stage);
+    mark();
+    printf("%s\t%s\t%d\n", row.name.c_str(), row.calledByJava ? "java" : "attached", gAllocations);
+    // The natives of filters return nothing.
+    const bool good =
+        result >= 0 && (!row.calledByJava || !row.takesHandle || tests::takeHeard() == 1);
+    if (!good) {
+        fprintf(stderr, "%s failed: %d\n", row.name.c_str(), result);
+    }
+    row.undo(*stage);
+    return good;
 }
 
 }  // namespace
 
+extern "C" void* __libc_malloc(size_t size);
+// These two stand before everybody's.
+extern "C" void* malloc(size_t size) {
+    const auto caller = reinterpret_cast<uintptr_t>(__builtin_return_address(0));
+    if (caller >= gStart && caller < gEnd) {
+        ++gAllocations;
+    }
+    return __libc_malloc(size);
+}
+void* operator new(size_t size) {
+    const auto caller = reinterpret_cast<uintptr_t>(__builtin_return_address(0));
+    if (caller >= gStart && caller < gEnd) {
+        ++gAllocations;
+    }
+    return __libc_malloc(size);
+}
+
 // --where tells where the library starts and ends, and where mark() is. A run is given that line and
 // refuses another than its own, for which nothing would be counted.
 int main(int argc, char** argv) {
-    uintptr_t start = 0, end = 0;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        if (line.find("libhalvorin_velmora_pipeline.so") != std::string::npos) {
-            uintptr_t* const first = start == 0 ? &start : &end;
-            sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR, first, &end);
-        }
-    }
+    findLibrary();
     constexpr uintptr_t kThumb = 1;
     char addresses[100];
-    snprintf(addresses, sizeof(addresses), "%" PRIxPTR " %" PRIxPTR " %" PRIxPTR, start, end,
+    snprintf(addresses, sizeof(addresses), "%" PRIxPTR " %" PRIxPTR " %" PRIxPTR, gStart, gEnd,
              reinterpret_cast<uintptr_t>(mark) & ~kThumb);
     if (argc == 2 && strcmp(argv[1], "--where") == 0) {
         puts(addresses);
@@ -57,12 +86,23 @@ int main(int argc, char** argv) {
         fprintf(stderr, "The addresses are %s\n", addresses);
         return 1;
     }
-    tests::startVm({tests::kSmallHeap, "-Xint"}, {"platform", "tests", "bench"});
-    const auto load = [] { return tests::loadLibrary(), 0; };
-    bool good = make({"JNI_OnLoad", load, 0, "", [] {}, [] {}, "java"});
-    for (const bench::Call& call : bench::makeCalls()) {
-        bench::answer(call.answer);
-        good = make(call) && make(call) && good;
+    tests::startWatchedVm({tests::kSmallHeap, "-Xint"});
+    tests::resetModel();
+    const tests::Pipeline pipeline;
+    tests::Stage stage = {pipeline.handle()};
+    bool good = true;
+    for (const auto* rows : {&tests::functions(), &tests::measuredOnly()}) {
+        for (const tests::Function& row : *rows) {
+            for (int repetition = row.isLoad() ? 1 : 0; repetition < 2 && !row.refuses;
+                 ++repetition) {
+                const tests::LocalFrame frame;
+                tests::scriptAnswers(0);
+                if (!row.isLoad()) {
+                    tests::registerCountingCallbacks(stage.h_pipeline);
+                }
+                good = make(row, &stage) && good;
+            }
+        }
     }
     fflush(stdout);
     _exit(good ? 0 : 1);  // the virtual machine is not taken down

@@ -1,7 +1,8 @@
-// Times some calls on this machine, made by one thread, and by two with a tuner and a filter each.
-// The arguments and the output are Google Benchmark's.
+// Times some rows of tests/functions.h on this machine, called by one thread, and by two with a
+// pipeline each. The arguments and the output are Google Benchmark's.
 
 #include <benchmark/benchmark.h>
+#include <cutils/properties.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -9,47 +10,77 @@
 #include <cstdio>
 #include <optional>
 
-#include "bench/calls.h"
+#include "tests/functions.h"
 #include "tests/support/device.h"
+
+// In front of the development machine's own, which blocks signals and so takes longer than a whole
+// call: every property is unset, which closes the log gate.
+extern "C" int property_get(const char*, char* value, const char*) {
+    value[0] = '\0';
+    return 0;
+}
 
 namespace {
 
-const char* const kTimed[] = {
-    "__halvorin_log_is_loggable",  // shares nothing
-    "x_native_frontend_cancel_tuning",
-    "x_native_frontend_tune DVB-S",
-    "x_native_frontend_get_frontend_status 25",
-    "x_native_frontend_get_frontend_setting DVB-T",
-    "x_native_frontend_lnb_send_diseqcmessage",
-    "x_native_frontend_require_tuner",
-    "x_velmora_filter_open",
-    "x_velmora_filter_start",
-    "x_velmora_filter_read 4096",
+enum Timed {
+    kCall,
+    kUnattached,  // each call attaches its thread anew
+    kWhole,       // the call cannot be repeated: with what comes before and after it
+};
+constexpr struct {
+    const char* row;
+    Timed timed;
+} kTimed[] = {
+    {"__halvorin_log_is_loggable", kCall},  // shares nothing
+    {"x_native_frontend_cancel_tuning", kCall},
+    {"x_native_frontend_cancel_tuning", kUnattached},
+    {"x_native_frontend_tune (DVB-S)", kCall},
+    {"x_native_frontend_get_frontend_status (all kinds)", kCall},
+    {"x_native_frontend_get_frontend_setting (DVB-T)", kCall},
+    {"x_native_frontend_lnb_send_diseqcmessage", kCall},
+    {"x_native_frontend_close_tuner", kWhole},
+    {"x_velmora_filter_open", kWhole},
+    {"x_velmora_filter_start", kCall},
+    {"x_velmora_filter_read (4096 bytes)", kCall},
 };
 
-// attached: else each call attaches its thread anew. One call does the work count times.
-void add(const bench::Call& call, bool attached = true, int count = 1) {
+// One call of the row does the work count times.
+void add(const tests::Function& row, Timed timed, const tests::Pipeline* pipelines, int count = 1) {
     const auto work = [=](benchmark::State& state) {
-        bench::tLane = state.thread_index();
+        tests::Stage stage = {pipelines[state.thread_index()].handle()};
         std::optional<tests::Attached> attachment(std::in_place);
-        bench::answer(call.answer);
-        if (!attached) {
+        const auto prepare = [&] { row.prepare(stage); };
+        prepare();
+        if (timed == kUnattached) {
             attachment.reset();
         }
         while (state.KeepRunningBatch(count)) {
-            if (call.call() != call.result) {
+            if (row.call(stage) < 0) {
                 state.SkipWithError("the call failed");
             }
-            call.after();
+            if (timed == kWhole) {
+                row.undo(stage);
+                prepare();
+            }
         }
+        row.undo(stage);
     };
+    const char* const notes[] = {"", ", unattached", ", whole"};
     // The shortest repetition is the one that the machine's other work disturbed least.
-    benchmark::RegisterBenchmark(call.name.c_str(), work)
+    benchmark::RegisterBenchmark((row.name + notes[timed]).c_str(), work)
         ->UseRealTime()
         ->ThreadRange(1, 2)
         ->ComputeStatistics("min", [](const std::vector<double>& times) {
             return *std::min_element(times.begin(), times.end());
         });
+}
+
+// Java's compiled loop, unlike the rows, takes no longer than what it calls.
+constexpr int kSections = 1000;
+int reportSections(tests::Stage& stage) {
+    tests::takeHeard();
+    tests::callStatic("bench.BenchDevice", "reportSections", "(II)V", stage.hfilter, kSections);
+    return tests::takeHeard() == kSections ? 0 : -1;
 }
 
 }  // namespace
@@ -64,20 +95,23 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
-    const std::vector<bench::Call> calls = bench::makeCalls();
+    tests::callStatic("bench.BenchDevice", "install", "()V");
+    static const tests::Pipeline pipelines[2];
+    tests::registerCountingCallbacks(pipelines[0].handle());
     // Each run attaches the threads that it needs, this one too.
     tests::vm()->DetachCurrentThread();
-    const auto named = [&](const std::string& name) {
-        return *std::find_if(calls.begin(), calls.end(),
-                             [&](const bench::Call& call) { return call.name == name; });
-    };
-    for (const char* name : kTimed) {
-        add(named(name));
+    for (const auto& [name, timed] : kTimed) {
+        for (const auto* rows : {&tests::functions(), &tests::measuredOnly()}) {
+            for (const tests::Function& row : *rows) {
+                if (row.name == name) {
+                    add(row, timed, pipelines);
+                }
+            }
+        }
     }
-    add({tests::methodOf(tests::Event::kSection), bench::reportSections}, true, bench::kSections);
-    bench::Call unattached = named("x_native_frontend_cancel_tuning");
-    unattached.name += ", unattached";
-    add(unattached, false);
+    add({tests::methodOf(tests::Event::kSection), reportSections, tests::prepareFilter,
+         tests::undoFilter},
+        kCall, pipelines, kSections);
     benchmark::RunSpecifiedBenchmarks();
     fflush(stdout);
     _exit(0);  // the virtual machine is not taken down

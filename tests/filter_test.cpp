@@ -205,14 +205,9 @@ TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
     EXPECT_EQ(-1, subInnerFilterReference(kBeyond));
     uint32_t h = 0;
     EXPECT_EQ(0, open(&h));
-    // What the handle service keeps for a filter.
-    struct {
-        uint32_t semaphore;
-        int64_t instance;
-    }* record = nullptr;
-    EXPECT_EQ(0, handle_get_obj(h, reinterpret_cast<void**>(&record)));
-    const int64_t instance = record->instance;
-    record->instance |= kBeyond;
+    int64_t& kept = tests::instanceOf(h);
+    const int64_t instance = kept;
+    kept |= kBeyond;
     tests::record();
     tests::takeLog();
     EXPECT_EQ(-1, start(h));

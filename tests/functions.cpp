@@ -18,6 +18,8 @@ namespace {
 
 #define NAMED(function) #function, function
 
+constexpr int kBytesRead = 7;  // what onRead gives
+
 using Call = std::function<int(Stage&)>;
 
 void nothing(Stage&) {}
@@ -87,6 +89,7 @@ MW_FESETTING_T* settingsOf(int32_t type) {
     thread_local MW_FESETTING_T settings;
     settings = {};
     settings.e_type = type;
+    settings.mEndFrequency = 2147;  // Java refuses 0
     if (type == MW_FE_TYPE_DVBS) {
         settings.u.t_dvbs.pt_code_rate = &rate;
     }
@@ -95,17 +98,20 @@ MW_FESETTING_T* settingsOf(int32_t type) {
 int tune(unsigned int h_pipeline, int32_t type) {
     return x_native_frontend_tune(h_pipeline, settingsOf(type));
 }
-int scan(unsigned int h_pipeline) {
-    return x_native_frontend_scan(h_pipeline, settingsOf(MW_FE_TYPE_ATSC), 1);
+int scan(unsigned int h_pipeline, int32_t type) {
+    return x_native_frontend_scan(h_pipeline, settingsOf(type), 1);
 }
 int readBack(unsigned int h_pipeline) {
     return x_native_frontend_get_frontend_setting(h_pipeline, settingsOf(0));
 }
-int queryStatus(Stage& stage) {
-    FE_STATUS_TYPE_E kinds[] = {FE_STATUS_TYPE_INNER_FEC, FE_STATUS_TYPE_MODULATIONS_EXT,
-                                FE_STATUS_TYPE_CODE_RATES};
-    return x_native_frontend_get_frontend_status(stage.h_pipeline, kinds, std::size(kinds),
-                                                 reinterpret_cast<FE_STATUS_T*>(stage.output));
+Call queryStatus(const std::vector<int32_t>& kinds) {
+    static_assert(sizeof(FE_STATUS_T) <= sizeof(Stage::output));
+    return [=](Stage& stage) {
+        std::vector<int32_t> asked = kinds;
+        return x_native_frontend_get_frontend_status(
+            stage.h_pipeline, reinterpret_cast<FE_STATUS_TYPE_E*>(asked.data()),
+            static_cast<uint8_t>(asked.size()), reinterpret_cast<FE_STATUS_T*>(stage.output));
+    };
 }
 int clearScanCallbacks() {
     x_native_frontend_register_scan_callback(nullptr);
@@ -115,20 +121,35 @@ int clearScanCallbacks() {
 int openFilter(Stage& stage) {
     FLT_EVT_CB_T evt = {31, 32, stage.hthread};
     stage.hfilter = 7;  // shows whether it is written
-    const int result = x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a),
-                                             &stage.hfilter, &evt, &gTag);
-    addToLog("handle: " + std::to_string(stage.hfilter));
-    return result;
+    return x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a), &stage.hfilter,
+                                 &evt, &gTag);
 }
-int read(Stage& stage) {
-    return x_velmora_filter_read(stage.hfilter, reinterpret_cast<int8_t*>(stage.output), 0,
-                                 kBytesRead + 1);
+int read(Stage& stage, int64_t size) {
+    return x_velmora_filter_read(stage.hfilter, reinterpret_cast<int8_t*>(stage.output), 0, size);
 }
 int createThread(Stage& stage) {
     return x_velmora_filter_create_callback_thread(&stage.hthread);
 }
 int deleteThread(Stage& stage) {
     return x_velmora_filter_delete_callback_thread(stage.hthread);
+}
+int addReference(Stage& stage) {
+    return addInnerFilterReference(stage.instance);
+}
+int subReference(Stage& stage) {
+    return subInnerFilterReference(stage.instance);
+}
+void prepareInstance(Stage& stage) {
+    prepareFilter(stage);
+    stage.instance = instanceOf(stage.hfilter);
+}
+void prepareReferenced(Stage& stage) {
+    prepareInstance(stage);
+    addReference(stage);
+}
+void undoReferenced(Stage& stage) {
+    subReference(stage);
+    undoFilter(stage);
 }
 
 std::vector<Function> makeRows() {
@@ -154,12 +175,14 @@ std::vector<Function> makeRows() {
         ofTuner("x_native_frontend_tune (ISDB-S)", tune, MW_FE_TYPE_ISDBS).unwritten(),
         ofTuner("x_native_frontend_tune (ISDB-T)", tune, MW_FE_TYPE_ISDBT),
         ofTuner("x_native_frontend_tune (DTMB)", tune, MW_FE_TYPE_DTMB).unwritten(),
-        ofTuner("x_native_frontend_scan", scan),
+        ofTuner("x_native_frontend_scan", scan, MW_FE_TYPE_ATSC),
         ofTuner(NAMED(x_native_frontend_cancel_tuning)),
         ofTuner(NAMED(x_native_frontend_cancel_scanning)),
         ofTuner(NAMED(x_native_frontend_set_lna_enabled), 2),
         ofTuner(NAMED(x_native_frontend_get_frontend_info), nullptr),
-        ofTuner("x_native_frontend_get_frontend_status", queryStatus),
+        ofTuner("x_native_frontend_get_frontend_status",
+                queryStatus({FE_STATUS_TYPE_INNER_FEC, FE_STATUS_TYPE_MODULATIONS_EXT,
+                             FE_STATUS_TYPE_CODE_RATES})),
         ofTuner("x_native_frontend_get_frontend_setting", readBack),
         ofTuner(NAMED(x_native_frontend_set_ontune_listener)),
         ofTuner(NAMED(x_native_frontend_clear_ontune_listener)),
@@ -175,37 +198,80 @@ std::vector<Function> makeRows() {
         ofTuner(NAMED(x_native_frontend_lnb_get_SatellitePosition)),
         ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, 3),
         ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), nullptr, 0).as("empty"),
-        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), nullptr, 1).as("null"),
-        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, -1).as("length -1"),
+        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), nullptr, 1).refusing("null"),
+        ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, -1).refusing("length -1"),
         ofTuner(NAMED(x_native_frontend_lnb_close)),
 
         onStage("x_velmora_filter_open", openFilter, createThread, undoFilter, true),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, nullptr, &noEvent, nullptr)
-            .as("no handle"),
+            .refusing("no handle"),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
-            .as("no event record"),
+            .refusing("no event record"),
         ofFilter(NAMED(x_velmora_filter_close)),
         ofFilter(NAMED(x_velmora_filter_start)),
         ofFilter(NAMED(x_velmora_filter_stop)),
         ofFilter(NAMED(x_velmora_filter_flush)),
-        ofFilter("x_velmora_filter_read", read),
-        ofFilter(NAMED(x_velmora_filter_read), nullptr, 0, 1).as("into null"),
+        ofFilter("x_velmora_filter_read", [](Stage& stage) { return read(stage, kBytesRead + 1); }),
+        ofFilter(NAMED(x_velmora_filter_read), nullptr, 0, 1).refusing("into null"),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), -7, no, two, no, patterns, mask, mode),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), 7, most, no, two, patterns, mask, mode)
             .as("flags"),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), 1, no, no, no, patterns, mask, nullptr)
-            .as("no mode"),
+            .refusing("no mode"),
         global(NAMED(x_velmora_filter_register_section_callback), nullptr),
         global(NAMED(x_velmora_filter_register_filter_status_callback), nullptr),
         onStage("x_velmora_filter_create_callback_thread", createThread, nothing, deleteThread),
-        global(NAMED(x_velmora_filter_create_callback_thread), nullptr).as("no handle"),
+        global(NAMED(x_velmora_filter_create_callback_thread), nullptr).refusing("no handle"),
         onStage("x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread,
                 true),
-        global(NAMED(addInnerFilterReference), 0),
-        global(NAMED(subInnerFilterReference), 0),
+        onStage("addInnerFilterReference", addReference, prepareInstance, undoReferenced),
+        global(NAMED(addInnerFilterReference), 0).as("null"),
+        onStage("subInnerFilterReference", subReference, prepareReferenced, undoFilter),
+        global(NAMED(subInnerFilterReference), 0).as("null"),
     };
     for (int event = 0; event <= static_cast<int>(Event::kFilterStatus); ++event) {
         rows.push_back(native(static_cast<Event>(event)));
+    }
+    return rows;
+}
+
+std::vector<Function> makeMeasuredOnly() {
+    const std::vector<int32_t> kinds = statusKinds();
+    const auto status = [&](size_t count) {
+        return queryStatus({kinds.begin(), kinds.begin() + static_cast<ptrdiff_t>(count)});
+    };
+    const char* const name = "x_native_frontend_get_frontend_status";
+    std::vector<Function> rows = {ofTuner(name, status(1)).as("1 kind"),
+                                  ofTuner(name, status(8)).as("8 kinds"),
+                                  ofTuner(name, status(kinds.size())).as("all kinds")};
+    for (const int64_t size : {188, FLT_MAX_READ_SIZE}) {
+        const std::string text = std::to_string(size);
+        rows.push_back(ofFilter("x_velmora_filter_read", [=](Stage& stage) {
+                           return read(stage, size);
+                       }).as(text + " bytes"));
+        rows.back().prepare = [=](Stage& stage) {
+            script("onRead", text);
+            prepareFilter(stage);
+        };
+    }
+    constexpr struct {
+        const char* name;
+        int32_t type;
+        const char* settings;
+    } kSystems[] = {
+        {"ATSC", MW_FE_TYPE_ATSC, "Atsc"},     {"DVB-C", MW_FE_TYPE_DVBC, "Dvbc"},
+        {"DVB-S", MW_FE_TYPE_DVBS, "Dvbs"},    {"DVB-T", MW_FE_TYPE_DVBT, "Dvbt"},
+        {"ISDB-S", MW_FE_TYPE_ISDBS, "Isdbs"}, {"ISDB-T", MW_FE_TYPE_ISDBT, "Isdbt"},
+        {"DTMB", MW_FE_TYPE_DTMB, "Dtmb"},
+    };
+    for (const auto& system : kSystems) {
+        rows.push_back(ofTuner("x_native_frontend_scan", scan, system.type).as(system.name));
+        rows.push_back(ofTuner("x_native_frontend_get_frontend_setting", readBack).as(system.name));
+        rows.back().prepare = [=](Stage& stage) {
+            script("onGetFrontendSetting", std::string(system.settings) + "FrontendSettings");
+            script("getType", std::to_string(system.type));
+            requireTuner(stage);
+        };
     }
     return rows;
 }
@@ -225,6 +291,22 @@ const std::vector<Function>& functions() {
     // Never destroyed: threads may still call at the end of the process.
     static const auto& rows = *new std::vector<Function>(makeRows());
     return rows;
+}
+
+const std::vector<Function>& measuredOnly() {
+    static const auto& rows = *new std::vector<Function>(makeMeasuredOnly());
+    return rows;
+}
+
+void scriptAnswers(int value) {
+    script("*", std::to_string(value));
+    script("onOpenFilter", "0");
+    script("onRead", std::to_string(kBytesRead));
+    script("onGetFrontendStatus", "FrontendStatus");
+    script("getExtendedModulations", "[0, 0]");
+    script("getCodeRates", "[0, 0]");
+    script("onGetFrontendSetting", "DvbtFrontendSettings");
+    script("getType", std::to_string(MW_FE_TYPE_DVBT));
 }
 
 }  // namespace tests

@@ -32,6 +32,7 @@ using tests::Lines;
 using tests::Point;
 using tests::Stage;
 
+constexpr int kJavaValue = 57;  // what Java's methods return: it stands out in the log
 constexpr unsigned char kUntouched = 0xa5;
 
 // --- Running one function on a thread of its own ---
@@ -211,14 +212,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             tests::addToLog("callback: " + event + (held != 0 ? " while an array is held" : ""));
         };
         tests::registerCountingCallbacks(mStage.h_pipeline);
-        tests::script("*", std::to_string(tests::kJavaValue));
-        tests::script("onOpenFilter", "0");
-        tests::script("onRead", std::to_string(tests::kBytesRead));
-        tests::script("onGetFrontendStatus", "FrontendStatus");
-        tests::script("getExtendedModulations", "[0, 0]");
-        tests::script("getCodeRates", "[0, 0]");
-        tests::script("onGetFrontendSetting", "DvbtFrontendSettings");
-        tests::script("getType", std::to_string(MW_FE_TYPE_DVBT));
+        tests::scriptAnswers(kJavaValue);
         tests::setLogLevel("V");
     }
 
@@ -238,8 +232,12 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         if (failing) {
             tests::failCall("", *failing + 1, failure);
         }
+        const uint32_t before = mStage.hfilter;
         Attempt run = runOnThread(attached, [this] { return mFunction.call(mStage); });
         run.calls = tests::recorded();
+        if (mStage.hfilter != before) {
+            tests::addToLog("handle: " + std::to_string(mStage.hfilter));
+        }
         for (const Point& call : run.calls) {
             // What Java gave for reading needs no copy back; the library's own arrays are written.
             EXPECT_TRUE(call.call.rfind("Release", 0) != 0 ||

@@ -141,7 +141,7 @@ void learn(uint32_t h_pipeline) {
     Stage none;
     for (const tests::Function& function : tests::functions()) {
         if (!hasAny(function.name, {"JNI", "log", "register", "tuner", "filter_open",
-                                    "filter_close", "callback_thread"})) {
+                                    "filter_close", "callback_thread", "Reference"})) {
             const bool ofFilter = hasAny(function.name, {"filter", "Filter"});
             (function.calledByJava ? gReports : gCalls)[ofFilter].push_back(
                 {&function, run(function, &open), run(function, &none)});

@@ -1,6 +1,8 @@
 #include "tests/support/device.h"
 
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <utility>
 
 #include "mw/basic_services.h"
@@ -122,6 +124,27 @@ void registerCountingCallbacks(uint32_t h_pipeline, bool registers) {
 
 int takeHeard() {
     return std::exchange(tHeard, 0);
+}
+
+std::vector<int32_t> statusKinds() {
+    std::vector<int32_t> kinds;
+    std::ifstream header(PROJECT_FOLDER "/mw/frontend_status.h");
+    for (std::string line; std::getline(header, line);) {
+        int32_t kind = 0;
+        if (sscanf(line.c_str(), " FE_STATUS_TYPE_%*s = %d", &kind) == 1) {
+            kinds.push_back(kind);
+        }
+    }
+    return kinds;
+}
+
+int64_t& instanceOf(uint32_t hfilter) {
+    struct {
+        uint32_t semaphore;
+        int64_t instance;
+    }* record = nullptr;
+    handle_get_obj(hfilter, reinterpret_cast<void**>(&record));
+    return record->instance;
 }
 
 void resetModel() {

@@ -51,6 +51,14 @@ int takeHeard();  // events that reached them on the calling thread since the la
 extern void (*gListener)(const std::string& event);
 extern int gTag;  // its address is the tag of these registrations
 
+// --- What only the headers and the library's own sources tell ---
+
+// The status kinds of the middleware's header, in its order.
+std::vector<int32_t> statusKinds();
+// Of an open filter, from the record that the library keeps with the handle service: the address of
+// its object.
+int64_t& instanceOf(uint32_t hfilter);
+
 // --- The scripted device model, see tests.ScriptedModel ---
 
 // Puts it in force; it then answers nothing and remembers nothing.

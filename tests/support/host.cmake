@@ -1,8 +1,10 @@
-# The virtual machine with the library in it, which the tests and the measurements share.
+# What the tests and the measurements share: the virtual machine with the library in it, the watch over its calls, and
+# the rows of functions.
 java_jar(tests tests/java/src platform_jar)
 add_library(test_host STATIC tests/support/host.cpp tests/support/java.cpp tests/support/device.cpp)
 target_include_directories(test_host PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_definitions(test_host PRIVATE
+    PROJECT_FOLDER="${PROJECT_SOURCE_DIR}"
     TESTS_JAVA_HOME="${PIPELINE_JAVA_HOME}"
     TESTS_JARS="${CMAKE_BINARY_DIR}/java"
     TESTS_LIBRARY="$<TARGET_FILE:halvorin_velmora_pipeline>")
@@ -12,3 +14,6 @@ add_dependencies(test_host tests_jar)
 if(PIPELINE_ANDROID)
     target_compile_definitions(test_host PUBLIC TESTS_ANDROID_RUNTIME)
 endif()
+
+add_library(test_watch STATIC tests/support/watch.cpp tests/support/refbase_count.cpp tests/functions.cpp)
+target_link_libraries(test_watch PUBLIC test_host)

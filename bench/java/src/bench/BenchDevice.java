@@ -1,35 +1,31 @@
 package bench;
 
-import android.media.tv.tuner.frontend.*;
+import android.media.tv.tuner.frontend.DvbtFrontendSettings;
+import android.media.tv.tuner.frontend.FrontendStatus;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilterCallback;
 import fake.Device;
-import fake.DeviceModel;
 import fake.Maker;
 
-/** A device that does as little as it can, so that it hides nothing of what is measured. */
-public final class BenchDevice implements DeviceModel {
+/** A device that does as little as it can, so that it hides nothing of what is timed. */
+public final class BenchDevice {
     private static final int[] LIST = {1, 2, 3};
     private static final ZytTvInnerFilterCallback FILTER = new ZytTvInnerFilterCallback();
-    private static Object answer;
+    private static final FrontendStatus STATUS = Maker.make(FrontendStatus.class);
+    private static final DvbtFrontendSettings SETTINGS = Maker.make(DvbtFrontendSettings.class);
 
     private BenchDevice() {}
 
-    /** Every method returns this from now on; those of a status object return a list, 0 or false. */
-    public static void answer(String what) {
-        Device.model = new BenchDevice();
-        answer = switch (what) {
-            case "nothing" -> null;
-            case "status" -> Maker.make(FrontendStatus.class);
-            case "DVB-S" -> Maker.make(DvbsFrontendSettings.class);
-            case "DVB-T" -> Maker.make(DvbtFrontendSettings.class);
-            case "DTMB" -> Maker.make(DtmbFrontendSettings.class);
-            default -> Integer.valueOf(what);
-        };
+    public static void install() {
+        Device.model = BenchDevice::call;
     }
 
-    @Override
-    public Object call(Object self, String method, Object... args) {
-        return self instanceof FrontendStatus ? LIST : answer;
+    private static Object call(Object self, String method, Object... args) {
+        return switch (method) {
+            case "onGetFrontendStatus" -> STATUS;
+            case "onGetFrontendSetting" -> SETTINGS;
+            case "onRead" -> args[2]; // as many bytes as are wanted
+            default -> self == STATUS ? LIST : null;
+        };
     }
 
     public static void reportSections(int handle, int count) {
