@@ -123,7 +123,7 @@ void startVm(const std::vector<std::string>& options, const std::vector<std::str
     gVm->GetEnv(&created, JNI_VERSION_1_4);
     gJni = *static_cast<JNIEnv*>(created)->functions;
     const LocalFrame frame;
-    gLoader = gJni.NewGlobalRef(env(), newClassLoader(jars));
+    gLoader = gJni.NewGlobalRef(env(), leavingOne([&] { return newClassLoader(jars); }));
     const JNINativeMethod native = {const_cast<char*>("run"), const_cast<char*>("()V"),
                                     reinterpret_cast<void*>(runFromJava)};
     gJni.RegisterNatives(env(), findClass("tests.FromJava"), &native, 1);
@@ -171,6 +171,7 @@ void loadLibrary() {
 }
 
 jint callFromJava(const std::function<jint()>& work) {
+    const LocalFrame frame;
     tFromJava = &work;
     const jclass clazz = findClass("tests.FromJava");
     gJni.CallStaticVoidMethod(env(), clazz, gJni.GetStaticMethodID(env(), clazz, "run", "()V"));

@@ -25,12 +25,15 @@ void mustNotHaveThrown() {
 }
 
 jclass findClass(const std::string& name) {
-    const JNINativeInterface_& jni = realJni();
-    const jclass clazz = jni.FindClass(env(), "java/lang/Class");
-    const jmethodID forName = jni.GetStaticMethodID(
-        env(), clazz, "forName", "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;");
-    return static_cast<jclass>(ok(
-        jni.CallStaticObjectMethod(env(), clazz, forName, toJava(name), JNI_FALSE, classLoader())));
+    return leavingOne([&] {
+        const JNINativeInterface_& jni = realJni();
+        const jclass clazz = jni.FindClass(env(), "java/lang/Class");
+        const jmethodID forName =
+            jni.GetStaticMethodID(env(), clazz, "forName",
+                                  "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;");
+        return static_cast<jclass>(ok(jni.CallStaticObjectMethod(
+            env(), clazz, forName, toJava(name), JNI_FALSE, classLoader())));
+    });
 }
 
 jstring toJava(const std::string& text) {
@@ -52,30 +55,34 @@ jbyteArray newArray(const std::vector<jbyte>& values) {
 }
 
 jobject newObject(const std::string& name, const char* signature, ...) {
-    const jclass clazz = findClass(name);
     va_list args;
     va_start(args, signature);
-    const jmethodID id = ok(realJni().GetMethodID(env(), clazz, "<init>", signature));
-    const jobject object = ok(realJni().NewObjectV(env(), clazz, id, args));
+    const jobject object = leavingOne([&] {
+        const jclass clazz = findClass(name);
+        const jmethodID id = ok(realJni().GetMethodID(env(), clazz, "<init>", signature));
+        return ok(realJni().NewObjectV(env(), clazz, id, args));
+    });
     va_end(args);
     return object;
 }
 
 jobject callStatic(const std::string& name, const char* method, const char* signature, ...) {
-    const JNINativeInterface_& jni = realJni();
-    jni.PushLocalFrame(env(), 16);
-    const jclass clazz = findClass(name);
-    const jmethodID id = ok(jni.GetStaticMethodID(env(), clazz, method, signature));
     va_list args;
     va_start(args, signature);
-    jobject result = nullptr;
-    if (strchr(signature, 'V') == nullptr) {
-        result = jni.CallStaticObjectMethodV(env(), clazz, id, args);
-    } else {
-        jni.CallStaticVoidMethodV(env(), clazz, id, args);
-    }
+    const jobject object = leavingOne([&] {
+        const JNINativeInterface_& jni = realJni();
+        const jclass clazz = findClass(name);
+        const jmethodID id = ok(jni.GetStaticMethodID(env(), clazz, method, signature));
+        jobject result = nullptr;
+        if (strchr(signature, 'V') == nullptr) {
+            result = jni.CallStaticObjectMethodV(env(), clazz, id, args);
+        } else {
+            jni.CallStaticVoidMethodV(env(), clazz, id, args);
+        }
+        return ok(result);
+    });
     va_end(args);
-    return ok(jni.PopLocalFrame(env(), ok(result)));
+    return object;
 }
 
 std::string fromJava(jobject text) {

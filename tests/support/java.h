@@ -11,7 +11,7 @@
 
 namespace tests {
 
-// What these return are local references. Classes are those of the child class loader, for example
+// What these return are local references, and the only ones that they leave. Classes are those of the child class loader, for example
 // "tests.ScriptedModel".
 jclass findClass(const std::string& name);
 jstring toJava(const std::string& text);
@@ -22,6 +22,13 @@ jobject newObject(const std::string& clazz, const char* signature, ...);
 jobject callStatic(const std::string& clazz, const char* method, const char* signature, ...);
 std::string fromJava(jobject text);
 void mustNotHaveThrown();
+// Does the work, whose result is a local reference or null, and leaves no other reference.
+template <typename Work>
+auto leavingOne(const Work& work) {
+    realJni().PushLocalFrame(env(), 16);
+    const auto result = work();
+    return static_cast<decltype(work())>(realJni().PopLocalFrame(env(), result));
+}
 
 }  // namespace tests
 

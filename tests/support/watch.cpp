@@ -194,6 +194,7 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
     }
     const Watch unwatched(false);
     if (gState.recording && subject.arguments != nullptr) {
+        const LocalFrame frame;
         const jthrowable pending = env->ExceptionOccurred();
         env->ExceptionClear();
         addToLog(method.clazz + "." + method.name + "(" +
@@ -201,7 +202,6 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
         if (pending != nullptr) {
             env->Throw(pending);
         }
-        env->DeleteLocalRef(pending);
     }
     if (result == kThrows) {
         const LocalFrame frame;
