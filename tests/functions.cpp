@@ -1,6 +1,7 @@
 #include "tests/functions.h"
 
 #include "log/halvorin_log.h"
+#include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/support/watch.h"
@@ -124,6 +125,17 @@ int openFilter(Stage& stage) {
     return x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a), &stage.hfilter,
                                  &evt, &gTag);
 }
+// A pipeline's handle without an object.
+void allocNull(Stage& stage) {
+    handle_alloc(HT_PIPELINE, nullptr, nullptr, nullptr, &stage.hthread);
+}
+int openOfNull(Stage& stage) {
+    Stage none = {stage.hthread};
+    return openFilter(none);
+}
+void freeNull(Stage& stage) {
+    handle_free(stage.hthread, 1);
+}
 int read(Stage& stage, int64_t size) {
     return x_velmora_filter_read(stage.hfilter, reinterpret_cast<int8_t*>(stage.output), 0, size);
 }
@@ -207,6 +219,7 @@ std::vector<Function> makeRows() {
             .refusing("no handle"),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
             .refusing("no event record"),
+        onStage("x_velmora_filter_open", openOfNull, allocNull, freeNull).refusing("null pipeline"),
         ofFilter(NAMED(x_velmora_filter_close)),
         ofFilter(NAMED(x_velmora_filter_start)),
         ofFilter(NAMED(x_velmora_filter_stop)),

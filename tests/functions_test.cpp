@@ -428,6 +428,10 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
         if (mFunction.ofTuner()) {
             tests::failCall("NewObjectA", 1, tests::kFails);
             tryWith("no Java object");
+            for (const char* getter : {"getInnerFec", "getExtendedModulations", "getCodeRates"}) {
+                tests::script(getter, "nothing");
+            }
+            tryWith("kinds not reported");
         }
         tryWithoutVm();
     }
