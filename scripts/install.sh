@@ -32,8 +32,8 @@ install_packages() {
 
 demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libdvbpsi-dev libudev-dev
     dtv-scan-tables android-liblog-dev android-libutils-dev android-libcutils-dev android-libnativehelper-dev)
-contract_packages=("${demo_packages[@]}" libasm-java)
-build_packages=("${contract_packages[@]}" googletest perl)
+contract_packages=(openjdk-17-jdk-headless libasm-java libsmali-java)
+build_packages=("${demo_packages[@]}" "${contract_packages[@]}" googletest perl)
 android_packages=(android-libart android-libnativeloader android-lib{base,backtrace,ziparchive}-dev libicu4j-java
     libicu-dev zlib1g-dev liblz4-1)
 arm_packages=(clang lld llvm qemu-user)

@@ -129,18 +129,22 @@ JavaMethod methodOf(jmethodID id) {
 
 // What a JNI call is about, from its arguments.
 struct Subject {
-    const char* text = nullptr;         // the name that is looked up or registered
-    const char* signature = nullptr;    // of what is looked up
+    const char* text = nullptr;       // the name that is looked up or registered
+    const char* signature = nullptr;  // of what is looked up
+    const JNINativeMethod* natives = nullptr;
     jmethodID method = nullptr;         // the Java method that is called
     const jvalue* arguments = nullptr;  // of it
     jobject object = nullptr;
-    jint mode = 0;  // of a release
+    jint mode = 0;  // of a release; how many natives there are
 
     // What the virtual machine complains of until here is about the method called before.
     ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
 
     void take(const char* argument) { (text == nullptr ? text : signature) = argument; }
-    void take(const JNINativeMethod* natives) { text = natives->name; }
+    void take(const JNINativeMethod* methods) {
+        natives = methods;
+        text = methods->name;
+    }
     void take(jmethodID id) { method = id; }
     void take(const jvalue* values) { arguments = values; }
     void take(jobject argument) { object = argument; }
@@ -150,6 +154,16 @@ struct Subject {
     std::string name() const {
         const std::string full = text != nullptr ? text : methodOf(method).name;
         return full.substr(full.rfind('/') + 1);
+    }
+    std::vector<std::string> whole() const {
+        std::vector<std::string> all;
+        for (jint i = 0; natives != nullptr && i < mode; ++i) {
+            all.push_back(std::string(natives[i].name) + natives[i].signature);
+        }
+        if (all.empty() && text != nullptr) {
+            all.push_back(text + std::string(signature == nullptr ? "" : signature));
+        }
+        return all;
     }
 };
 
@@ -182,8 +196,8 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
     {
         const std::lock_guard<std::mutex> lock(gState.lock);
         if (gState.recording) {
-            gState.points.push_back(
-                {traits(call).name, subject.name(), subject.mode, traits(call).ways});
+            gState.points.push_back({traits(call).name, subject.name(), subject.whole(),
+                                     subject.mode, traits(call).ways});
         }
         for (Fault& fault : gState.faults) {
             if ((fault.call.empty() || fault.call == traits(call).name) && --fault.left == 0) {

@@ -68,8 +68,10 @@ void failCall(const std::string& call, size_t nth, Failure failure);
 struct Point {
     std::string call;
     std::string of;  // the Java method that is called, or the name that is looked up or registered
-    jint mode;       // of a release of array elements
-    int ways;        // in which it can fail
+    // The same, whole: "a/b/Class", "name(signature)"; of a registration every native.
+    std::vector<std::string> whole;
+    jint mode;  // of a release of array elements
+    int ways;   // in which it can fail
 };
 void record();
 std::vector<Point> recorded();  // ends the recording; and no call is made to fail any more
