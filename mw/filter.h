@@ -8,7 +8,8 @@
  *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
  *             thread is attached for the length of the Java call, which costs some 150 times what a
  *             call on an attached one does. A thread that calls often attaches itself, once for its
- *             life. Failing to attach or detach a thread ends the process.
+ *             life, to g_velmora_javaVM: a JavaVM* that the library exports, null until it is
+ *             loaded. Failing to attach or detach a thread ends the process.
  *   Blocking  calls for one filter run one after the other: each waits for the filter, holds it
  *             through its Java call and releases it. While a thread waits for a filter, every call
  *             and every event of any filter, but an open, waits behind it.
@@ -113,7 +114,8 @@ int x_velmora_filter_flush(uint32_t hfilter);
 int x_velmora_filter_read(uint32_t hfilter, int8_t* buffer, int64_t position, int64_t size);
 
 /* Configures the sections to deliver. The patterns have FLT_PATTERN_SIZE bytes each and are
- * copied; value, flags (0 or 1) and patterns are passed to Java uninterpreted. */
+ * copied. A flag other than 0 reaches Java as 1. What value, flags and patterns mean is the
+ * framework's. */
 int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1, uint8_t flag2,
                                       uint8_t flag3, uint8_t* pattern1, uint8_t* pattern2,
                                       uint8_t* pattern3);

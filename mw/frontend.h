@@ -9,13 +9,15 @@
  *   Threads   any thread may call it, also one that the Java virtual machine has never seen: such a
  *             thread is attached for the length of the call, which costs some 150 times what a call
  *             on an attached one does. A thread that calls often attaches itself, once for its
- *             life. Calls for one pipeline may overlap.
+ *             life, to g_velmora_javaVM: a JavaVM* that the library exports, null until it is
+ *             loaded. Calls for one pipeline may overlap.
  *   Blocking  it returns when the Java method has returned. No lock of the library is held
  *             meanwhile.
  *   Result    the Java method's int, unchanged. -1 is also the library's own failure: the pipeline
  *             is not registered, it has no Java object, there is no Java environment, or Java threw
  *             an exception (which is described on the error stream of the virtual machine and
- *             cleared).
+ *             cleared). Only one that refuses an end frequency is no failure, see
+ *             x_native_frontend_tune.
  *   Ownership what a pointer argument points to stays the caller's and is not used after the
  *             return.
  */
@@ -34,7 +36,9 @@ extern "C" {
 
 /*
  * Makes the Java frontend object of a pipeline and registers it. A pipeline that is registered
- * already keeps the object it has; the second one is opened and closed during the call.
+ * already keeps the object it has; the second one is opened and closed during the call. The
+ * handle's object is taken for a Java reference, whatever the handle's type is: a live handle of
+ * something else ends the process.
  * Result: always 0, also when the object could not be made. The pipeline is registered all the same,
  * and its later calls fail; requiring it again does not repair that, closing it first does.
  */
@@ -51,7 +55,8 @@ int x_native_frontend_close_tuner(unsigned int h_pipeline);
 
 /* Tunes to *pt_fesettings. A null record, a type that is not supported, a DVB-S frequency above
  * 2147 MHz and, for ISDB-T, a frontend without a service area give -1 and are not passed to
- * Java. */
+ * Java. When Java throws at the end frequency of DVB-S, as the platform does below 1, the
+ * exception is cleared in silence, and the request has no end. */
 int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings);
 
 int x_native_frontend_cancel_tuning(unsigned int h_pipeline);
@@ -77,9 +82,8 @@ int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_i
  *                FE_STATUS_TYPE_E are then not read
  *   ui1_len      1 to FE_STATUS_MAX_TYPES
  *   pt_festatus  receives them, see FE_STATUS_T
- * Result: 0 when the frontend gave its status, even if single kinds could not be read (a kind whose
- * getter threw holds 0 or false, a list that is missing keeps the caller's bytes); otherwise -1,
- * nothing written.
+ * Result: 0 when the frontend gave its status, even if it lacks single kinds, see FE_STATUS_T;
+ * otherwise -1, nothing written.
  */
 int x_native_frontend_get_frontend_status(unsigned int h_pipeline, FE_STATUS_TYPE_E* pi4_type,
                                           unsigned char ui1_len, FE_STATUS_T* pt_festatus);

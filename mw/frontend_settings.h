@@ -135,9 +135,11 @@ typedef struct {
         MW_FE_ISDBT_SETTING_T t_isdbt;
         MW_FE_DTMB_SETTING_T t_dtmb;
     } u;
-    /* DVB-S: MHz, 2147 at most; other systems: Hz. A readback stores Hz for all */
+    /* DVB-S: MHz, refused above 2147 and below -2147; other systems: Hz. A readback stores Hz for
+     * all */
     int32_t mFrequency;
-    /* DVB-S only: end of the scan range in MHz; what is above 2147 wraps */
+    /* DVB-S only: end of the scan range in MHz. One above 2147 becomes 2147483647 Hz, one below
+     * -2147 the lowest number. The platform refuses one below 1: then there is no end */
     int32_t mEndFrequency;
     /* MW_FE_TYPE_E */
     int32_t e_type;

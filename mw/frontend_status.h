@@ -51,9 +51,12 @@ typedef enum {
 
 /*
  * The record belongs to its caller. A query writes the fields of the kinds it was asked for,
- * unconverted, and leaves every other byte alone. Units and constants are therefore the platform's;
- * they are given here as it documents them. The reserved stretches belong to the middleware, and so
- * does what its own declaration has behind mRollOff. A boolean byte holds 0 or 1.
+ * unconverted, and leaves every other byte alone. A frontend need not report every kind: the field
+ * of one that is missing, or whose getter threw, becomes 0, and a list keeps what was there. Units
+ * are the platform's. A field without one holds a plain number or, for code rates, modulation,
+ * inversion, voltage, hierarchy, bandwidth and roll-off, the platform's constant. The reserved
+ * stretches belong to the middleware, and so does what its own declaration has behind mRollOff. A
+ * boolean byte holds 0 or 1.
  */
 typedef struct {
     /* Demodulator locked */
@@ -64,7 +67,7 @@ typedef struct {
     int32_t mBer;
     /* Packet errors per thousand million packets */
     int32_t mPer;
-    /* Errors per thousand million, as the frontend counts before outer FEC */
+    /* Bit errors per thousand million bits, before error correction */
     int32_t mPerBer;
     /* Percent */
     int32_t mSignalQuality;
@@ -72,17 +75,13 @@ typedef struct {
     int32_t mSignalStrength;
     /* Symbols per second */
     int32_t mSymbolRate;
-    /* Inner FEC code rate */
     int64_t mInnerFec;
-    /* The platform's constant of the delivery system */
     int32_t mModulation;
     /* One for each layer; see FE_STATUS_MAX_LIST_COPY */
     int32_t mModulationsExt[10];
     /* Elements in the platform's list, whether or not they were copied */
     int32_t mModulationsExtLen;
-    /* Spectral inversion */
     int32_t mInversion;
-    /* The platform's voltage constant */
     int32_t mLnbVoltage;
     int32_t mPlpId;
     /* Emergency warning broadcast present */
@@ -94,10 +93,9 @@ typedef struct {
     uint8_t aui1_reserved0[11];
     /* Modulation error ratio, thousandths of a dB */
     int32_t mMer;
-    /* Hz */
+    /* Hz between the frequency tuned to and the one locked on */
     int32_t mFreqOffset;
     int32_t mHierarchy;
-    /* The platform's constant of the delivery system */
     int32_t mBandWidth;
     /* One for each layer; see FE_STATUS_MAX_LIST_COPY */
     int32_t mCodeRates[10];

@@ -3,7 +3,7 @@ package com.halvorin.tv.velmora.services.selector.connectmanager;
 /**
  * The events of all scans, each on any thread of Java, also from inside a method of a frontend.
  * Each returns when the middleware's function has returned, which may call C again: 0 when the
- * event reached the middleware, else -1.
+ * event reached the middleware, else -1. notifyScanOnSignalType reaches nobody, and returns 0.
  */
 public class ZytTvInnerScanCallback {
     public native int notifyScanOnLocked(int pipeline);
