@@ -1,5 +1,6 @@
 /* A middleware in one file: tunes a cable transponder, waits for the PAT of its stream and prints
  * the programmes. */
+#define _POSIX_C_SOURCE 200809L
 #include <semaphore.h>
 #include <stdio.h>
 #include <time.h>

@@ -105,22 +105,29 @@ static void set_log_level(const char* level) {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
+/* The action of SIGINT before the library was loaded, which takes the signal over. */
+static struct sigaction g_interrupt;
+
 typedef int (*middleware_fct)(const BOX_T* pt_box, int argc, char** argv);
 
 /* The middleware_main of a shared object; null, told why, when there is none to be had. */
 static middleware_fct load(const char* library) {
+    const struct sigaction end = {.sa_handler = SIG_DFL};
+    struct sigaction terminate;
+    /* Java's own end waits until a library is loaded, which its constructors may never let happen. */
+    sigaction(SIGTERM, &end, &terminate);
+    sigaction(SIGINT, &end, NULL);
     /* The middleware need not name the libraries of its box: these are found without. */
     dlopen("libhalvorin_velmora_pipeline.so", RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
     void* handle = dlopen(library, RTLD_NOW);
+    sigaction(SIGTERM, &terminate, NULL);
+    sigaction(SIGINT, &g_interrupt, NULL);
     void* entry = handle != NULL ? dlsym(handle, "middleware_main") : NULL;
     if (entry == NULL) {
         fprintf(stderr, "%s\n", dlerror());
     }
     return (middleware_fct)entry;
 }
-
-/* The action of SIGINT before the library was loaded, which takes the signal over. */
-static struct sigaction g_interrupt;
 
 JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* reserved) {
     (void)reserved;
@@ -131,7 +138,6 @@ JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* reserved) {
 
 /* arguments: the middleware's file, and what it is given. */
 JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjectArray arguments) {
-    sigaction(SIGINT, &g_interrupt, NULL);
     g_main = (*env)->NewGlobalRef(env, main);
     const jsize count = (*env)->GetArrayLength(env, arguments);
     char** argv = calloc((size_t)count + 1, sizeof(*argv));
