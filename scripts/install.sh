@@ -1,33 +1,39 @@
-# Sourced by the other scripts: installs Debian packages that are missing. When it cannot, missing names them.
+# Sourced by the other scripts, whose $here is the project's folder: what each of them needs.
+export LC_ALL=C.UTF-8 # by it Java reads the letters of a path
+trap 'exit 130' INT   # what runs may catch Ctrl-C and end as if nothing had been
 
+# Locks a file or folder until the shell or subshell that calls this ends: two runs in one checkout would disturb each
+# other.
+lock() {
+    local held
+    exec {held}<"$1"
+    flock -n "$held" || { echo "Waiting for another run, which has locked $1" >&2 && flock "$held"; }
+}
+
+# Installs Debian packages that are missing. When it does not, missing names them.
 install_packages() {
-    local package
+    local package as_root=()
     missing=()
     for package in "$@"; do
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
             missing+=("$package")
     done
     [ ${#missing[@]} -gt 0 ] || return 0
-    local as_root=()
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || {
-            echo "Missing packages: ${missing[*]}. Install them, or run this as root." >&2
-            return 1
-        }
-        as_root=(sudo)
-    fi
-    echo "Installing ${missing[*]} (a minute or a few)"
-    local log
-    log=$(mktemp)
-    if ! { "${as_root[@]}" apt-get update &&
-        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y \
-            --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
-        cat "$log" >&2
-        rm -f "$log"
-        echo "Could not install ${missing[*]}." >&2
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    if [ "${PIPELINE_INSTALL-}" = no ] || ! command -v "${as_root[@]}" >/dev/null; then
+        echo "Missing packages: ${missing[*]}. Install them, or run this as root and without PIPELINE_INSTALL=no." >&2
         return 1
     fi
-    rm -f "$log"
+    echo "Installing (a minute or a few; PIPELINE_INSTALL=no declines): ${missing[*]}"
+    (
+        lock "$here/scripts/install.sh"
+        output=$("${as_root[@]}" apt-get update 2>&1 &&
+            "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
+                "${missing[@]}" 2>&1) || {
+            printf '%s\n' "$output" "Could not install ${missing[*]}." >&2
+            exit 1
+        }
+    )
 }
 
 demo_packages=(cmake ninja-build g++ openjdk-17-jdk-headless pkg-config libdvbv5-dev libdvbpsi-dev libudev-dev

@@ -70,6 +70,8 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
                                               {"log", required_argument, NULL, 'l'},
                                               {"lnb", required_argument, NULL, 'n'},
                                               {"ts", required_argument, NULL, 't'},
+                                              {"android", no_argument, NULL, 'f'},
+                                              {"middleware", optional_argument, NULL, 'f'},
                                               {NULL, 0, NULL, 0}};
     static DEMO_T t_demo;
     t_demo.pt_box = pt_box;
@@ -93,6 +95,9 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
             case 't':
                 fault = t_demo.stream != NULL ? "is a second stream" : NULL;
                 t_demo.stream = optarg;
+                break;
+            case 'f':
+                fault = "comes first";
                 break;
             default:
                 fault = option == ':' ? "needs a value" : "is unknown";
