@@ -121,7 +121,7 @@ int clearScanCallbacks() {
 
 int openFilter(Stage& stage) {
     FLT_EVT_CB_T evt = {31, 32, stage.hthread};
-    stage.hfilter = 7;  // shows whether it is written
+    stage.hfilter = 1;  // shows whether it is written
     return x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a), &stage.hfilter,
                                  &evt, &gTag);
 }

@@ -1,7 +1,7 @@
 // Calls each function of the table in tests/functions.h plainly, and then with everything failing on
 // which it depends: every call that it makes, of JNI, of the invocation interface and of the
 // middleware's services, fails in turn, in each way in which it can. What is seen is compared with
-// tests/functions.txt.
+// docs/functions.txt.
 
 #include <android/log.h>
 #include <unistd.h>
@@ -35,12 +35,24 @@ using tests::Stage;
 constexpr int kJavaValue = 57;  // what Java's methods return: it stands out in the log
 constexpr unsigned char kUntouched = 0xa5;
 
+#define WRITTEN TESTS_FOLDER "/../docs/functions.txt"
+#define SEEN TESTS_OUTPUT "/functions.txt"
+constexpr char kRemedy[] = "When that is meant: cp " SEEN " " WRITTEN "\n";
+// Legend of the file.
+constexpr char kHead[] =
+    R"(# == FUNCTION: RESULT when nothing fails. Then, numbered, its log, its calls of Java, and the middleware's callbacks.
+# -- CAUSES: RESULT, and what comes of them. Numbers stand for the lines above. Causes that change nothing are left out.
+# 57 is what Java returns. "CALL #2" is the function's second such call.
+# "no environment": the virtual machine is not there yet, or gives the thread no environment.
+# "wrong handle": it is closed, or of something else.
+
+)";
+
 // --- Running one function on a thread of its own ---
 
 // A run ends when the function returns, or when a fatal assertion fails. The process would be gone
 // then; here the thread stays in the assertion for good, with whatever it holds.
 struct Attempt : tests::Outcome {
-    std::string fatal;  // what the assertion said; empty: none failed
     bool exceptionLeft = false;
     std::vector<Point> calls;
 };
@@ -102,16 +114,13 @@ bool isMethod(const Point& call) {
     return isJava(call) && call.of != "<init>";
 }
 
-// How functions.txt names the i'th call: a Java method by its name, or as Java where it is the only one.
+// How functions.txt names the i'th call: a Java method by its name.
 std::string nameOf(const std::vector<Point>& calls, size_t i) {
     const auto nameOf = [](const Point& call) {
         return isMethod(call)                    ? call.of
                : isJava(call) || call.of.empty() ? call.call
                                                  : call.call + " " + call.of;
     };
-    if (isMethod(calls[i]) && std::count_if(calls.begin(), calls.end(), isMethod) == 1) {
-        return "Java";
-    }
     const std::string name = nameOf(calls[i]);
     const auto before = std::count_if(calls.begin(), calls.begin() + static_cast<ptrdiff_t>(i),
                                       [&](const Point& call) { return nameOf(call) == name; });
@@ -163,44 +172,37 @@ void checkAssertion(const std::string& fatal, const std::string& clazz, const st
 
 // --- The test of one row ---
 
-int gFaults;  // tried
-std::map<std::string, tests::Seen> gSeen;
+int gFaults;                                   // tried
+std::map<std::string, std::string> gSections;  // of the rows that ran
 
-Lines linesOf(std::istream& stream) {
-    Lines lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+std::string readFile(const char* path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The section of docs/functions.txt; nothing when there is none.
+std::string writtenSection(const std::string& name) {
+    static const std::string text = readFile(WRITTEN);
+    const size_t before = text.find("\n== " + name + ": ");
+    const size_t end = before == std::string::npos ? before : text.find("\n== ", before + 1);
+    return before == std::string::npos ? "" : text.substr(before + 1, end - before);
 }
 
 class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterface<Function> {
   protected:
-    // functions.txt is written and compared as a whole.
+    // Writes the file as it should be: the sections of rows that did not run are as they were.
     static void TearDownTestSuite() {
-        std::cout << "faults tried: " << gFaults << "\n";
-        const char* path = getenv("FUNCTIONS_TXT");
-        const auto& tests = *testing::UnitTest::GetInstance();
-        const std::string seen = tests::functionsTxt(gSeen);
-        if (tests.test_to_run_count() != tests.total_test_count()) {
-            std::cout << seen << "Compared with functions.txt only when all tests run.\n";
-            EXPECT_EQ(nullptr, path) << "Written only when all tests run.";
-            return;
+        std::cout << "faults tried: " << gFaults << std::endl;
+        std::string text = kHead;
+        for (const Function& row : tests::functions()) {
+            if (row.written) {
+                const auto seen = gSections.find(row.name);
+                text += seen != gSections.end() ? seen->second : writtenSection(row.name);
+            }
         }
-        if (path != nullptr) {
-            const std::string beside = std::string(path) + ".new";
-            std::ofstream(beside) << seen;
-            EXPECT_EQ(0, rename(beside.c_str(), path)) << path;
-        }
-        std::ifstream file(TESTS_FOLDER "/functions.txt");
-        std::istringstream lines(seen);
-        const std::string differences =
-            testing::internal::edit_distance::CreateUnifiedDiff(linesOf(file), linesOf(lines));
-        if (path == nullptr && !differences.empty()) {
-            ADD_FAILURE()
-                << "tests/functions.txt tells something else (-) than what was seen (+):\n"
-                << differences << "To write it anew:\n"
-                << "FUNCTIONS_TXT=tests/functions.txt build/host/bin/functions_test";
+        std::ofstream(SEEN) << text;
+        if (system("diff -u " WRITTEN " " SEEN) != 0) {
+            ADD_FAILURE() << "docs/functions.txt differs, as is shown above.\n" << kRemedy;
         }
     }
 
@@ -225,6 +227,15 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         tests::callWatched([&] { step(mStage); });
     }
 
+    // What changes nothing is not noted.
+    void note(const std::string& what, const char* way, bool attached, const Attempt& attempt) {
+        const Attempt& plain = mPlain[attached];
+        if (!attempt.fatal.empty() || attempt.result != plain.result ||
+            attempt.lines != plain.lines) {
+            mSection.note(what, way, attached, attempt);
+        }
+    }
+
     // The failing'th call, if one is given, fails.
     Attempt run(bool attached, std::optional<size_t> failing = {}, tests::Failure failure = {}) {
         tests::takeLog();
@@ -244,12 +255,9 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
                         call.mode == (mFunction.calledByJava ? JNI_ABORT : 0));
         }
         for (const std::string& line : tests::takeLog()) {
-            run.lines.push_back(tests::normalized(line, mStage, run.result));
+            run.lines.push_back(tests::normalized(line, mStage));
         }
-        if (!run.fatal.empty()) {
-            run.result = mPlain[attached].result;  // there is none
-            run.lines.push_back("F " + tests::normalized(run.fatal, mStage, 0));
-        }
+        run.fatal = tests::normalized(run.fatal, mStage);
         return run;
     }
     Attempt runPlain(bool attached) {
@@ -291,31 +299,34 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         const std::vector<Point>& calls = mPlain[attached].calls;
         for (size_t i = 0; i < calls.size(); ++i) {
             for (const auto& [failure, fails] :
-                 {std::pair(tests::kFails, "fails"), std::pair(tests::kThrows, "throws"),
-                  std::pair(tests::kEmpty, "gives nothing"),
-                  std::pair(tests::kKeeps, "does not release")}) {
+                 {std::pair(tests::kFails, " fails"), std::pair(tests::kThrows, " throws"),
+                  std::pair(tests::kEmpty, " gives nothing"),
+                  std::pair(tests::kKeeps, " does not release")}) {
                 // A filter whose semaphore stays taken is lost, unless the semaphore goes next.
                 const bool isLost = failure == tests::kKeeps &&
                                     (i + 1 == calls.size() || calls[i + 1].call != "x_sema_delete");
                 if ((calls[i].ways & failure) == 0 || isLost) {
                     continue;
                 }
-                const std::string cause = nameOf(calls, i) + " " + fails;
-                SCOPED_TRACE((attached ? "attached: " : "not attached: ") + cause);
-                tryFault(attached, i, failure, cause);
+                const std::string what = nameOf(calls, i);
+                SCOPED_TRACE((attached ? "attached: " : "not attached: ") + what + fails);
+                Attempt failed = tryFault(attached, i, failure);
+                if (!mFunction.isLoad() || failed.fatal.empty()) {
+                    note(what, fails, attached, failed);
+                }
                 ++gFaults;
             }
         }
     }
 
-    void tryFault(bool attached, size_t failing, tests::Failure failure, const std::string& cause) {
+    Attempt tryFault(bool attached, size_t failing, tests::Failure failure) {
         const Attempt& plain = mPlain[attached];
         const Point& call = plain.calls[failing];
         const bool throws = failure == tests::kThrows;
         const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
         memset(mStage.output, kUntouched, sizeof(mStage.output));
-        const Attempt failed = run(attached, failing, failure);
+        Attempt failed = run(attached, failing, failure);
         const bool fatal = !failed.fatal.empty();
         const bool succeeded = !fatal && failed.result == plain.result;
         if (fatal && mFunction.isLoad()) {
@@ -323,10 +334,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             while (plain.calls[lookup].call != "FindClass") {
                 --lookup;
             }
-            checkAssertion(failed.lines.back().substr(2), plain.calls[lookup].of,
+            checkAssertion(failed.fatal, plain.calls[lookup].of,
                            call.call == "GetMethodID" ? call.of : "");
-        } else {
-            mSeen.note(cause, plain, failed);
         }
         checkCalls(plain, failing, failed);
         if (mFunction.name.rfind("x_velmora_filter_open", 0) == 0) {
@@ -355,20 +364,21 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         }
         EXPECT_EQ(plain.result, run(attached).result);
         take(mFunction.undo);
-        // What a thread holds that a fatal assertion would have ended is not looked at.
-        if (!fatal) {
-            checkCounts(before, cause);
-        }
+        checkCounts(before, &failed);
+        return failed;
     }
 
-    // A load keeps its classes. A peer without an environment keeps its references, which is noted.
-    void checkCounts(tests::ResourceCounts before, const std::string& cause) {
+    // A load keeps its classes. A peer without an environment keeps its references, which is noted. What
+    // a thread holds that a fatal assertion would have ended is not looked at.
+    void checkCounts(tests::ResourceCounts before, Attempt* attempt) {
         const int kept = tests::resourceCounts()[tests::kGlobalRefs] - before[tests::kGlobalRefs];
-        if (kept != 0 && !mFunction.isLoad()) {
-            mSeen.effects[cause].insert("global references kept: " + std::to_string(kept));
-        }
         before[tests::kGlobalRefs] += kept;
-        EXPECT_EQ("", tests::changesSince(before));
+        if (attempt->fatal.empty()) {
+            if (kept != 0 && !mFunction.isLoad()) {
+                attempt->lines.push_back("global references kept: " + std::to_string(kept));
+            }
+            EXPECT_EQ("", tests::changesSince(before));
+        }
     }
 
     // There is no virtual machine before the load has ended.
@@ -376,19 +386,19 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
         JavaVM* vm = std::exchange(g_velmora_javaVM, nullptr);
-        const Attempt attempt = run(true);
+        Attempt attempt = run(true);
         g_velmora_javaVM = vm;
-        mSeen.note("no virtual machine", mPlain[true], attempt);
         if (attempt.fatal.empty()) {
             take(mFunction.undo);
-            checkCounts(before, "no virtual machine");
         }
+        checkCounts(before, &attempt);
+        note("no virtual machine", "", true, attempt);
     }
 
     // The cause is there already, or comes with the preparation.
     void tryWith(const std::string& cause) {
         take(mFunction.prepare);
-        mSeen.note(cause, mPlain[true], run(true));
+        note(cause, "", true, run(true));
         take(mFunction.undo);
     }
 
@@ -397,18 +407,18 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         take(tests::prepareFilter);
         const Stage open = mStage;
         mStage = {open.hthread, open.h_pipeline, open.hfilter};
-        mSeen.note("handle of something else", mPlain[true], run(true));
+        note("handle of something else", "", true, run(true));
         mStage = open;
         take(tests::undoFilter);
         mStage.h_pipeline = 0x7fffff00;
-        mSeen.note("closed handle", mPlain[true], run(true));
+        note("closed handle", "", true, run(true));
         mStage = before;
     }
 
     const Function mFunction = GetParam();
     Stage mStage;
     Attempt mPlain[2];  // on a thread that is not attached, and on one that is
-    tests::Seen mSeen;
+    tests::Section mSection;
 };
 
 TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
@@ -417,6 +427,7 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
     if (HasFailure()) {
         return;  // what follows may wait for the lock for ever
     }
+    mSection = tests::Section(mPlain[true]);
     tryFaults(true);
     if (mFunction.calledByJava && !mFunction.isLoad()) {
         tests::registerCountingCallbacks(mStage.h_pipeline, false);
@@ -424,10 +435,13 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
         tests::registerCountingCallbacks(mStage.h_pipeline);
     } else if (!mFunction.calledByJava) {
         mPlain[false] = runPlain(false);
+        if (mPlain[false].lines != mPlain[true].lines) {
+            mSection.note("thread that is not attached", "", false, mPlain[false]);
+        }
         tryFaults(false);
         if (mFunction.ofTuner()) {
             tests::failCall("NewObjectA", 1, tests::kFails);
-            tryWith("no Java object");
+            tryWith("tuner without a Java object");
             for (const char* getter : {"getInnerFec", "getExtendedModulations", "getCodeRates"}) {
                 tests::script(getter, "nothing");
             }
@@ -438,9 +452,11 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
     if (mFunction.takesHandle) {
         tryWrongHandles();
     }
-    mSeen.plain = mPlain[true];
     if (mFunction.written) {
-        gSeen[mFunction.name] = mSeen;
+        const std::string& seen = gSections[mFunction.name] = mSection.text(mFunction.name);
+        const std::string written = writtenSection(mFunction.name);
+        EXPECT_TRUE(seen == written)
+            << "docs/functions.txt: " << tests::firstDifference(written, seen) << kRemedy;
     }
 }
 

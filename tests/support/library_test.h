@@ -11,6 +11,9 @@
 
 namespace tests {
 
+// Where two texts of several lines begin to differ.
+std::string firstDifference(const std::string& expected, const std::string& actual);
+
 // The library loaded, with the scripted device behind it. Fails the test that leaves something
 // behind: every resource count must be what it was.
 class LibraryTest : public testing::Test {
