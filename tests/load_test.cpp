@@ -76,7 +76,7 @@ Lines demandedBy(const std::vector<tests::Point>& load) {
 
 // The same of java/keep.pro.
 Lines kept() {
-    std::ifstream file(TESTS_FOLDER "/../java/keep.pro");
+    std::ifstream file(PROJECT_FOLDER "/java/keep.pro");
     static const std::regex kRule("-keep class ([^ ]+).*|    (.*)");
     Lines lines;
     std::string clazz;

@@ -1,6 +1,8 @@
 #include "tests/oracle.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <numeric>
@@ -125,14 +127,26 @@ constexpr size_t widthOf(char type) {
     return type == 'J' ? 8 : type == 'B' ? 1 : 4;
 }
 
+// What a table has in the record.
+uint8_t* in(Bytes& record, size_t offset, size_t width) {
+    if (offset + width > record.size()) {
+        fflush(stdout);
+        fprintf(stderr, "A table of tests/oracle.cpp has %zu bytes at offset %zu of %zu.\n", width,
+                offset, record.size());
+        _Exit(1);
+    }
+    return &record[offset];
+}
+
 // The text with values of the record for what stands in braces.
-std::string fill(std::string text, const Bytes& record) {
+std::string fill(std::string text, Bytes& record) {
     for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{')) {
         const size_t end = text.find('}');
         const char letter = text[at + 1];
         const size_t shift = text[end - 1] == '+' && sizeof(void*) == 8 ? 8 : 0;
         int64_t value = 0;
-        memcpy(&value, &record.at(std::stoul(&text[at + 2]) + shift), widthOf(letter));
+        const size_t width = widthOf(letter);
+        memcpy(&value, in(record, std::stoul(&text[at + 2]) + shift, width), width);
         if (letter != 'J') {
             value = static_cast<int32_t>(value);
             value = letter == 'M'   ? std::clamp<int64_t>(value * 1000000, INT32_MIN, INT32_MAX)
@@ -271,13 +285,13 @@ struct Oracle {
             std::vector<int32_t> list(12);
             std::iota(list.begin(), list.end(), int64_t{static_cast<int32_t>(value)});
             list.resize(call.listLength);
-            memcpy(&record.at(offset), list.data(), list.size() <= 9 ? list.size() * 4 : 0);
-            memcpy(&record.at(offset + 40), &call.listLength, 4);
+            memcpy(in(record, offset, 40), list.data(), list.size() <= 9 ? list.size() * 4 : 0);
+            memcpy(in(record, offset + 40, 4), &call.listLength, 4);
             tests::script(method, listOf(list));
             return start + "I" + place + ", length:" + std::to_string(list.size()) + "\n";
         }
         value = method == "getType" ? call.javaInt : type == 'B' ? value & 1 : value;
-        memcpy(&record.at(offset), &value, widthOf(type));
+        memcpy(in(record, offset, widthOf(type)), &value, widthOf(type));
         tests::script(method, type != 'B' ? std::to_string(value) : value != 0 ? "true" : "false");
         return start + type + place + ".\n";
     }

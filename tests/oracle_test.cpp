@@ -14,9 +14,13 @@ namespace {
 class OracleTest : public tests::LibraryTest {};
 
 void expectRight(const Case& call) {
+    constexpr const char* kEntries[] = {"tune", "scan", "readback", "status"};
     const auto [expected, actual] = check(call);
-    EXPECT_EQ(expected, actual)
-        << "What must arrive is said by the tables of tests/oracle.cpp, as kStatusKinds.";
+    if (expected != actual) {
+        ADD_FAILURE() << kEntries[call.entry] << ", type " << call.type << ": "
+                      << tests::firstDifference(expected, actual)
+                      << "What should be is said by the tables of tests/oracle.cpp.";
+    }
 }
 
 // No two bytes of its record are alike. The type is that in the record or, in a readback, from Java.

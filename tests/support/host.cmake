@@ -3,8 +3,10 @@
 java_jar(tests tests/java/src platform_jar)
 add_library(test_host STATIC tests/support/host.cpp tests/support/java.cpp tests/support/device.cpp)
 target_include_directories(test_host PUBLIC ${PROJECT_SOURCE_DIR})
-target_compile_definitions(test_host PRIVATE
+target_compile_definitions(test_host PUBLIC
     PROJECT_FOLDER="${PROJECT_SOURCE_DIR}"
+    BUILD_FOLDER="${CMAKE_BINARY_DIR}")
+target_compile_definitions(test_host PRIVATE
     TESTS_JAVA_HOME="${PIPELINE_JAVA_HOME}"
     TESTS_JARS="${CMAKE_BINARY_DIR}/java"
     TESTS_LIBRARY="$<TARGET_FILE:halvorin_velmora_pipeline>")

@@ -2,6 +2,8 @@
 // process ends.
 
 #include <algorithm>
+#include <cstdio>
+#include <sstream>
 
 #include "tests/support/library_test.h"
 
@@ -45,9 +47,52 @@ void LibraryTest::TearDown() {
 
 }  // namespace tests
 
+namespace {
+
+// Keeps the first failure, to tell it once more at the end, where it is seen.
+class FirstFailure : public testing::EmptyTestEventListener {
+  public:
+    void tell() const {
+        // Of a long one the beginning, and the end, which says where it happened.
+        const size_t left = mLines.size() - std::min<size_t>(mLines.size(), 3);
+        for (size_t i = 0; i < mLines.size(); ++i) {
+            if (i < 6 || i >= left) {
+                printf("%s\n", mLines[i].substr(0, 200).c_str());
+            }
+        }
+    }
+
+  private:
+    void OnTestStart(const testing::TestInfo& test) override { mTest = test.name(); }
+    void OnTestPartResult(const testing::TestPartResult& result) override {
+        if (!result.failed() || !mLines.empty()) {
+            return;
+        }
+        mLines = {"", "The first failure: " + mTest};
+        std::istringstream message(result.message());
+        const char* const file = result.file_name() != nullptr ? result.file_name() : "";
+        mLines.push_back(file + std::string(":") + std::to_string(result.line_number()) + ":");
+        for (std::string line; std::getline(message, line);) {
+            mLines.push_back(line);
+        }
+    }
+
+    std::string mTest;
+    std::vector<std::string> mLines;
+};
+
+}  // namespace
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    auto* const failure = new FirstFailure();  // belongs to the list
+    testing::UnitTest::GetInstance()->listeners().Append(failure);
     const int result = RUN_ALL_TESTS();
     tests::stopVm();
-    return result != 0 || !tests::takeComplaints().empty() ? 1 : 0;
+    failure->tell();
+    const bool complained = !tests::takeComplaints().empty();
+    if (complained) {
+        puts("The virtual machine complained when it ended, as is shown above.");
+    }
+    return result != 0 || complained ? 1 : 0;
 }
