@@ -188,19 +188,17 @@ constexpr bool fitsNative(Result (*)(JNIEnv*, jobject, Args...), const char* sig
 }
 
 template <bool fits>
-constexpr char* nativeSignature(const char* signature) {
+constexpr const char* nativeSignature(const char* signature) {
     static_assert(fits, "the signature does not fit the native function");
-    return const_cast<char*>(signature);
+    return signature;
 }
 
-// A row of a table of native methods. OpenJDK declares the two texts as char*, a device as const
-// char*; the cast serves both. It is a macro because a function that casts a function's address
+// A row of a table of native methods. It is a macro because a function that casts a function's address
 // cannot run at compile time, and the tables must be constant data.
-#define NATIVE_METHOD(name, signature, function)                                               \
-    {                                                                                          \
-        const_cast<char*>(name),                                                               \
-            ::android::nativeSignature<::android::fitsNative(function, signature)>(signature), \
-            reinterpret_cast<void*>(function)                                                  \
+#define NATIVE_METHOD(name, signature, function)                                                 \
+    {                                                                                            \
+        name, ::android::nativeSignature<::android::fitsNative(function, signature)>(signature), \
+            reinterpret_cast<void*>(function)                                                    \
     }
 
 // One method to look up, and the condition that fails when it is missing.

@@ -4,18 +4,6 @@ JavaVM* g_velmora_javaVM = nullptr;
 
 namespace android {
 
-namespace {
-
-// A device declares AttachCurrentThread with a JNIEnv**, OpenJDK with a void**. This becomes either,
-// so that the same source compiles with both.
-struct EnvAddress {
-    JNIEnv** env;
-    operator JNIEnv**() const { return env; }
-    operator void**() const { return reinterpret_cast<void**>(env); }
-};
-
-}  // namespace
-
 JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached) {
     JavaVM* vm = javaVm();
     if (vm == nullptr) {
@@ -26,7 +14,7 @@ JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached) {
         return static_cast<JNIEnv*>(env);
     }
     JNIEnv* own = nullptr;
-    *attached = vm->AttachCurrentThread(EnvAddress{&own}, nullptr) == JNI_OK && own != nullptr;
+    *attached = vm->AttachCurrentThread(&own, nullptr) == JNI_OK && own != nullptr;
     return *attached ? own : nullptr;
 }
 

@@ -5,7 +5,7 @@
 
 #include <jni.h>
 
-#define PIPELINE_EXPORT __attribute__((visibility("default")))
+#include "services/jni/connectmanager/pipeline/core/export.h"
 
 // Null until the library is loaded, never cleared. For other libraries; this one uses javaVm().
 extern "C" PIPELINE_EXPORT JavaVM* g_velmora_javaVM;

@@ -3,6 +3,8 @@
 #include <mutex>
 
 #include "mw/basic_services.h"
+#include "mw/filter.h"
+#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
@@ -60,9 +62,6 @@ namespace {
 // callback thread would otherwise both find it, and both drop the one reference that its handle owns.
 std::mutex& gDeletionMutex = *new std::mutex();
 
-constexpr char kCreate[] = "x_velmora_filter_create_callback_thread";
-constexpr char kDelete[] = "x_velmora_filter_delete_callback_thread";
-
 // It releases nothing: who frees a handle releases what was behind it.
 uint8_t _native_filter_callback_thread_handle_free(uint32_t, uint16_t e_type, void*, void*,
                                                    uint8_t) {
@@ -86,7 +85,10 @@ sp<JNativeCallbackThread> findCallbackThread(uint32_t hthread) {
 
 }  // namespace
 
-int createCallbackThread(uint32_t* ph_thread) {
+PIPELINE_EXPORT int x_velmora_filter_create_callback_thread(uint32_t* ph_thread) {
+    if (ph_thread == nullptr) {
+        return -1;
+    }
     const sp<JNativeCallbackThread> thread(new JNativeCallbackThread());
     const int created = thread->createThread();
     if (created != 0) {
@@ -97,21 +99,22 @@ int createCallbackThread(uint32_t* ph_thread) {
     const int32_t i4_rc = handle_alloc(HT_FILTER_CALLBACK_THREAD, thread.get(), nullptr,
                                        _native_filter_callback_thread_handle_free, &hthread);
     if (i4_rc != 0) {
-        FILTER_LOG_AS(kCreate, "<%s:%4d>  handle alloc fail: %d\n", i4_rc);
+        FILTER_LOG("<%s:%4d>  handle alloc fail: %d\n", i4_rc);
         thread->decStrong(thread.get());
     }
     *ph_thread = hthread;
     return i4_rc == 0 ? 0 : -1;
 }
 
-int deleteCallbackThread(uint32_t hthread) {
+PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
     sp<JNativeCallbackThread> thread;  // destroyed after the mutex is free: that calls Java
     const std::lock_guard<std::mutex> lock(gDeletionMutex);
     thread = findCallbackThread(hthread);
     if (thread.get() == nullptr) {
-        FILTER_LOG_AS(kDelete, "<%s:%4d>  handle: 0x%x, is free.\n", hthread);
+        FILTER_LOG("<%s:%4d>  handle: 0x%x, is free.\n", hthread);
         return -1;
     }
+    // Fixed from outside: the handle's reference is dropped before the handle is freed.
     thread->decStrong(thread.get());
     handle_free(hthread, 1);
     return 0;

@@ -31,11 +31,6 @@ class JNativeCallbackThread : public RefBase {
 
 }  // namespace android
 
-// With the results and log lines of x_velmora_filter_create_callback_thread and
-// x_velmora_filter_delete_callback_thread. Any thread may call them. ph_thread is not null.
-int createCallbackThread(uint32_t* ph_thread);
-int deleteCallbackThread(uint32_t hthread);
-
 // The Java object of a callback thread; null when the handle names none. It is the peer's reference:
 // it lives as long as the callback thread is not deleted.
 jobject callbackThreadObject(uint32_t hthread);

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
@@ -11,8 +12,8 @@ namespace android {
 namespace {
 
 // What the log lines show of a reference: 32 bits, whatever the size of a pointer.
-unsigned int shown(jobject object) {
-    return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(object));
+unsigned int word(jobject object) {
+    return static_cast<unsigned int>(widened(object));
 }
 
 // Calls a method without arguments.
@@ -52,48 +53,49 @@ int JNativeInnerFilter::nativeOpen(int64_t pipeline_instance, int mainType, int 
     FILTER_LOG(
         "<%s:%4d> nativeOpen filter pipeline_instance: 0x%llx mainType %d subType %d buffersize "
         "0x%llx.\n",
-        static_cast<unsigned long long>(pipeline_instance), mainType, subType,
-        static_cast<unsigned long long>(buffersize));
+        shown(pipeline_instance), mainType, subType, shown(buffersize));
     jobject pipeline = reinterpret_cast<jobject>(static_cast<uintptr_t>(pipeline_instance));
     if (pipeline == nullptr) {
         FILTER_LOG("<%s:%4d> nativeOpen, pipeline_instance object is null.\n");
         return 1;  // Fixed from outside: 1, not -1. The log shows it, and open returns -1.
     }
-    int result;
+    int result = -1;
     {
         const FilterEnv scope(FilterEnv::kOperation);
-        result = openWith(scope.env(), pipeline, mainType, subType, buffersize, callbackThread);
+        JNIEnv* env = scope.env();
+        if (!makeSectionArray(env)) {
+            FILTER_LOG("<%s:%4d> nativeOpen, constructor mj_sectionarr failed.");
+        } else if (!makeObject(env, pipeline)) {
+            FILTER_LOG("<%s:%4d> nativeOpen, constructor mObject failed.");
+        } else {
+            android::gFields.setNativeHandleId.call(env, mObject, static_cast<jint>(mFilterHandle));
+            result = android::gFields.onOpenFilterId.call(env, mObject, mainType, subType,
+                                                          buffersize, callbackThread);
+        }
     }
-    FILTER_LOG("<%s:%4d> nativeOpen filter object 0x%x ret_val 0x%x.\n", shown(mObject),
+    FILTER_LOG("<%s:%4d> nativeOpen filter object 0x%x ret_val 0x%x.\n", word(mObject),
                static_cast<unsigned int>(result));
     return result;
 }
 
-int JNativeInnerFilter::openWith(JNIEnv* env, jobject pipeline, int mainType, int subType,
-                                 int64_t buffersize, jobject callbackThread) {
-    ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(FLT_MAX_READ_SIZE));
+bool JNativeInnerFilter::makeSectionArray(JNIEnv* env) {
+    const ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(FLT_MAX_READ_SIZE));
     if (array.get() != nullptr) {
         mj_sectionarr = static_cast<jbyteArray>(env->NewGlobalRef(array.get()));
     }
     if (mj_sectionarr == nullptr) {
         clearException(env);
-        FILTER_LOG_AS("nativeOpen", "<%s:%4d> nativeOpen, constructor mj_sectionarr failed.");
-        return -1;
     }
-    array.reset();
-    ScopedLocalRef<jobject> object =
+    return mj_sectionarr != nullptr;
+}
+
+bool JNativeInnerFilter::makeObject(JNIEnv* env, jobject pipeline) {
+    const ScopedLocalRef<jobject> object =
         android::gFields.constructorFilterId.newObject(env, android::gFields.filterClazz, pipeline);
     if (object.get() != nullptr) {
         mObject = newGlobalRef(env, object.get());
     }
-    if (mObject == nullptr) {
-        FILTER_LOG_AS("nativeOpen", "<%s:%4d> nativeOpen, constructor mObject failed.");
-        return -1;
-    }
-    object.reset();
-    android::gFields.setNativeHandleId.call(env, mObject, static_cast<jint>(mFilterHandle));
-    return android::gFields.onOpenFilterId.call(env, mObject, mainType, subType, buffersize,
-                                                callbackThread);
+    return mObject != nullptr;
 }
 
 void JNativeInnerFilter::nativeClose() {
@@ -101,7 +103,7 @@ void JNativeInnerFilter::nativeClose() {
         return;
     }
     callInScope(mObject, android::gFields.onCloseFilterId);
-    FILTER_LOG("<%s:%4d> nativeClose filter object 0x%x \n", shown(mObject));
+    FILTER_LOG("<%s:%4d> nativeClose filter object 0x%x \n", word(mObject));
 }
 
 int JNativeInnerFilter::nativeStart() {
@@ -110,7 +112,7 @@ int JNativeInnerFilter::nativeStart() {
         return -1;
     }
     const jint result = callInScope(mObject, android::gFields.onStartId);
-    FILTER_LOG("<%s:%4d> nativeStart jobject[0x%x] jret 0x%x!\n", shown(mObject),
+    FILTER_LOG("<%s:%4d> nativeStart jobject[0x%x] jret 0x%x!\n", word(mObject),
                static_cast<unsigned int>(result));
     return result;
 }
@@ -121,7 +123,7 @@ int JNativeInnerFilter::nativeStop() {
         return -1;
     }
     const jint result = callInScope(mObject, android::gFields.onStopId);
-    FILTER_LOG("<%s:%4d> nativeStop jobject[0x%x] jret 0x%x!\n", shown(mObject),
+    FILTER_LOG("<%s:%4d> nativeStop jobject[0x%x] jret 0x%x!\n", word(mObject),
                static_cast<unsigned int>(result));
     return result;
 }
@@ -132,7 +134,7 @@ int JNativeInnerFilter::nativeFlush() {
         return -1;
     }
     const jint result = callInScope(mObject, android::gFields.onFlushId);
-    FILTER_LOG("<%s:%4d> nativeFlush jobject[0x%x] jret 0x%x!\n", shown(mObject),
+    FILTER_LOG("<%s:%4d> nativeFlush jobject[0x%x] jret 0x%x!\n", word(mObject),
                static_cast<unsigned int>(result));
     return result;
 }
@@ -150,7 +152,7 @@ int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t siz
     JNIEnv* env = scope.env();
     if (size > FLT_MAX_READ_SIZE) {
         FILTER_LOG("<%s:%4d> native read size(0x%llx) too large,force to max size(%d) \n",
-                   static_cast<unsigned long long>(size), FLT_MAX_READ_SIZE);
+                   shown(size), FLT_MAX_READ_SIZE);
         size = FLT_MAX_READ_SIZE;
     }
     const jint n = android::gFields.onReadId.call(env, mObject, mj_sectionarr, position, size);
@@ -166,7 +168,7 @@ int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t siz
         clearException(env);
     }
     FILTER_LOG("<%s:%4d> return  ret_val 0x%x size 0x%llx.\n", static_cast<unsigned int>(n),
-               static_cast<unsigned long long>(size));
+               shown(size));
     return -1;
 }
 
@@ -190,7 +192,7 @@ int JNativeInnerFilter::nativeSetSectionConfig(int value, uint8_t flag1, uint8_t
                 array1.get(), array2.get(), array3.get());
         }
     }
-    FILTER_LOG("<%s:%4d> nativeSetSectionConfig jobject[0x%x] jret 0x%x!\n", shown(mObject),
+    FILTER_LOG("<%s:%4d> nativeSetSectionConfig jobject[0x%x] jret 0x%x!\n", word(mObject),
                static_cast<unsigned int>(result));
     return result;
 }

@@ -53,8 +53,9 @@ class JNativeInnerFilter : public RefBase {
     ~JNativeInnerFilter() override;
 
   private:
-    int openWith(JNIEnv* env, jobject pipeline, int mainType, int subType, int64_t buffersize,
-                 jobject callbackThread);
+    // Make the read buffer and the Java object, and hold them; false when Java cannot.
+    bool makeSectionArray(JNIEnv* env);
+    bool makeObject(JNIEnv* env, jobject pipeline);
 
     jobject mObject = nullptr;           // global reference
     jbyteArray mj_sectionarr = nullptr;  // global reference

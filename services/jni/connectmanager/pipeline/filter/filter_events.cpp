@@ -3,9 +3,11 @@
 #include <atomic>
 #include <iterator>
 
+#include "mw/filter.h"
+#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
-#include "services/jni/connectmanager/pipeline/filter/filter_access.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_handles.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
 using android::JNativeInnerFilter;
@@ -15,70 +17,77 @@ namespace {
 std::atomic<flt_section_nfy_fct> gSectionEventCallback;
 std::atomic<flt_status_nfy_fct> gFilterStatusCallback;
 
-struct FilterEvent {
-    FilterAccessMessages access;
-    const char* null;  // no function is registered
-};
+// Calls the middleware's function for a section or a restart, with nothing locked, but the peer held.
+void callSectionFunction(FilterAccess* access, flt_section_nfy_fct function, FLT_EVT_DATA_T data) {
+    JNativeInnerFilter* filter = access->peer();
+    const uint32_t hfilter = filter->nativeGetFilterHandle();
+    void* pv_tag = filter->nativeGetFilterTag();
+    access->release();
+    function(hfilter, filter->nativeGetFilterEvt(), &data, pv_tag);
+}
 
-constexpr FilterEvent kSectionEvent = {
-    {"com_halvorin_tv_velmora_filter_section_event",
-     "<%s:%4d> handle: 0x%x, x_filter_lock handle free.",
-     "<%s:%4d> handle: 0x%x invalid,drop this callback,normal case.", false},
-    "<%s:%4d>  filter section event notify is null."};
-constexpr FilterEvent kRestartEvent = {
-    {"com_halvorin_tv_velmora_filter_restart_event",
-     "<%s:%4d> handle: 0x%x, x_filter_lock handle free.",
-     "<%s:%4d> handle: 0x%x invalid,drop this callback,normal case.", false},
-    "<%s:%4d> filter section event notify is null."};
-constexpr FilterEvent kStatusEvent = {
-    {"com_halvorin_tv_velmora_filter_status_change",
-     "<%s:%4d>  handle: 0x%x, x_filter_lock handle free.",
-     "<%s:%4d>  handle: 0x%x invalid,drop this callback,normal case.", false},
-    "<%s:%4d>  filter status change notify is null."};
+// The natives. They run on the Java thread that calls them.
 
-// Calls deliver(function, handle, event record, tag) for a live filter, with nothing locked, but
-// the peer held.
-template <typename Function, typename Deliver>
-void notify(const FilterEvent& event, const std::atomic<Function>& slot, jint handle,
-            const Deliver& deliver) {
-    FilterAccess access(event.access, static_cast<uint32_t>(handle));
+void com_halvorin_tv_velmora_filter_section_event(JNIEnv*, jobject, jint handle, jint arg0,
+                                                  jint arg1, jint arg2, jint arg3) {
+    FilterAccess access(__func__, static_cast<uint32_t>(handle));
+    if (access.lockFailed()) {
+        FILTER_LOG("<%s:%4d> handle: 0x%x, x_filter_lock handle free.", handle);
+    }
+    if (access.lookupFailed()) {
+        FILTER_LOG("<%s:%4d> handle: 0x%x invalid,drop this callback,normal case.", handle);
+    }
+    if (access.peer() == nullptr) {
+        return;
+    }
+    const flt_section_nfy_fct function = gSectionEventCallback;
+    if (function == nullptr) {
+        FILTER_LOG("<%s:%4d>  filter section event notify is null.");
+        return;
+    }
+    callSectionFunction(&access, function, {{arg0, arg1, arg2, arg3}, FLT_EVT_KIND_SECTION});
+}
+
+void com_halvorin_tv_velmora_filter_restart_event(JNIEnv*, jobject, jint handle, jint arg0) {
+    FilterAccess access(__func__, static_cast<uint32_t>(handle));
+    if (access.lockFailed()) {
+        FILTER_LOG("<%s:%4d> handle: 0x%x, x_filter_lock handle free.", handle);
+    }
+    if (access.lookupFailed()) {
+        FILTER_LOG("<%s:%4d> handle: 0x%x invalid,drop this callback,normal case.", handle);
+    }
+    if (access.peer() == nullptr) {
+        return;
+    }
+    const flt_section_nfy_fct function = gSectionEventCallback;
+    if (function == nullptr) {
+        FILTER_LOG("<%s:%4d> filter section event notify is null.");
+        return;
+    }
+    callSectionFunction(&access, function, {{arg0, 0, 0, 0}, FLT_EVT_KIND_RESTART});
+}
+
+void com_halvorin_tv_velmora_filter_status_change(JNIEnv*, jobject, jint handle, jint status) {
+    FilterAccess access(__func__, static_cast<uint32_t>(handle));
+    if (access.lockFailed()) {
+        FILTER_LOG("<%s:%4d>  handle: 0x%x, x_filter_lock handle free.", handle);
+    }
+    if (access.lookupFailed()) {
+        FILTER_LOG("<%s:%4d>  handle: 0x%x invalid,drop this callback,normal case.", handle);
+    }
     JNativeInnerFilter* filter = access.peer();
     if (filter == nullptr) {
         return;
     }
-    const Function function = slot;
+    const flt_status_nfy_fct function = gFilterStatusCallback;
     if (function == nullptr) {
-        FILTER_LOG_AS(event.access.function, event.null);
+        FILTER_LOG("<%s:%4d>  filter status change notify is null.");
         return;
     }
     const uint32_t hfilter = filter->nativeGetFilterHandle();
     void* pv_tag = filter->nativeGetFilterTag();
     access.release();
-    deliver(function, hfilter, filter->nativeGetFilterEvt(), pv_tag);
-}
-
-void com_halvorin_tv_velmora_filter_section_event(JNIEnv*, jobject, jint handle, jint arg0,
-                                                  jint arg1, jint arg2, jint arg3) {
-    FLT_EVT_DATA_T data = {{arg0, arg1, arg2, arg3}, FLT_EVT_KIND_SECTION};
-    notify(kSectionEvent, gSectionEventCallback, handle,
-           [&](flt_section_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
-               function(hfilter, pt_evt, &data, pv_tag);
-           });
-}
-
-void com_halvorin_tv_velmora_filter_restart_event(JNIEnv*, jobject, jint handle, jint arg0) {
-    FLT_EVT_DATA_T data = {{arg0, 0, 0, 0}, FLT_EVT_KIND_RESTART};
-    notify(kRestartEvent, gSectionEventCallback, handle,
-           [&](flt_section_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
-               function(hfilter, pt_evt, &data, pv_tag);
-           });
-}
-
-void com_halvorin_tv_velmora_filter_status_change(JNIEnv*, jobject, jint handle, jint status) {
-    notify(kStatusEvent, gFilterStatusCallback, handle,
-           [&](flt_status_nfy_fct function, uint32_t hfilter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
-               function(hfilter, pt_evt, status, pv_tag);
-           });
+    function(hfilter, filter->nativeGetFilterEvt(), status, pv_tag);
 }
 
 const JNINativeMethod kFilterNatives[] = {
@@ -98,10 +107,14 @@ int registerFilterEventNatives(JNIEnv* env) {
         kFilterNatives, std::size(kFilterNatives));
 }
 
-void setSectionCallback(flt_section_nfy_fct callback) {
-    gSectionEventCallback = callback;
+PIPELINE_EXPORT int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy) {
+    FILTER_LOG("<%s:%4d>  callback: %p", reinterpret_cast<void*>(pf_nfy));
+    gSectionEventCallback = pf_nfy;
+    return 0;
 }
 
-void setFilterStatusCallback(flt_status_nfy_fct callback) {
-    gFilterStatusCallback = callback;
+PIPELINE_EXPORT int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy) {
+    FILTER_LOG("<%s:%4d> callback: %p", reinterpret_cast<void*>(pf_nfy));
+    gFilterStatusCallback = pf_nfy;
+    return 0;
 }

@@ -4,7 +4,12 @@
 #include <mutex>
 
 #include "mw/basic_services.h"
+#include "services/jni/connectmanager/pipeline/core/export.h"
+#include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_log.h"
+
+using android::JNativeInnerFilter;
+using android::sp;
 
 namespace {
 
@@ -50,6 +55,13 @@ FLT_INST_T* findRecord(uint32_t hfilter, HandleResult* result) {
                                                                 : nullptr;
 }
 
+// A filter whose semaphore is held.
+struct LockedFilter {
+    FLT_INST_T* ptFltInst;
+    uint32_t h_sema;
+    int64_t instance;
+};
+
 // Looks a handle up and takes the semaphore of its filter; the caller holds gFilterHandleMutex. The
 // result is the record and what it holds; ptFltInst is null (logged under the function's name), and
 // nothing is held, when the handle names no live filter or the semaphore cannot be had.
@@ -88,6 +100,20 @@ LockedFilter lockFilter(const char* function, uint32_t hfilter) {
         gWaiterGone.notify_all();
     }
     return i4_rc == 0 && !handleFreed ? filter : LockedFilter{};
+}
+
+// The second lookup of an access; false (logged) when the handle names no filter. It needs no lock:
+// its caller has the semaphore, without which nobody frees the record of a filter that was opened.
+bool _native_filter_handle2instance(uint32_t hfilter, int64_t* instance) {
+    HandleResult result;
+    const FLT_INST_T* ptFltInst = findRecord(hfilter, &result);
+    if (ptFltInst == nullptr) {
+        FILTER_LOG("<%s:%4d> _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.",
+                   hfilter, result.type, result.code);
+        return false;
+    }
+    *instance = ptFltInst->instance;
+    return true;
 }
 
 // The handle of the filter with that semaphore: from here on every lookup of it fails, and its
@@ -138,27 +164,6 @@ bool x_filter_unlock(uint32_t h_sema) {
     return i4_rc == 0;
 }
 
-bool _native_filter_handle2instance(uint32_t hfilter, int64_t* instance) {
-    HandleResult result;
-    const FLT_INST_T* ptFltInst = findRecord(hfilter, &result);
-    if (ptFltInst == nullptr) {
-        FILTER_LOG("<%s:%4d> _native_filter_handle2instance, handle: 0x%x, e_type:%d, fail: %d.",
-                   hfilter, result.type, result.code);
-        return false;
-    }
-    *instance = ptFltInst->instance;
-    return true;
-}
-
-LockedFilter lockAndFreeFilter(const char* function, uint32_t hfilter) {
-    const std::lock_guard<std::mutex> lock(gFilterHandleMutex);
-    const LockedFilter filter = lockFilter(function, hfilter);
-    if (filter.ptFltInst != nullptr) {
-        freeFilterHandle(hfilter, filter.h_sema);
-    }
-    return filter;
-}
-
 // Fixed from outside: the order, and that the semaphore is released before it is deleted.
 void undoFilter(uint32_t hfilter, FLT_INST_T* ptFltInst, uint32_t h_sema) {
     if (hfilter != 0) {
@@ -172,4 +177,55 @@ void undoFilter(uint32_t hfilter, FLT_INST_T* ptFltInst, uint32_t h_sema) {
         gWaiterGone.wait(lock, [h_sema] { return gWaiter.h_sema != h_sema; });
     }
     x_sema_delete(h_sema);
+}
+
+FilterAccess::FilterAccess(const char* function, uint32_t hfilter) {
+    if (x_filter_lock(hfilter, &mSemaphore) != 0) {
+        mFailed = kLock;
+        return;
+    }
+    // Fixed from outside: the handle is looked up a second time, with the semaphore held.
+    if (!_native_filter_handle2instance(hfilter, &mInstance)) {
+        mFailed = kLookup;
+        return;
+    }
+    mPeer = peerOf(mInstance);
+    if (mPeer.get() == nullptr) {
+        FILTER_LOG_AS(function, "<%s:%4d> filter.get: 0x%llx, instance: 0x%llx,failed.",
+                      shown(addressIn(mInstance)), shown(mInstance));
+    }
+}
+
+void FilterAccess::release() {
+    if (mSemaphore != 0) {
+        x_filter_unlock(mSemaphore);
+        mSemaphore = 0;
+    }
+}
+
+PIPELINE_EXPORT int x_velmora_filter_close(uint32_t hfilter) {
+    LockedFilter closing;
+    {
+        const std::lock_guard<std::mutex> lock(gFilterHandleMutex);
+        closing = lockFilter(__func__, hfilter);
+        if (closing.ptFltInst == nullptr) {
+            return -1;
+        }
+        freeFilterHandle(hfilter, closing.h_sema);
+    }
+    // Declared here, so that the peer is destroyed last, after the semaphore is gone.
+    const sp<JNativeInnerFilter> filter = peerOf(closing.instance);
+    if (addressIn(closing.instance) != closing.instance) {
+        FILTER_LOG("<%s:%4d>  filter.get: 0x%llx, instance: 0x%llx,failed.",
+                   shown(addressIn(closing.instance)), shown(closing.instance));
+    }
+    if (filter.get() != nullptr) {
+        filter->nativeClose();
+    }
+    subInnerFilterReference(closing.instance);
+    x_mem_free(closing.ptFltInst);
+    x_filter_unlock(closing.h_sema);
+    x_sema_delete(closing.h_sema);
+    FILTER_LOG("<%s:%4d>  hfilter[0x%x] !\n", hfilter);
+    return 0;
 }

@@ -10,8 +10,6 @@
 
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 
-namespace android {
-
 inline int64_t widened(const void* pointer) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pointer));
 }
@@ -23,10 +21,10 @@ inline int64_t addressIn(int64_t instance) {
 }
 
 // The peer at an instance: null when the value is no address, and then nothing is dereferenced.
-inline sp<JNativeInnerFilter> peerOf(int64_t instance) {
-    return sp<JNativeInnerFilter>(
+inline android::sp<android::JNativeInnerFilter> peerOf(int64_t instance) {
+    return android::sp<android::JNativeInnerFilter>(
         addressIn(instance) == instance
-            ? reinterpret_cast<JNativeInnerFilter*>(static_cast<uintptr_t>(instance))
+            ? reinterpret_cast<android::JNativeInnerFilter*>(static_cast<uintptr_t>(instance))
             : nullptr);
 }
 
@@ -34,7 +32,5 @@ inline sp<JNativeInnerFilter> peerOf(int64_t instance) {
 inline unsigned long long shown(int64_t value) {
     return static_cast<unsigned long long>(value);
 }
-
-}  // namespace android
 
 #endif  // FILTER_INSTANCE_H

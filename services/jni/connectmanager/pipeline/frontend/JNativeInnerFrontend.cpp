@@ -124,22 +124,6 @@ int JNativeInnerFrontend::getFrontendInfo(FE_INFO_T* /* pt_info */) {
     return 0;
 }
 
-int JNativeInnerFrontend::lnbSet(const JavaMethod<jint(jint)>& method, const char* format,
-                                 int value) const {
-    return withJava(-1, [&](JNIEnv* env) {
-        LOG_DEBUG(format, value);
-        return callJava(env, method, -1, value);
-    });
-}
-
-int JNativeInnerFrontend::lnbGet(const JavaMethod<jint()>& method, const char* format) const {
-    return withJava(0, [&](JNIEnv* env) {
-        const int value = callJava(env, method, 0);
-        LOG_DEBUG(format, value);
-        return value;
-    });
-}
-
 int JNativeInnerFrontend::requiredLnb() {
     return withJava(-1, [this](JNIEnv* env) {
         LOG_DEBUG("requiredLnb, mObject:%p", static_cast<void*>(mObject));
@@ -150,28 +134,48 @@ int JNativeInnerFrontend::requiredLnb() {
 }
 
 int JNativeInnerFrontend::lnbSetVoltage(int voltage) {
-    return lnbSet(::gFields.onLnbSetVoltageID, "lnbSetVoltage, voltage:%d.", voltage);
+    return withJava(-1, [this, voltage](JNIEnv* env) {
+        LOG_DEBUG("lnbSetVoltage, voltage:%d.", voltage);
+        return callJava(env, ::gFields.onLnbSetVoltageID, -1, voltage);
+    });
 }
 
 int JNativeInnerFrontend::lnbSetTone(int tone) {
-    return lnbSet(::gFields.onLnbSetToneID, "lnbSetTone, tone:%d.", tone);
+    return withJava(-1, [this, tone](JNIEnv* env) {
+        LOG_DEBUG("lnbSetTone, tone:%d.", tone);
+        return callJava(env, ::gFields.onLnbSetToneID, -1, tone);
+    });
 }
 
 int JNativeInnerFrontend::lnbSetSatellitePosition(int position) {
-    return lnbSet(::gFields.onLnbSetSatellitePositionID, "lnbSetSatellitePosition, position:%d",
-                  position);
+    return withJava(-1, [this, position](JNIEnv* env) {
+        LOG_DEBUG("lnbSetSatellitePosition, position:%d", position);
+        return callJava(env, ::gFields.onLnbSetSatellitePositionID, -1, position);
+    });
 }
 
 int JNativeInnerFrontend::lnbGetVoltage() {
-    return lnbGet(::gFields.onLnbGetVoltageID, "lnbGetVoltage, voltage:%d.");
+    return withJava(0, [this](JNIEnv* env) {
+        const int voltage = callJava(env, ::gFields.onLnbGetVoltageID, 0);
+        LOG_DEBUG("lnbGetVoltage, voltage:%d.", voltage);
+        return voltage;
+    });
 }
 
 int JNativeInnerFrontend::lnbGetTone() {
-    return lnbGet(::gFields.onLnbGetToneID, "lnbGetTone, tone:%d.");
+    return withJava(0, [this](JNIEnv* env) {
+        const int tone = callJava(env, ::gFields.onLnbGetToneID, 0);
+        LOG_DEBUG("lnbGetTone, tone:%d.", tone);
+        return tone;
+    });
 }
 
 int JNativeInnerFrontend::lnbGetSatellitePosition() {
-    return lnbGet(::gFields.onLnbGetSatellitePositionID, "lnbGetSatellitePosition, position:%d");
+    return withJava(0, [this](JNIEnv* env) {
+        const int position = callJava(env, ::gFields.onLnbGetSatellitePositionID, 0);
+        LOG_DEBUG("lnbGetSatellitePosition, position:%d", position);
+        return position;
+    });
 }
 
 int JNativeInnerFrontend::lnbSendDiseqcMessage(unsigned char* message, int length) {

@@ -85,10 +85,6 @@ class JNativeInnerFrontend : public RefBase {
         return result;
     }
 
-    // The LNB setters and getters; format is the line that shows the value.
-    int lnbSet(const JavaMethod<jint(jint)>& method, const char* format, int value) const;
-    int lnbGet(const JavaMethod<jint()>& method, const char* format) const;
-
     jobject mObject = nullptr;  // global reference
 };
 

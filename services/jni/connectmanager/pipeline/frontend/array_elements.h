@@ -27,9 +27,13 @@ inline void releaseElements(JNIEnv* env, jbyteArray array, jbyte* elements) {
 template <typename Array, typename Element>
 class ArrayElements {
   public:
-    // length is how many elements Java says that the array has, 0 or more.
-    ArrayElements(JNIEnv* env, Array array, jint length)
-        : mEnv(env), mArray(array), mRealLength(env->GetArrayLength(array)) {
+    // length is how many elements Java says that the array has. A missing array and a length below least
+    // are refused, and nothing is asked of the array then.
+    ArrayElements(JNIEnv* env, Array array, jint length, jint least) : mEnv(env), mArray(array) {
+        if (array == nullptr || length < least) {
+            return;
+        }
+        mRealLength = env->GetArrayLength(array);
         if (mRealLength == 0 && length > 0) {
             return;
         }
@@ -47,7 +51,8 @@ class ArrayElements {
     ArrayElements(const ArrayElements&) = delete;
     ArrayElements& operator=(const ArrayElements&) = delete;
 
-    // Null when they cannot be had, or when the array is empty and should not be.
+    // Null when they are refused, when JNI cannot supply them, or when the array is empty although a
+    // length above 0 was reported.
     const Element* get() const { return mElements; }
     // Never more than the array has.
     jint count() const { return mCount; }
@@ -56,7 +61,7 @@ class ArrayElements {
   private:
     JNIEnv* mEnv;
     Array mArray;
-    jint mRealLength;
+    jint mRealLength = 0;
     jint mCount = 0;
     Element* mElements = nullptr;
 };

@@ -3,6 +3,10 @@
 #include <map>
 #include <mutex>
 
+#include "mw/frontend.h"
+#include "services/jni/connectmanager/pipeline/core/export.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
+
 using android::JNativeInnerFrontend;
 using android::sp;
 
@@ -47,19 +51,26 @@ struct ReleaseAtExit {
 
 }  // namespace
 
-void registerFrontend(unsigned int h_pipeline, const sp<JNativeInnerFrontend>& peer) {
-    const std::lock_guard<RegistryLock> lock(gRegistryLock);
-    gFrontendMap.try_emplace(h_pipeline, peer);
-}
-
 sp<JNativeInnerFrontend> findFrontend(unsigned int h_pipeline) {
     const std::lock_guard<std::mutex> lock(gRegistryLock.ofPipeline(h_pipeline));
     const auto entry = gFrontendMap.find(h_pipeline);
     return entry != gFrontendMap.end() ? entry->second : sp<JNativeInnerFrontend>();
 }
 
-void closeFrontend(unsigned int h_pipeline) {
+PIPELINE_EXPORT int x_native_frontend_require_tuner(unsigned int h_pipeline) {
+    LOG_DEBUG("require_tuner:%x\n", h_pipeline);
+    // Fixed from outside: the object is made before the registry is asked, so a pipeline that is
+    // registered already sees a second one opened and closed.
+    const sp<JNativeInnerFrontend> peer(new JNativeInnerFrontend(h_pipeline));
+    const std::lock_guard<RegistryLock> lock(gRegistryLock);
+    gFrontendMap.try_emplace(h_pipeline, peer);
+    return 0;
+}
+
+PIPELINE_EXPORT int x_native_frontend_close_tuner(unsigned int h_pipeline) {
+    LOG_DEBUG("close_tuner:%x\n", h_pipeline);
     FrontendMap::node_type closed;  // destroyed after the lock is free: that calls Java
     const std::lock_guard<RegistryLock> lock(gRegistryLock);
     closed = gFrontendMap.extract(h_pipeline);
+    return 0;
 }

@@ -23,62 +23,55 @@ void catchException(JNIEnv* env, int32_t type) {
         env, [type] { LOG_ERROR("getFrontendStatus, catch exception, type:%d", type); });
 }
 
-// Each reads one kind from the status object into its field; line shows it. The getter's exception
-// is left pending.
-
-void readKind(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter, const char* line,
-              uint8_t* field) {
-    *field = getter.call(env, status) != JNI_FALSE ? 1 : 0;
-    LOG_DEBUG(line, *field);
+// What a getter returns, as the record and the log take it. The getter's exception is left pending.
+uint8_t valueOf(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter) {
+    return getter.call(env, status) != JNI_FALSE ? 1 : 0;
+}
+int valueOf(JNIEnv* env, jobject status, const JavaMethod<jint()>& getter) {
+    return getter.call(env, status);
+}
+long long valueOf(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter) {
+    return getter.call(env, status);
 }
 
-void readKind(JNIEnv* env, jobject status, const JavaMethod<jint()>& getter, const char* line,
-              int32_t* field) {
-    *field = getter.call(env, status);
-    LOG_DEBUG(line, *field);
-}
-
-void readKind(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter, const char* line,
-              int64_t* field) {
-    *field = getter.call(env, status);
-    LOG_DEBUG(line, static_cast<long long>(*field));
-}
-
-// Reads a list from the status object. line shows the first element and the length, missing is for no
-// list. Unlike with readKind, an exception of the getter is cleared here when there is a list, because
-// further JNI calls follow.
-void readList(JNIEnv* env, jobject status, const JavaMethod<jintArray()>& getter, int32_t type,
-              const char* line, const char* missing, int32_t* values, int32_t* lengthField) {
-    const auto list = getter.call(env, status);
-    if (list.get() == nullptr) {
-        LOG_ERROR("%s", missing);
-        return;
-    }
+// Reads a list into the record; false (logged) when its elements cannot be had. Unlike with a value, an
+// exception of the getter is cleared here, because further JNI calls follow.
+bool readList(JNIEnv* env, jintArray list, int32_t type, int32_t* values, int32_t* lengthField) {
     catchException(env, type);
-    jint* elements = env->GetIntArrayElements(list.get(), nullptr);
+    jint* elements = env->GetIntArrayElements(list, nullptr);
     if (elements == nullptr) {
         LOG_ERROR("getFrontendStatus, int_ptr is null, return");
-        return;
+        return false;
     }
     // Read once: the record is the caller's, whose other threads may write to it.
-    const jint length = env->GetArrayLength(list.get());
+    const jint length = env->GetArrayLength(list);
     *lengthField = length;
     android::JNativeInnerFrontend::StatusArrayContentExtract(elements, values, length);
-    LOG_DEBUG(line, values[0], length);
-    env->ReleaseIntArrayElements(list.get(), elements, 0);
+    // Fixed from outside: mode 0, which writes back, although the list was only read.
+    env->ReleaseIntArrayElements(list, elements, 0);
+    return true;
 }
 
 void readStatus(JNIEnv* env, jobject status, int32_t type, FE_STATUS_T* pt_festatus) {
     switch (type) {
-#define KIND(type_, result, getter, field, line)                                      \
-    case FE_STATUS_TYPE_##type_:                                                      \
-        readKind(env, status, gFrontendFields.getter##ID, line, &pt_festatus->field); \
-        break;
-#define LIST(type_, member, getter, field, line, missing)                                      \
-    case FE_STATUS_TYPE_##type_:                                                               \
-        readList(env, status, gFrontendFields.member, type, line, missing, pt_festatus->field, \
-                 &pt_festatus->field##Len);                                                    \
-        break;
+#define KIND(type_, result, getter, field, line)                             \
+    case FE_STATUS_TYPE_##type_: {                                           \
+        const auto value = valueOf(env, status, gFrontendFields.getter##ID); \
+        pt_festatus->field = value;                                          \
+        LOG_DEBUG(line, value);                                              \
+        break;                                                               \
+    }
+#define LIST(type_, member, getter, field, line, missing)                    \
+    case FE_STATUS_TYPE_##type_: {                                           \
+        const auto list = gFrontendFields.member.call(env, status);          \
+        if (list.get() == nullptr) {                                         \
+            LOG_ERROR(missing);                                              \
+        } else if (readList(env, list.get(), type, pt_festatus->field,       \
+                            &pt_festatus->field##Len)) {                     \
+            LOG_DEBUG(line, pt_festatus->field[0], pt_festatus->field##Len); \
+        }                                                                    \
+        break;                                                               \
+    }
 #include "services/jni/connectmanager/pipeline/frontend/status_kinds.h"
         default:
             LOG_DEBUG("getFrontendStatus, unsupport type: %d.", type);
@@ -117,6 +110,7 @@ int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t 
         ScopedLocalRef<jintArray> request(env, env->NewIntArray(ui1_len));
         if (request.get() == nullptr) {
             clearException(env);
+            // Fixed from outside: a debug line, although the call fails.
             LOG_DEBUG("getFrontendStatus JNI NewIntArray fail, return null\r\n");
             return -1;
         }
@@ -132,6 +126,7 @@ int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t 
             LOG_ERROR("getFrontendStatus, get frontend info is null.");
             return -1;
         }
+        // Fixed from outside: each kind is read and logged a second time.
         for (int i = 0; i < ui1_len; ++i) {
             const int32_t type = requestedType(pi4_type, i);
             LOG_DEBUG("getFrontendStatus, get type is %d", type);

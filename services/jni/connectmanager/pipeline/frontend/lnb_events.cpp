@@ -1,10 +1,13 @@
 #include <atomic>
 #include <iterator>
 
+#include "mw/frontend.h"
+#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/frontend/array_elements.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
+#include "services/jni/connectmanager/pipeline/frontend/frontend_registry.h"
 
 namespace {
 
@@ -38,7 +41,7 @@ jint com_halvorin_tv_velmora_lnb_onDiseqcMessage(JNIEnv* env, jobject, jint pipe
     }
     LOG_INFO("%s, callback: %p, handle: 0x%x", __func__, reinterpret_cast<void*>(callback),
              pipeline);
-    const ArrayElements<jbyteArray, jbyte> bytes(env, message, length);
+    const ArrayElements<jbyteArray, jbyte> bytes(env, message, length, 0);
     if (bytes.get() == nullptr) {
         LOG_ERROR("%s, message Array is null.", __func__);
         return -1;
@@ -60,10 +63,24 @@ int registerLnbNatives(JNIEnv* env) {
         kLnbNatives, std::size(kLnbNatives));
 }
 
-void setLnbCallback(fe_lnb_nfy_fct callback) {
-    gLnbNotifyFct = callback;
+PIPELINE_EXPORT int x_native_frontend_register_lnb_callback(unsigned int h_pipeline,
+                                                            fe_lnb_nfy_fct pf_nfy) {
+    if (findFrontend(h_pipeline).get() == nullptr) {
+        return -1;
+    }
+    LOG_INFO("x_native_frontend_register_lnb_callback, callback: %p",
+             reinterpret_cast<void*>(pf_nfy));
+    gLnbNotifyFct = pf_nfy;
+    return 0;
 }
 
-void setDiseqcCallback(fe_lnb_diseqc_nfy_fct callback) {
-    gLnbOnDiseqcMessageFct = callback;
+PIPELINE_EXPORT int x_native_frontend_register_lnb_DiseqcMessage_callback(
+    unsigned int h_pipeline, fe_lnb_diseqc_nfy_fct pf_nfy) {
+    if (findFrontend(h_pipeline).get() == nullptr) {
+        return -1;
+    }
+    LOG_INFO("x_native_frontend_register_lnb_DiseqcMessage_callback, callback: %p",
+             reinterpret_cast<void*>(pf_nfy));
+    gLnbOnDiseqcMessageFct = pf_nfy;
+    return 0;
 }

@@ -11,36 +11,43 @@ namespace {
 using android::clearException;
 using android::JavaMethod;
 
-// Reads one value of the settings in force into the record; false when the getter threw. line shows
-// the value.
-bool readBack(JNIEnv* env, jobject settings, const JavaMethod<jint()>& getter, const char* line,
-              int32_t* field) {
+// Reads one value of the settings in force into the record; false when the getter threw.
+bool readBack(JNIEnv* env, jobject settings, const JavaMethod<jint()>& getter, int32_t* field) {
     const jint value = getter.call(env, settings);
     if (clearException(env)) {
         return false;
     }
     *field = value;
-    LOG_DEBUG(line, value);
+    return true;
+}
+
+bool readBackBandwidth(JNIEnv* env, jobject settings, const JavaMethod<jint()>& getter,
+                       int32_t* mBandwidth) {
+    if (!readBack(env, settings, getter, mBandwidth)) {
+        return false;
+    }
+    LOG_DEBUG("getFrontendSetting, mBandwidth: %d.", *mBandwidth);
     return true;
 }
 
 // The fields of a type's sub-record; false when a getter threw.
 bool readBackSubRecord(JNIEnv* env, jobject settings, MW_FESETTING_T* pt_fesettings) {
-    static constexpr char kBandwidthLine[] = "getFrontendSetting, mBandwidth: %d.";
     switch (pt_fesettings->e_type) {
         case MW_FE_TYPE_DVBT: {
             MW_FE_DVBT_SETTING_T& dvbt = pt_fesettings->u.t_dvbt;
-            return readBack(env, settings, gConfigFields.dvbtGetStandardID,
-                            "getFrontendSetting, mStandard: %d.", &dvbt.mStandard) &&
-                   readBack(env, settings, gConfigFields.dvbtGetBandwidthID, kBandwidthLine,
-                            &dvbt.mBandwidth);
+            if (!readBack(env, settings, gConfigFields.dvbtGetStandardID, &dvbt.mStandard)) {
+                return false;
+            }
+            LOG_DEBUG("getFrontendSetting, mStandard: %d.", dvbt.mStandard);
+            return readBackBandwidth(env, settings, gConfigFields.dvbtGetBandwidthID,
+                                     &dvbt.mBandwidth);
         }
         case MW_FE_TYPE_ISDBT:
-            return readBack(env, settings, gConfigFields.isdbtGetBandwidthID, kBandwidthLine,
-                            &pt_fesettings->u.t_isdbt.mBandwidth);
+            return readBackBandwidth(env, settings, gConfigFields.isdbtGetBandwidthID,
+                                     &pt_fesettings->u.t_isdbt.mBandwidth);
         case MW_FE_TYPE_DTMB:
-            return readBack(env, settings, gConfigFields.dtmbGetBandwidthID, kBandwidthLine,
-                            &pt_fesettings->u.t_dtmb.mBandwidth);
+            return readBackBandwidth(env, settings, gConfigFields.dtmbGetBandwidthID,
+                                     &pt_fesettings->u.t_dtmb.mBandwidth);
         case MW_FE_TYPE_ATSC:
         case MW_FE_TYPE_DVBC:
         case MW_FE_TYPE_DVBS:
@@ -67,13 +74,16 @@ int JNativeInnerFrontend::getFrontendSetting(MW_FESETTING_T* pt_fesettings) {
             LOG_ERROR("getFrontendSetting, frontend settings is null.");
             return -1;
         }
-        const bool read =
-            readBack(env, settings.get(), gConfigFields.getTypeID,
-                     "getFrontendSetting, e_type: %d.", &pt_fesettings->e_type) &&
-            readBack(env, settings.get(), gConfigFields.getFrequencyID,
-                     "getFrontendSetting, mFrequency: %d.", &pt_fesettings->mFrequency) &&
-            readBackSubRecord(env, settings.get(), pt_fesettings);
-        return read ? 0 : -1;
+        if (!readBack(env, settings.get(), gConfigFields.getTypeID, &pt_fesettings->e_type)) {
+            return -1;
+        }
+        LOG_DEBUG("getFrontendSetting, e_type: %d.", pt_fesettings->e_type);
+        if (!readBack(env, settings.get(), gConfigFields.getFrequencyID,
+                      &pt_fesettings->mFrequency)) {
+            return -1;
+        }
+        LOG_DEBUG("getFrontendSetting, mFrequency: %d.", pt_fesettings->mFrequency);
+        return readBackSubRecord(env, settings.get(), pt_fesettings) ? 0 : -1;
     });
 }
 
