@@ -54,14 +54,14 @@ extern "C" int __halvorin_log_is_loggable(int level, const char* propertyName) {
 
 namespace halvorin {
 
-bool isLoggable(int level) {
+const char* tagIfLoggable(int level, const char* tag) {
     char value[PROPERTY_VALUE_MAX];
     value[0] = '\0';
     property_get("vendor.zyt.broadcast.log.level", value, "");
     if (value[0] == '\0') {
         property_get("persist.vendor.zyt.broadcast.log.level", value, "");
     }
-    return level >= threshold(value);
+    return level >= threshold(value) ? tag : nullptr;
 }
 
 }  // namespace halvorin

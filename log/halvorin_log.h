@@ -24,17 +24,19 @@ constexpr int kLogDebug = 2;
 constexpr int kLogInfo = 3;
 constexpr int kLogError = 5;
 
-// The gate of the library's own lines. It allocates nothing, so a signal handler may ask it too.
-bool isLoggable(int level);
+// The gate of the library's own lines: the tag when a line of that level may be printed, else null. It
+// allocates nothing, so a signal handler may ask it too.
+const char* tagIfLoggable(int level, const char* tag);
 
 }  // namespace halvorin
 
-// A macro, so that the arguments of a line that is not printed are not evaluated. Each side of the
-// library has macros of its own on top of it, which know the side's tag.
-#define HALVORIN_LOG(level, tag, ...)                             \
-    do {                                                          \
-        if (::halvorin::isLoggable(level))                        \
-            __android_log_print((level) + 1, (tag), __VA_ARGS__); \
+// Prints a line whose tag a function gives: tagOf(level) is the tag, or null when the gate is closed. A
+// macro, so that the arguments of a line that is not printed are not evaluated. Each side of the library
+// has macros of its own on top of it.
+#define HALVORIN_LOG(level, tagOf, ...)                               \
+    do {                                                              \
+        if (const char* const lineTag = tagOf(level))                 \
+            __android_log_print((level) + 1, (lineTag), __VA_ARGS__); \
     } while (false)
 
 #endif  // HALVORIN_LOG_H

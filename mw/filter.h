@@ -34,6 +34,8 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+/* The library is built with everything hidden but what is declared here. */
+#pragma GCC visibility push(default)
 
 /* Bytes of one read at most, and of one section pattern. */
 #define FLT_MAX_READ_SIZE 4096
@@ -132,6 +134,7 @@ int x_velmora_filter_delete_callback_thread(uint32_t hthread);
 int addInnerFilterReference(int64_t instance);
 int subInnerFilterReference(int64_t instance);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

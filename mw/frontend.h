@@ -31,6 +31,8 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+/* The library is built with everything hidden but what is declared here. */
+#pragma GCC visibility push(default)
 
 /* --- Tuner --- */
 
@@ -208,6 +210,7 @@ int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline, unsigned c
 /* Result: 0; -1 when the pipeline is not registered. */
 int x_native_frontend_lnb_close(unsigned int h_pipeline);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

@@ -7,7 +7,6 @@
 #include <cstdint>
 
 #include "mw/filter.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_events.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_handles.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
@@ -15,7 +14,7 @@
 #include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
-PIPELINE_EXPORT int x_velmora_filter_start(uint32_t hfilter) {
+int x_velmora_filter_start(uint32_t hfilter) {
     FilterAccess access(__func__, hfilter);
     if (access.lockFailed()) {
         FILTER_LOG("<%s:%4d>  handle: 0x%x, x_filter_lock handle free.", hfilter);
@@ -35,7 +34,7 @@ PIPELINE_EXPORT int x_velmora_filter_start(uint32_t hfilter) {
     return result;
 }
 
-PIPELINE_EXPORT int x_velmora_filter_stop(uint32_t hfilter) {
+int x_velmora_filter_stop(uint32_t hfilter) {
     FilterAccess access(__func__, hfilter);
     if (access.lockFailed()) {
         FILTER_LOG("<%s:%4d>  handle: 0x%x, x_filter_lock handle free.", hfilter);
@@ -55,7 +54,7 @@ PIPELINE_EXPORT int x_velmora_filter_stop(uint32_t hfilter) {
     return result;
 }
 
-PIPELINE_EXPORT int x_velmora_filter_flush(uint32_t hfilter) {
+int x_velmora_filter_flush(uint32_t hfilter) {
     FilterAccess access(__func__, hfilter);
     if (access.lockFailed()) {
         FILTER_LOG("<%s:%4d> handle: 0x%x, x_filter_lock handle free.", hfilter);
@@ -75,8 +74,7 @@ PIPELINE_EXPORT int x_velmora_filter_flush(uint32_t hfilter) {
     return result;
 }
 
-PIPELINE_EXPORT int x_velmora_filter_read(uint32_t hfilter, int8_t* buffer, int64_t position,
-                                          int64_t size) {
+int x_velmora_filter_read(uint32_t hfilter, int8_t* buffer, int64_t position, int64_t size) {
     if (buffer == nullptr) {
         FILTER_LOG("<%s:%4d> handle: 0x%x, buffer is null.", hfilter);
         return -1;
@@ -97,10 +95,9 @@ PIPELINE_EXPORT int x_velmora_filter_read(uint32_t hfilter, int8_t* buffer, int6
     return result;
 }
 
-PIPELINE_EXPORT int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1,
-                                                      uint8_t flag2, uint8_t flag3,
-                                                      uint8_t* pattern1, uint8_t* pattern2,
-                                                      uint8_t* pattern3) {
+int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1, uint8_t flag2,
+                                      uint8_t flag3, uint8_t* pattern1, uint8_t* pattern2,
+                                      uint8_t* pattern3) {
     if (pattern1 == nullptr || pattern2 == nullptr || pattern3 == nullptr) {
         FILTER_LOG("<%s:%4d> handle: 0x%x, a pattern is null.", hfilter);
         return -1;

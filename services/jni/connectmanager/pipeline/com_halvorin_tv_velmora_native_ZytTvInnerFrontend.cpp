@@ -6,7 +6,6 @@
 #include <utils/RefBase.h>
 
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/frontend/JNativeInnerFrontend.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_java.h"
@@ -17,7 +16,7 @@
 using android::JNativeInnerFrontend;
 using android::sp;
 
-PIPELINE_EXPORT int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
+int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -29,7 +28,7 @@ PIPELINE_EXPORT int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_cancel_tuning(unsigned int h_pipeline) {
+int x_native_frontend_cancel_tuning(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -41,8 +40,7 @@ PIPELINE_EXPORT int x_native_frontend_cancel_tuning(unsigned int h_pipeline) {
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_scan(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings,
-                                           int scan_type) {
+int x_native_frontend_scan(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings, int scan_type) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -54,7 +52,7 @@ PIPELINE_EXPORT int x_native_frontend_scan(unsigned int h_pipeline, MW_FESETTING
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_cancel_scanning(unsigned int h_pipeline) {
+int x_native_frontend_cancel_scanning(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -66,7 +64,7 @@ PIPELINE_EXPORT int x_native_frontend_cancel_scanning(unsigned int h_pipeline) {
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_set_lna_enabled(unsigned int h_pipeline, int32_t enable) {
+int x_native_frontend_set_lna_enabled(unsigned int h_pipeline, int32_t enable) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -78,8 +76,7 @@ PIPELINE_EXPORT int x_native_frontend_set_lna_enabled(unsigned int h_pipeline, i
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_get_frontend_info(unsigned int h_pipeline,
-                                                        FE_INFO_T* pt_info) {
+int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_info) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -87,10 +84,8 @@ PIPELINE_EXPORT int x_native_frontend_get_frontend_info(unsigned int h_pipeline,
     return peer->getFrontendInfo(pt_info);
 }
 
-PIPELINE_EXPORT int x_native_frontend_get_frontend_status(unsigned int h_pipeline,
-                                                          FE_STATUS_TYPE_E* pi4_type,
-                                                          unsigned char ui1_len,
-                                                          FE_STATUS_T* pt_festatus) {
+int x_native_frontend_get_frontend_status(unsigned int h_pipeline, FE_STATUS_TYPE_E* pi4_type,
+                                          unsigned char ui1_len, FE_STATUS_T* pt_festatus) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -102,8 +97,7 @@ PIPELINE_EXPORT int x_native_frontend_get_frontend_status(unsigned int h_pipelin
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_get_frontend_setting(unsigned int h_pipeline,
-                                                           MW_FESETTING_T* pt_fesettings) {
+int x_native_frontend_get_frontend_setting(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -115,15 +109,15 @@ PIPELINE_EXPORT int x_native_frontend_get_frontend_setting(unsigned int h_pipeli
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_set_ontune_listener(unsigned int h_pipeline) {
+int x_native_frontend_set_ontune_listener(unsigned int h_pipeline) {
     return findFrontend(h_pipeline).get() != nullptr ? 0 : -1;
 }
 
-PIPELINE_EXPORT int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline) {
+int x_native_frontend_clear_ontune_listener(unsigned int h_pipeline) {
     return findFrontend(h_pipeline).get() != nullptr ? 0 : -1;
 }
 
-PIPELINE_EXPORT int x_native_frontend_require_lnb(unsigned int h_pipeline) {
+int x_native_frontend_require_lnb(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -135,7 +129,7 @@ PIPELINE_EXPORT int x_native_frontend_require_lnb(unsigned int h_pipeline) {
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage) {
+int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, int voltage) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -148,7 +142,7 @@ PIPELINE_EXPORT int x_native_frontend_lnb_set_voltage(unsigned int h_pipeline, i
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone) {
+int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int tone) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -160,8 +154,7 @@ PIPELINE_EXPORT int x_native_frontend_lnb_set_tone(unsigned int h_pipeline, int 
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_set_SatellitePosition(unsigned int h_pipeline,
-                                                                int position) {
+int x_native_frontend_lnb_set_SatellitePosition(unsigned int h_pipeline, int position) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -176,7 +169,7 @@ PIPELINE_EXPORT int x_native_frontend_lnb_set_SatellitePosition(unsigned int h_p
     return result;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_get_voltage(unsigned int h_pipeline) {
+int x_native_frontend_lnb_get_voltage(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return 0;
@@ -187,7 +180,7 @@ PIPELINE_EXPORT int x_native_frontend_lnb_get_voltage(unsigned int h_pipeline) {
     return voltage;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_get_tone(unsigned int h_pipeline) {
+int x_native_frontend_lnb_get_tone(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return 0;
@@ -198,7 +191,7 @@ PIPELINE_EXPORT int x_native_frontend_lnb_get_tone(unsigned int h_pipeline) {
     return tone;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_pipeline) {
+int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return 0;
@@ -209,8 +202,8 @@ PIPELINE_EXPORT int x_native_frontend_lnb_get_SatellitePosition(unsigned int h_p
     return position;
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline,
-                                                             unsigned char* message, int length) {
+int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipeline, unsigned char* message,
+                                             int length) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;
@@ -218,7 +211,7 @@ PIPELINE_EXPORT int x_native_frontend_lnb_send_diseqcmessage(unsigned int h_pipe
     return peer->lnbSendDiseqcMessage(message, length);
 }
 
-PIPELINE_EXPORT int x_native_frontend_lnb_close(unsigned int h_pipeline) {
+int x_native_frontend_lnb_close(unsigned int h_pipeline) {
     const sp<JNativeInnerFrontend> peer = findFrontend(h_pipeline);
     if (peer.get() == nullptr) {
         return -1;

@@ -9,7 +9,7 @@
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/onload_pipeline.h"
 
-#define LOAD_ERROR(...) HALVORIN_LOG(halvorin::kLogError, kLoadTag, __VA_ARGS__)
+#define LOAD_ERROR(...) HALVORIN_LOG(halvorin::kLogError, loadTag, __VA_ARGS__)
 
 // It may interrupt any code, malloc included: it allocates nothing, and gives errno back as it was.
 static void ignoreSig(int signo) {

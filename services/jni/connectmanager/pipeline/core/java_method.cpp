@@ -2,16 +2,20 @@
 
 #include "log/halvorin_log.h"
 
+const char* loadTag(int level) {
+    return halvorin::tagIfLoggable(level, "Velmora-onload-pipeline");
+}
+
 int registerNativeMethods(JNIEnv* env, const char* className, const JNINativeMethod* methods,
                           int numMethods) {
     const ScopedLocalRef<jclass> clazz(env, env->FindClass(className));
     if (clazz.get() == nullptr) {
-        HALVORIN_LOG(halvorin::kLogError, kLoadTag,
+        HALVORIN_LOG(halvorin::kLogError, loadTag,
                      "registerNativeMethods cannot find class return false, class: %s", className);
         return -1;
     }
     if (env->RegisterNatives(clazz.get(), methods, numMethods) < 0) {
-        HALVORIN_LOG(halvorin::kLogError, kLoadTag,
+        HALVORIN_LOG(halvorin::kLogError, loadTag,
                      "registerNativeMethods cannot register methods return false");
         return -1;
     }
@@ -19,6 +23,15 @@ int registerNativeMethods(JNIEnv* env, const char* className, const JNINativeMet
 }
 
 namespace android {
+
+bool clearException(JNIEnv* env) {
+    if (!env->ExceptionCheck()) {
+        return false;
+    }
+    env->ExceptionDescribe();
+    env->ExceptionClear();
+    return true;
+}
 
 void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz, const JavaMethodRow* rows,
                    size_t count, const FatalSite& site, int line) {

@@ -19,8 +19,8 @@
 #include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 
-// The tag of what is logged while the library loads.
-constexpr char kLoadTag[] = "Velmora-onload-pipeline";
+// The tag of what is logged while the library loads, when it may be printed; else null.
+const char* loadTag(int level);
 
 // Registers native methods on the class of that name, which the calling thread's class loader must
 // know. Returns 0, or -1 (logged) when the class or one of its methods is missing; the Java error
@@ -31,22 +31,10 @@ extern "C" PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* cl
 
 namespace android {
 
-// The one way in which a pending Java exception is looked for: it is described and cleared, after
-// report() has run. True when there was one. Only an end frequency that the platform refuses is
-// cleared otherwise, in silence, where it is set.
-template <typename Report>
-bool clearException(JNIEnv* env, const Report& report) {
-    if (!env->ExceptionCheck()) {
-        return false;
-    }
-    report();
-    env->ExceptionDescribe();
-    env->ExceptionClear();
-    return true;
-}
-inline bool clearException(JNIEnv* env) {
-    return clearException(env, [] {});
-}
+// How a pending Java exception is looked for: it is described and cleared. True when there was one. Only
+// two places do it otherwise: the status query logs a line before, and an end frequency that the platform
+// refuses is cleared in silence.
+bool clearException(JNIEnv* env);
 
 // A new global reference to an object; null when it cannot be made. Leaves no exception.
 inline jobject newGlobalRef(JNIEnv* env, jobject object) {

@@ -5,7 +5,8 @@
 
 #include <jni.h>
 
-#include "services/jni/connectmanager/pipeline/core/export.h"
+// What is called or read by other libraries and is not declared in mw/.
+#define PIPELINE_EXPORT __attribute__((visibility("default")))
 
 // Null until the library is loaded, never cleared. For other libraries; this one uses javaVm().
 extern "C" PIPELINE_EXPORT JavaVM* g_velmora_javaVM;

@@ -4,7 +4,6 @@
 
 #include "mw/basic_services.h"
 #include "mw/filter.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 #include "services/jni/connectmanager/pipeline/filter/FilterEnv.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_java.h"
@@ -85,7 +84,7 @@ sp<JNativeCallbackThread> findCallbackThread(uint32_t hthread) {
 
 }  // namespace
 
-PIPELINE_EXPORT int x_velmora_filter_create_callback_thread(uint32_t* ph_thread) {
+int x_velmora_filter_create_callback_thread(uint32_t* ph_thread) {
     if (ph_thread == nullptr) {
         return -1;
     }
@@ -106,7 +105,7 @@ PIPELINE_EXPORT int x_velmora_filter_create_callback_thread(uint32_t* ph_thread)
     return i4_rc == 0 ? 0 : -1;
 }
 
-PIPELINE_EXPORT int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
+int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
     sp<JNativeCallbackThread> thread;  // destroyed after the mutex is free: that calls Java
     const std::lock_guard<std::mutex> lock(gDeletionMutex);
     thread = findCallbackThread(hthread);

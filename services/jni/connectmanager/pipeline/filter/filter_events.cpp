@@ -4,7 +4,6 @@
 #include <iterator>
 
 #include "mw/filter.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_handles.h"
@@ -107,13 +106,13 @@ int registerFilterEventNatives(JNIEnv* env) {
         kFilterNatives, std::size(kFilterNatives));
 }
 
-PIPELINE_EXPORT int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy) {
+int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy) {
     FILTER_LOG("<%s:%4d>  callback: %p", reinterpret_cast<void*>(pf_nfy));
     gSectionEventCallback = pf_nfy;
     return 0;
 }
 
-PIPELINE_EXPORT int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy) {
+int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy) {
     FILTER_LOG("<%s:%4d> callback: %p", reinterpret_cast<void*>(pf_nfy));
     gFilterStatusCallback = pf_nfy;
     return 0;

@@ -4,7 +4,6 @@
 #include <mutex>
 
 #include "mw/basic_services.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
@@ -203,7 +202,7 @@ void FilterAccess::release() {
     }
 }
 
-PIPELINE_EXPORT int x_velmora_filter_close(uint32_t hfilter) {
+int x_velmora_filter_close(uint32_t hfilter) {
     LockedFilter closing;
     {
         const std::lock_guard<std::mutex> lock(gFilterHandleMutex);

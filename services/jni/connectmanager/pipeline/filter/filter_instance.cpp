@@ -1,12 +1,11 @@
 #include "services/jni/connectmanager/pipeline/filter/filter_instance.h"
 
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_log.h"
 
 using android::JNativeInnerFilter;
 using android::sp;
 
-PIPELINE_EXPORT int addInnerFilterReference(int64_t instance) {
+int addInnerFilterReference(int64_t instance) {
     if (addressIn(instance) != instance) {
         FILTER_LOG(
             "<%s:%4d> addInnerFilterReferencefailed, filter.get: 0x%llx, instance: "
@@ -22,7 +21,7 @@ PIPELINE_EXPORT int addInnerFilterReference(int64_t instance) {
     return 0;
 }
 
-PIPELINE_EXPORT int subInnerFilterReference(int64_t instance) {
+int subInnerFilterReference(int64_t instance) {
     if (addressIn(instance) != instance) {
         FILTER_LOG(
             "<%s:%4d> subInnerFilterReferencefailed, filter.get: 0x%llx, instance: "

@@ -57,3 +57,7 @@ void bindFilterClasses(JNIEnv* env) {
     com_halvorin_tv_velmora_innerfilter_native_init(env);
     com_halvorin_tv_velmora_filter_callback_thread_native_init(env);
 }
+
+const char* filterTag(int level) {
+    return halvorin::tagIfLoggable(level, kFilterSite.tag);
+}

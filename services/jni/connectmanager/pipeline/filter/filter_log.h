@@ -10,9 +10,13 @@ constexpr FatalSite kFilterSite = {
     "ZytTvInnerFilter_JNI",
     "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFilter.cpp"};
 
+// The side's tag when its lines of that level may be printed, else null. It is no inline function, because
+// the address of the tag at every line would make the library 1.5 KB larger.
+const char* filterTag(int level);
+
 // An INFO line. Its format begins with "<%s:%4d>": the function that logs and the source line.
 #define FILTER_LOG_AS(function, format, ...) \
-    HALVORIN_LOG(::halvorin::kLogInfo, kFilterSite.tag, format, function, __LINE__, ##__VA_ARGS__)
+    HALVORIN_LOG(::halvorin::kLogInfo, filterTag, format, function, __LINE__, ##__VA_ARGS__)
 #define FILTER_LOG(...) FILTER_LOG_AS(__func__, __VA_ARGS__)
 
 #endif  // FILTER_LOG_H

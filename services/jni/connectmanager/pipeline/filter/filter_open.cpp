@@ -2,7 +2,6 @@
 
 #include "mw/basic_services.h"
 #include "mw/filter.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeCallbackThread.h"
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 #include "services/jni/connectmanager/pipeline/filter/filter_handles.h"
@@ -12,9 +11,8 @@
 using android::JNativeInnerFilter;
 using android::sp;
 
-PIPELINE_EXPORT int x_velmora_filter_open(uint32_t h_pipeline, int mainType, int subType,
-                                          int64_t buffersize, uint32_t* ph_filter,
-                                          FLT_EVT_CB_T* pt_evt, void* pv_tag) {
+int x_velmora_filter_open(uint32_t h_pipeline, int mainType, int subType, int64_t buffersize,
+                          uint32_t* ph_filter, FLT_EVT_CB_T* pt_evt, void* pv_tag) {
     if (ph_filter == nullptr || pt_evt == nullptr) {
         FILTER_LOG("<%s:%4d>  ph_filter or pt_evt is null.");
         return -1;

@@ -118,3 +118,7 @@ void bindFrontendClasses(JNIEnv* env) {
     bind("android/media/tv/tuner/frontend/FrontendStatus", &gFrontendFields.frontendStatusClass,
          kGetters, __LINE__);
 }
+
+const char* frontendTag(int level) {
+    return halvorin::tagIfLoggable(level, kFrontendSite.tag);
+}

@@ -10,8 +10,11 @@ constexpr FatalSite kFrontendSite = {
     "ZYT_MW",
     "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp"};
 
-#define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, kFrontendSite.tag, __VA_ARGS__)
-#define LOG_INFO(...) HALVORIN_LOG(::halvorin::kLogInfo, kFrontendSite.tag, __VA_ARGS__)
-#define LOG_ERROR(...) HALVORIN_LOG(::halvorin::kLogError, kFrontendSite.tag, __VA_ARGS__)
+// As filterTag of the filter side.
+const char* frontendTag(int level);
+
+#define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, frontendTag, __VA_ARGS__)
+#define LOG_INFO(...) HALVORIN_LOG(::halvorin::kLogInfo, frontendTag, __VA_ARGS__)
+#define LOG_ERROR(...) HALVORIN_LOG(::halvorin::kLogError, frontendTag, __VA_ARGS__)
 
 #endif  // FRONTEND_LOG_H

@@ -4,7 +4,6 @@
 #include <mutex>
 
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 
 using android::JNativeInnerFrontend;
@@ -57,7 +56,7 @@ sp<JNativeInnerFrontend> findFrontend(unsigned int h_pipeline) {
     return entry != gFrontendMap.end() ? entry->second : sp<JNativeInnerFrontend>();
 }
 
-PIPELINE_EXPORT int x_native_frontend_require_tuner(unsigned int h_pipeline) {
+int x_native_frontend_require_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("require_tuner:%x\n", h_pipeline);
     // Fixed from outside: the object is made before the registry is asked, so a pipeline that is
     // registered already sees a second one opened and closed.
@@ -67,7 +66,7 @@ PIPELINE_EXPORT int x_native_frontend_require_tuner(unsigned int h_pipeline) {
     return 0;
 }
 
-PIPELINE_EXPORT int x_native_frontend_close_tuner(unsigned int h_pipeline) {
+int x_native_frontend_close_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("close_tuner:%x\n", h_pipeline);
     FrontendMap::node_type closed;  // destroyed after the lock is free: that calls Java
     const std::lock_guard<RegistryLock> lock(gRegistryLock);

@@ -19,8 +19,11 @@ int32_t requestedType(const FE_STATUS_TYPE_E* pi4_type, int index) {
 }
 
 void catchException(JNIEnv* env, int32_t type) {
-    android::clearException(
-        env, [type] { LOG_ERROR("getFrontendStatus, catch exception, type:%d", type); });
+    if (env->ExceptionCheck()) {
+        LOG_ERROR("getFrontendStatus, catch exception, type:%d", type);
+        env->ExceptionDescribe();
+        env->ExceptionClear();
+    }
 }
 
 // What a getter returns, as the record and the log take it. The getter's exception is left pending.

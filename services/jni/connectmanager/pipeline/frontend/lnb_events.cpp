@@ -2,7 +2,6 @@
 #include <iterator>
 
 #include "mw/frontend.h"
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/core/java_method.h"
 #include "services/jni/connectmanager/pipeline/frontend/array_elements.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_events.h"
@@ -63,8 +62,7 @@ int registerLnbNatives(JNIEnv* env) {
         kLnbNatives, std::size(kLnbNatives));
 }
 
-PIPELINE_EXPORT int x_native_frontend_register_lnb_callback(unsigned int h_pipeline,
-                                                            fe_lnb_nfy_fct pf_nfy) {
+int x_native_frontend_register_lnb_callback(unsigned int h_pipeline, fe_lnb_nfy_fct pf_nfy) {
     if (findFrontend(h_pipeline).get() == nullptr) {
         return -1;
     }
@@ -74,8 +72,8 @@ PIPELINE_EXPORT int x_native_frontend_register_lnb_callback(unsigned int h_pipel
     return 0;
 }
 
-PIPELINE_EXPORT int x_native_frontend_register_lnb_DiseqcMessage_callback(
-    unsigned int h_pipeline, fe_lnb_diseqc_nfy_fct pf_nfy) {
+int x_native_frontend_register_lnb_DiseqcMessage_callback(unsigned int h_pipeline,
+                                                          fe_lnb_diseqc_nfy_fct pf_nfy) {
     if (findFrontend(h_pipeline).get() == nullptr) {
         return -1;
     }

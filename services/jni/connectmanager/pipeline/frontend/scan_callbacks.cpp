@@ -4,7 +4,6 @@
 #include <cstring>
 #include <mutex>
 
-#include "services/jni/connectmanager/pipeline/core/export.h"
 #include "services/jni/connectmanager/pipeline/frontend/frontend_log.h"
 
 namespace {
@@ -34,7 +33,7 @@ const ScanCallback& scanCallbacks() {
     return *gScanCallback;
 }
 
-PIPELINE_EXPORT void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb) {
+void x_native_frontend_register_scan_callback(FE_SCAN_CB_T* pt_scan_cb) {
     LOG_INFO("x_native_frontend_register_scan_callback");
     static constexpr FE_SCAN_CB_T kNone = {};
     const FE_SCAN_CB_T& from = pt_scan_cb != nullptr ? *pt_scan_cb : kNone;
