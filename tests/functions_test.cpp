@@ -341,7 +341,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         if (mFunction.name.rfind("x_velmora_filter_open", 0) == 0) {
             checkGivenBack(failed, failing);
         }
-        if (!fatal && !(throws && tests::isNeglected(call.of))) {
+        if (!fatal && !(throws && call.isNeglected)) {
             // What is missing is told to whoever loads the library; elsewhere the log shows it.
             const bool load = mFunction.isLoad();
             const auto describes = [](const Point& p) { return p.call == "ExceptionDescribe"; };

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <utility>
 
 extern "C" jint JNI_OnLoad(JavaVM* vm, void* reserved);
@@ -102,6 +101,7 @@ struct JavaMethod {
     std::string clazz;
     std::string name;
     std::string signature;
+    bool isNeglected() const { return clazz == "ZytTvInnerFilter" && name != "<init>"; }
 };
 
 struct State {
@@ -197,7 +197,8 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
         const std::lock_guard<std::mutex> lock(gState.lock);
         if (gState.recording) {
             gState.points.push_back({traits(call).name, subject.name(), subject.whole(),
-                                     subject.mode, traits(call).ways});
+                                     subject.mode, traits(call).ways,
+                                     methodOf(subject.method).isNeglected()});
         }
         for (Fault& fault : gState.faults) {
             if ((fault.call.empty() || fault.call == traits(call).name) && --fault.left == 0) {
@@ -345,8 +346,7 @@ int32_t serviceHook(fake_service_t service) {
 // It is about an exception, and comes after a neglected method.
 bool toleratesComplaint(const std::string& complaint) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    return complaint.find("exception") != std::string::npos &&
-           isNeglected(methodOf(tLastMethod).name);
+    return complaint.find("exception") != std::string::npos && methodOf(tLastMethod).isNeglected();
 }
 
 }  // namespace
@@ -394,13 +394,6 @@ std::vector<Point> recorded() {
     gState.recording = gState.noting = false;
     gState.faults.clear();
     return std::exchange(gState.points, {});
-}
-
-bool isNeglected(const std::string& javaMethod) {
-    static const auto& kMethods = *new std::set<std::string>{
-        "setNativeHandle", "onOpenFilter", "onCloseFilter", "onStart",
-        "onStop",          "onFlush",      "onRead",        "onSetSectionConfig"};
-    return kMethods.count(javaMethod) != 0;
 }
 
 ResourceCounts resourceCounts() {

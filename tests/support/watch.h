@@ -72,14 +72,13 @@ struct Point {
     std::vector<std::string> whole;
     jint mode;  // of a release of array elements
     int ways;   // in which it can fail
+    // A method of a filter, whose exceptions the filter side neither tests nor clears: such an exception
+    // is pending while the function goes on and when it returns. What the virtual machine complains of
+    // after such a call is tolerated.
+    bool isNeglected;
 };
 void record();
 std::vector<Point> recorded();  // ends the recording; and no call is made to fail any more
-
-// The Java methods of a filter whose exceptions the filter side neither tests nor clears: such an
-// exception is pending while the function goes on and when it returns. What the virtual machine
-// complains of after such a call is tolerated.
-bool isNeglected(const std::string& javaMethod);
 
 // --- What the library holds ---
 
