@@ -33,12 +33,12 @@ void findLibrary() {
 }
 
 // True when the library did what it should.
-bool make(const tests::Function& row, tests::Stage* stage) {
-    row.prepare(*stage);
+bool make(const tests::Function& row, tests::Fixture* fixture) {
+    row.prepare(*fixture);
     tests::takeHeard();
     gAllocations = 0;
     mark();
-    const int result = row.call(*stage);
+    const int result = row.call(*fixture);
     mark();
     printf("%s\t%s\t%d\n", row.name.c_str(), row.calledByJava ? "java" : "attached", gAllocations);
     // The natives of filters return nothing.
@@ -47,7 +47,7 @@ bool make(const tests::Function& row, tests::Stage* stage) {
     if (!good) {
         fprintf(stderr, "%s failed: %d\n", row.name.c_str(), result);
     }
-    row.undo(*stage);
+    row.undo(*fixture);
     return good;
 }
 
@@ -89,7 +89,7 @@ int main(int argc, char** argv) {
     tests::startWatchedVm({tests::kSmallHeap, "-Xint"});
     tests::resetModel();
     const tests::Pipeline pipeline;
-    tests::Stage stage = {pipeline.handle()};
+    tests::Fixture fixture = {pipeline.handle()};
     bool good = true;
     for (const auto* rows : {&tests::functions(), &tests::measuredOnly()}) {
         for (const tests::Function& row : *rows) {
@@ -98,9 +98,9 @@ int main(int argc, char** argv) {
                 const tests::LocalFrame frame;
                 tests::scriptAnswers(0);
                 if (!row.isLoad()) {
-                    tests::registerCountingCallbacks(stage.h_pipeline);
+                    tests::registerCountingCallbacks(fixture.h_pipeline);
                 }
-                good = make(row, &stage) && good;
+                good = make(row, &fixture) && good;
             }
         }
     }

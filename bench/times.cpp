@@ -47,23 +47,23 @@ constexpr struct {
 // One call of the row does the work count times.
 void add(const tests::Function& row, Timed timed, const tests::Pipeline* pipelines, int count = 1) {
     const auto work = [=](benchmark::State& state) {
-        tests::Stage stage = {pipelines[state.thread_index()].handle()};
+        tests::Fixture fixture = {pipelines[state.thread_index()].handle()};
         std::optional<tests::Attached> attachment(std::in_place);
-        const auto prepare = [&] { row.prepare(stage); };
+        const auto prepare = [&] { row.prepare(fixture); };
         prepare();
         if (timed == kUnattached) {
             attachment.reset();
         }
         while (state.KeepRunningBatch(count)) {
-            if (row.call(stage) < 0) {
+            if (row.call(fixture) < 0) {
                 state.SkipWithError("the call failed");
             }
             if (timed == kWhole) {
-                row.undo(stage);
+                row.undo(fixture);
                 prepare();
             }
         }
-        row.undo(stage);
+        row.undo(fixture);
     };
     const char* const notes[] = {"", ", unattached", ", whole"};
     // The shortest repetition is the one that the machine's other work disturbed least.
@@ -77,9 +77,9 @@ void add(const tests::Function& row, Timed timed, const tests::Pipeline* pipelin
 
 // Java's compiled loop, unlike the rows, takes no longer than what it calls.
 constexpr int kSections = 1000;
-int reportSections(tests::Stage& stage) {
+int reportSections(tests::Fixture& fixture) {
     tests::takeHeard();
-    tests::callStatic("bench.BenchDevice", "reportSections", "(II)V", stage.hfilter, kSections);
+    tests::callStatic("bench.BenchDevice", "reportSections", "(II)V", fixture.hfilter, kSections);
     return tests::takeHeard() == kSections ? 0 : -1;
 }
 

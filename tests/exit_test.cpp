@@ -17,19 +17,19 @@ namespace {
 enum Status { kFailed = 1, kAfterVm = 41, kFromJava, kFromThread };
 
 // With a pipeline that is there until the end.
-tests::Stage newStage() {
+tests::Fixture newFixture() {
     return {(new tests::Pipeline())->handle()};
 }
 
 // Runs the functions of tuners, or those of filters and callback threads, until the process is gone.
-[[noreturn]] void keepBusy(tests::Stage stage, bool ofTuner) {
+[[noreturn]] void keepBusy(tests::Fixture fixture, bool ofTuner) {
     const tests::Watch watch;
     for (;;) {
         for (const tests::Function& function : tests::functions()) {
             if (function.takesHandle && !function.calledByJava && function.ofTuner() == ofTuner) {
-                function.prepare(stage);
-                function.call(stage);
-                function.undo(stage);
+                function.prepare(fixture);
+                function.call(fixture);
+                function.undo(fixture);
             }
         }
     }
@@ -64,9 +64,9 @@ extern "C" int endProcess(const char* name) {
     tests::startWatchedVm({tests::kSmallHeap, tests::kCheckJni});
     tests::loadWatchedLibrary();
     tests::resetModel();
-    tests::Stage left;
+    tests::Fixture left;
     for (uint32_t& pipeline : gLeftOpen) {
-        left = newStage();
+        left = newFixture();
         pipeline = left.h_pipeline;
         const tests::Watch watch;
         x_native_frontend_require_tuner(left.h_pipeline);
@@ -74,9 +74,9 @@ extern "C" int endProcess(const char* name) {
     }
     const std::string way = name;
     if (way.rfind("busy_", 0) == 0) {
-        for (const tests::Stage& stage : {newStage(), newStage()}) {
+        for (const tests::Fixture& fixture : {newFixture(), newFixture()}) {
             for (const bool ofTuner : {true, true, true, false}) {
-                std::thread(keepBusy, stage, ofTuner).detach();
+                std::thread(keepBusy, fixture, ofTuner).detach();
             }
         }
         // Java is slow at first; what is wrong at the end shows only between many calls.

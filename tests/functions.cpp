@@ -21,39 +21,39 @@ namespace {
 
 constexpr int kBytesRead = 7;  // what onRead gives
 
-using Call = std::function<int(Stage&)>;
+using Call = std::function<int(Fixture&)>;
 
-void nothing(Stage&) {}
-int requireTuner(Stage& stage) {
-    return x_native_frontend_require_tuner(stage.h_pipeline);
+void nothing(Fixture&) {}
+int requireTuner(Fixture& fixture) {
+    return x_native_frontend_require_tuner(fixture.h_pipeline);
 }
-int closeTuner(Stage& stage) {
-    return x_native_frontend_close_tuner(stage.h_pipeline);
+int closeTuner(Fixture& fixture) {
+    return x_native_frontend_close_tuner(fixture.h_pipeline);
 }
 Function ofTuner(const std::string& name, const Call& call) {
     return {name, call, requireTuner, closeTuner, true};
 }
 template <typename... Parameters, typename... Args>
 Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters...), Args... args) {
-    return ofTuner(name, [=](Stage& stage) { return call(stage.h_pipeline, args...); });
+    return ofTuner(name, [=](Fixture& fixture) { return call(fixture.h_pipeline, args...); });
 }
 
 // With any handles, or none.
-Function onStage(const std::string& name, const Call& call, const Step& before = nothing,
-                 const Step& after = nothing, bool takesHandle = false) {
+Function onFixture(const std::string& name, const Call& call, const Step& before = nothing,
+                   const Step& after = nothing, bool takesHandle = false) {
     return {name, call, before, after, takesHandle};
 }
 template <typename... Parameters, typename... Args>
 Function global(const std::string& name, int (*call)(Parameters...), Args... args) {
-    return onStage(name, [=](Stage&) { return call(args...); });
+    return onFixture(name, [=](Fixture&) { return call(args...); });
 }
 
 Function ofFilter(const std::string& name, const Call& call) {
-    return onStage(name, call, prepareFilter, undoFilter, true);
+    return onFixture(name, call, prepareFilter, undoFilter, true);
 }
 template <typename... Parameters, typename... Args>
 Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...), Args... args) {
-    return ofFilter(name, [=](Stage& stage) { return call(stage.hfilter, args...); });
+    return ofFilter(name, [=](Fixture& fixture) { return call(fixture.hfilter, args...); });
 }
 
 Function fromJava(Function row) {
@@ -64,7 +64,7 @@ Function fromJava(Function row) {
 // The native of an event. Those of the frontend's callback classes serve every pipeline.
 Function native(Event event) {
     const bool ofTuners = event < Event::kSection;
-    const Call reports = [=](Stage& stage) {
+    const Call reports = [=](Fixture& fixture) {
         const LocalFrame frame;
         jarray list = nullptr;
         if (event >= Event::kFrequencies && event <= Event::kStreamIds) {
@@ -77,9 +77,9 @@ Function native(Event event) {
                                               ? std::vector<jint>{1, -2, 3, 4}
                                           : list != nullptr ? std::vector<jint>{2}
                                                             : std::vector<jint>{-42};
-        return report(event, ofTuners ? stage.h_pipeline : stage.hfilter, numbers, list);
+        return report(event, ofTuners ? fixture.h_pipeline : fixture.hfilter, numbers, list);
     };
-    return fromJava(ofTuners ? onStage(methodOf(event), reports)
+    return fromJava(ofTuners ? onFixture(methodOf(event), reports)
                              : ofFilter(methodOf(event), reports));
 }
 
@@ -106,12 +106,12 @@ int readBack(unsigned int h_pipeline) {
     return x_native_frontend_get_frontend_setting(h_pipeline, settingsOf(0));
 }
 Call queryStatus(const std::vector<int32_t>& kinds) {
-    static_assert(sizeof(FE_STATUS_T) <= sizeof(Stage::output));
-    return [=](Stage& stage) {
+    static_assert(sizeof(FE_STATUS_T) <= sizeof(Fixture::output));
+    return [=](Fixture& fixture) {
         std::vector<int32_t> asked = kinds;
         return x_native_frontend_get_frontend_status(
-            stage.h_pipeline, reinterpret_cast<FE_STATUS_TYPE_E*>(asked.data()),
-            static_cast<uint8_t>(asked.size()), reinterpret_cast<FE_STATUS_T*>(stage.output));
+            fixture.h_pipeline, reinterpret_cast<FE_STATUS_TYPE_E*>(asked.data()),
+            static_cast<uint8_t>(asked.size()), reinterpret_cast<FE_STATUS_T*>(fixture.output));
     };
 }
 int clearScanCallbacks() {
@@ -119,49 +119,50 @@ int clearScanCallbacks() {
     return 0;
 }
 
-int openFilter(Stage& stage) {
-    FLT_EVT_CB_T evt = {31, 32, stage.hthread};
-    stage.hfilter = 1;  // shows whether it is written
-    return x_velmora_filter_open(stage.h_pipeline, 1, 2, INT64_C(0x123456789a), &stage.hfilter,
+int openFilter(Fixture& fixture) {
+    FLT_EVT_CB_T evt = {31, 32, fixture.hthread};
+    fixture.hfilter = 1;  // shows whether it is written
+    return x_velmora_filter_open(fixture.h_pipeline, 1, 2, INT64_C(0x123456789a), &fixture.hfilter,
                                  &evt, &gTag);
 }
 // A pipeline's handle without an object.
-void allocNull(Stage& stage) {
-    handle_alloc(HT_PIPELINE, nullptr, nullptr, nullptr, &stage.hthread);
+void allocNull(Fixture& fixture) {
+    handle_alloc(HT_PIPELINE, nullptr, nullptr, nullptr, &fixture.hthread);
 }
-int openOfNull(Stage& stage) {
-    Stage none = {stage.hthread};
+int openOfNull(Fixture& fixture) {
+    Fixture none = {fixture.hthread};
     return openFilter(none);
 }
-void freeNull(Stage& stage) {
-    handle_free(stage.hthread, 1);
+void freeNull(Fixture& fixture) {
+    handle_free(fixture.hthread, 1);
 }
-int read(Stage& stage, int64_t size) {
-    return x_velmora_filter_read(stage.hfilter, reinterpret_cast<int8_t*>(stage.output), 0, size);
+int read(Fixture& fixture, int64_t size) {
+    return x_velmora_filter_read(fixture.hfilter, reinterpret_cast<int8_t*>(fixture.output), 0,
+                                 size);
 }
-int createThread(Stage& stage) {
-    return x_velmora_filter_create_callback_thread(&stage.hthread);
+int createThread(Fixture& fixture) {
+    return x_velmora_filter_create_callback_thread(&fixture.hthread);
 }
-int deleteThread(Stage& stage) {
-    return x_velmora_filter_delete_callback_thread(stage.hthread);
+int deleteThread(Fixture& fixture) {
+    return x_velmora_filter_delete_callback_thread(fixture.hthread);
 }
-int addReference(Stage& stage) {
-    return addInnerFilterReference(stage.instance);
+int addReference(Fixture& fixture) {
+    return addInnerFilterReference(fixture.instance);
 }
-int subReference(Stage& stage) {
-    return subInnerFilterReference(stage.instance);
+int subReference(Fixture& fixture) {
+    return subInnerFilterReference(fixture.instance);
 }
-void prepareInstance(Stage& stage) {
-    prepareFilter(stage);
-    stage.instance = instanceOf(stage.hfilter);
+void prepareInstance(Fixture& fixture) {
+    prepareFilter(fixture);
+    fixture.instance = instanceOf(fixture.hfilter);
 }
-void prepareReferenced(Stage& stage) {
-    prepareInstance(stage);
-    addReference(stage);
+void prepareReferenced(Fixture& fixture) {
+    prepareInstance(fixture);
+    addReference(fixture);
 }
-void undoReferenced(Stage& stage) {
-    subReference(stage);
-    undoFilter(stage);
+void undoReferenced(Fixture& fixture) {
+    subReference(fixture);
+    undoFilter(fixture);
 }
 
 std::vector<Function> makeRows() {
@@ -174,12 +175,12 @@ std::vector<Function> makeRows() {
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     std::vector<Function> rows = {
-        fromJava(onStage("JNI_OnLoad", [](Stage&) { return loadWatchedLibrary(); })),
+        fromJava(onFixture("JNI_OnLoad", [](Fixture&) { return loadWatchedLibrary(); })),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // In place of another one.
-        onStage("x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner),
-        onStage("x_native_frontend_close_tuner", closeTuner, requireTuner, nothing, true),
+        onFixture("x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner),
+        onFixture("x_native_frontend_close_tuner", closeTuner, requireTuner, nothing, true),
         ofTuner("x_native_frontend_tune", tune, MW_FE_TYPE_ATSC),
         ofTuner("x_native_frontend_tune (DVB-C)", tune, MW_FE_TYPE_DVBC).unwritten(),
         ofTuner("x_native_frontend_tune (DVB-S)", tune, MW_FE_TYPE_DVBS),
@@ -214,17 +215,19 @@ std::vector<Function> makeRows() {
         ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, -1).refusing("length -1"),
         ofTuner(NAMED(x_native_frontend_lnb_close)),
 
-        onStage("x_velmora_filter_open", openFilter, createThread, undoFilter, true),
+        onFixture("x_velmora_filter_open", openFilter, createThread, undoFilter, true),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, nullptr, &noEvent, nullptr)
             .refusing("no handle"),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
             .refusing("no event record"),
-        onStage("x_velmora_filter_open", openOfNull, allocNull, freeNull).refusing("null pipeline"),
+        onFixture("x_velmora_filter_open", openOfNull, allocNull, freeNull)
+            .refusing("null pipeline"),
         ofFilter(NAMED(x_velmora_filter_close)),
         ofFilter(NAMED(x_velmora_filter_start)),
         ofFilter(NAMED(x_velmora_filter_stop)),
         ofFilter(NAMED(x_velmora_filter_flush)),
-        ofFilter("x_velmora_filter_read", [](Stage& stage) { return read(stage, kBytesRead + 1); }),
+        ofFilter("x_velmora_filter_read",
+                 [](Fixture& fixture) { return read(fixture, kBytesRead + 1); }),
         ofFilter(NAMED(x_velmora_filter_read), nullptr, 0, 1).refusing("into null"),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), -7, no, two, no, patterns, mask, mode),
         ofFilter(NAMED(x_velmora_filter_setSectionConfig), 7, most, no, two, patterns, mask, mode)
@@ -233,13 +236,13 @@ std::vector<Function> makeRows() {
             .refusing("no mode"),
         global(NAMED(x_velmora_filter_register_section_callback), nullptr),
         global(NAMED(x_velmora_filter_register_filter_status_callback), nullptr),
-        onStage("x_velmora_filter_create_callback_thread", createThread, nothing, deleteThread),
+        onFixture("x_velmora_filter_create_callback_thread", createThread, nothing, deleteThread),
         global(NAMED(x_velmora_filter_create_callback_thread), nullptr).refusing("no handle"),
-        onStage("x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread,
-                true),
-        onStage("addInnerFilterReference", addReference, prepareInstance, undoReferenced),
+        onFixture("x_velmora_filter_delete_callback_thread", deleteThread, createThread,
+                  deleteThread, true),
+        onFixture("addInnerFilterReference", addReference, prepareInstance, undoReferenced),
         global(NAMED(addInnerFilterReference), 0).as("null"),
-        onStage("subInnerFilterReference", subReference, prepareReferenced, undoFilter),
+        onFixture("subInnerFilterReference", subReference, prepareReferenced, undoFilter),
         global(NAMED(subInnerFilterReference), 0).as("null"),
     };
     for (int event = 0; event <= static_cast<int>(Event::kFilterStatus); ++event) {
@@ -259,12 +262,12 @@ std::vector<Function> makeMeasuredOnly() {
                                   ofTuner(name, status(kinds.size())).as("all kinds")};
     for (const int64_t size : {188, FLT_MAX_READ_SIZE}) {
         const std::string text = std::to_string(size);
-        rows.push_back(ofFilter("x_velmora_filter_read", [=](Stage& stage) {
-                           return read(stage, size);
+        rows.push_back(ofFilter("x_velmora_filter_read", [=](Fixture& fixture) {
+                           return read(fixture, size);
                        }).as(text + " bytes"));
-        rows.back().prepare = [=](Stage& stage) {
+        rows.back().prepare = [=](Fixture& fixture) {
             script("onRead", text);
-            prepareFilter(stage);
+            prepareFilter(fixture);
         };
     }
     constexpr struct {
@@ -280,10 +283,10 @@ std::vector<Function> makeMeasuredOnly() {
     for (const auto& system : kSystems) {
         rows.push_back(ofTuner("x_native_frontend_scan", scan, system.type).as(system.name));
         rows.push_back(ofTuner("x_native_frontend_get_frontend_setting", readBack).as(system.name));
-        rows.back().prepare = [=](Stage& stage) {
+        rows.back().prepare = [=](Fixture& fixture) {
             script("onGetFrontendSetting", std::string(system.settings) + "FrontendSettings");
             script("getType", std::to_string(system.type));
-            requireTuner(stage);
+            requireTuner(fixture);
         };
     }
     return rows;
@@ -291,13 +294,13 @@ std::vector<Function> makeMeasuredOnly() {
 
 }  // namespace
 
-void prepareFilter(Stage& stage) {
-    createThread(stage);
-    openFilter(stage);
+void prepareFilter(Fixture& fixture) {
+    createThread(fixture);
+    openFilter(fixture);
 }
-void undoFilter(Stage& stage) {
-    x_velmora_filter_close(stage.hfilter);
-    deleteThread(stage);
+void undoFilter(Fixture& fixture) {
+    x_velmora_filter_close(fixture.hfilter);
+    deleteThread(fixture);
 }
 
 const std::vector<Function>& functions() {

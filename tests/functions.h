@@ -17,21 +17,21 @@
 namespace tests {
 
 // The handles that a row works on, and what its function fills; a failing one must leave that alone.
-struct Stage {
+struct Fixture {
     uint32_t h_pipeline = 0;
     uint32_t hfilter = 0;
     uint32_t hthread = 0;
     int64_t instance = 0;  // of the filter
     alignas(8) unsigned char output[FLT_MAX_READ_SIZE] = {};
 };
-using Step = std::function<void(Stage&)>;
+using Step = std::function<void(Fixture&)>;
 // A filter that uses a callback thread; the filter's handle follows the thread's.
-void prepareFilter(Stage& stage);
-void undoFilter(Stage& stage);
+void prepareFilter(Fixture& fixture);
+void undoFilter(Fixture& fixture);
 
 struct Function {
     std::string name;  // in parentheses what tells rows of one function apart
-    std::function<int(Stage&)> call;
+    std::function<int(Fixture&)> call;
     Step prepare;
     Step undo;
     bool takesHandle = false;

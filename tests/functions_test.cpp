@@ -27,10 +27,10 @@ extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
+using tests::Fixture;
 using tests::Function;
 using tests::Lines;
 using tests::Point;
-using tests::Stage;
 
 constexpr int kJavaValue = 57;  // what Java's methods return: it stands out in the log
 constexpr unsigned char kUntouched = 0xa5;
@@ -208,12 +208,12 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
 
     void SetUp() override {
         LibraryTest::SetUp();
-        mStage.h_pipeline = mPipeline->handle();
+        mFixture.h_pipeline = mPipeline->handle();
         tests::gListener = [](const std::string& event) {
             const int held = tests::resourceCounts()["elements"];
             tests::addToLog("callback: " + event + (held != 0 ? " while an array is held" : ""));
         };
-        tests::registerCountingCallbacks(mStage.h_pipeline);
+        tests::registerCountingCallbacks(mFixture.h_pipeline);
         tests::scriptAnswers(kJavaValue);
         tests::setLogLevel("V");
     }
@@ -224,7 +224,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     }
 
     void take(const tests::Step& step) {
-        tests::callWatched([&] { step(mStage); });
+        tests::callWatched([&] { step(mFixture); });
     }
 
     // What changes nothing is not noted.
@@ -243,11 +243,11 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         if (failing) {
             tests::failCall("", *failing + 1, failure);
         }
-        const uint32_t before = mStage.hfilter;
-        Attempt run = runOnThread(attached, [this] { return mFunction.call(mStage); });
+        const uint32_t before = mFixture.hfilter;
+        Attempt run = runOnThread(attached, [this] { return mFunction.call(mFixture); });
         run.calls = tests::recorded();
-        if (mStage.hfilter != before) {
-            tests::addToLog("handle: " + std::to_string(mStage.hfilter));
+        if (mFixture.hfilter != before) {
+            tests::addToLog("handle: " + std::to_string(mFixture.hfilter));
         }
         for (const Point& call : run.calls) {
             // What Java gave for reading needs no copy back; the library's own arrays are written.
@@ -255,9 +255,9 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
                         call.mode == (mFunction.calledByJava ? JNI_ABORT : 0));
         }
         for (const std::string& line : tests::takeLog()) {
-            run.lines.push_back(tests::normalized(line, mStage));
+            run.lines.push_back(tests::normalized(line, mFixture));
         }
-        run.fatal = tests::normalized(run.fatal, mStage);
+        run.fatal = tests::normalized(run.fatal, mFixture);
         return run;
     }
     Attempt runPlain(bool attached) {
@@ -287,7 +287,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
                 EXPECT_TRUE(other.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
                     << "a lock of the library is held while Java runs " << javaCall.of;
             });
-            runOnThread(true, [this] { return mFunction.call(mStage); });
+            runOnThread(true, [this] { return mFunction.call(mFixture); });
             tests::recorded();
             ASSERT_TRUE(other.valid()) << javaCall.of;
             other.wait();
@@ -325,7 +325,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         const bool throws = failure == tests::kThrows;
         const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
-        memset(mStage.output, kUntouched, sizeof(mStage.output));
+        memset(mFixture.output, kUntouched, sizeof(mFixture.output));
         Attempt failed = run(attached, failing, failure);
         const bool fatal = !failed.fatal.empty();
         const bool succeeded = !fatal && failed.result == plain.result;
@@ -352,8 +352,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
                       std::any_of(calls.begin(), calls.end(), describes));
         }
         if (!fatal && !succeeded) {
-            EXPECT_EQ(sizeof(mStage.output),
-                      std::count(std::begin(mStage.output), std::end(mStage.output), kUntouched));
+            EXPECT_EQ(sizeof(mFixture.output), std::count(std::begin(mFixture.output),
+                                                          std::end(mFixture.output), kUntouched));
         }
         // A plain call works: of a function that failed, with what it left.
         if (succeeded) {
@@ -403,20 +403,20 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     }
 
     void tryWrongHandles() {
-        const Stage before = mStage;
+        const Fixture before = mFixture;
         take(tests::prepareFilter);
-        const Stage open = mStage;
-        mStage = {open.hthread, open.h_pipeline, open.hfilter};
+        const Fixture open = mFixture;
+        mFixture = {open.hthread, open.h_pipeline, open.hfilter};
         note("handle of something else", "", true, run(true));
-        mStage = open;
+        mFixture = open;
         take(tests::undoFilter);
-        mStage.h_pipeline = 0x7fffff00;
+        mFixture.h_pipeline = 0x7fffff00;
         note("closed handle", "", true, run(true));
-        mStage = before;
+        mFixture = before;
     }
 
     const Function mFunction = GetParam();
-    Stage mStage;
+    Fixture mFixture;
     Attempt mPlain[2];  // on a thread that is not attached, and on one that is
     tests::Section mSection;
 };
@@ -430,9 +430,9 @@ TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
     mSection = tests::Section(mPlain[true]);
     tryFaults(true);
     if (mFunction.calledByJava && !mFunction.isLoad()) {
-        tests::registerCountingCallbacks(mStage.h_pipeline, false);
+        tests::registerCountingCallbacks(mFixture.h_pipeline, false);
         tryWith("no callback");
-        tests::registerCountingCallbacks(mStage.h_pipeline);
+        tests::registerCountingCallbacks(mFixture.h_pipeline);
     } else if (!mFunction.calledByJava) {
         mPlain[false] = runPlain(false);
         if (mPlain[false].lines != mPlain[true].lines) {

@@ -54,7 +54,7 @@ void shorten(Lines* causes) {
 
 }  // namespace
 
-std::string normalized(const std::string& line, const Stage& stage) {
+std::string normalized(const std::string& line, const Fixture& fixture) {
     static const std::regex kNumber("-?[0-9][0-9a-fx]*");
     std::string text;
     std::string rest = line;
@@ -65,9 +65,9 @@ std::string normalized(const std::string& line, const Stage& stage) {
                                   strtoul(word.c_str(), nullptr, 16) == handle);
         };
         text += found.prefix();
-        text += shows(stage.h_pipeline) ? "PIPELINE"
-                : shows(stage.hthread)  ? "THREAD"
-                : shows(stage.hfilter) || (stage.hthread != 0 && shows(stage.hthread + 1))
+        text += shows(fixture.h_pipeline) ? "PIPELINE"
+                : shows(fixture.hthread)  ? "THREAD"
+                : shows(fixture.hfilter) || (fixture.hthread != 0 && shows(fixture.hthread + 1))
                     ? "FILTER"
                 : word.size() > 4 && word.rfind("0x", 0) == 0 && word != "0xffffffff" ? "ADDRESS"
                                                                                       : word;

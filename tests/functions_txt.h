@@ -18,7 +18,7 @@ struct Outcome {
 
 // Without what differs from run to run: handles have names, addresses and the numbers of source lines
 // are gone, and the end of a line is seen.
-std::string normalized(const std::string& line, const Stage& stage);
+std::string normalized(const std::string& line, const Fixture& fixture);
 
 class Section {
   public:

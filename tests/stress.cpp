@@ -33,7 +33,7 @@
 
 namespace {
 
-using tests::Stage;
+using tests::Fixture;
 
 constexpr unsigned kMiddlewareThreads = 3;
 constexpr unsigned kJavaThreads = 2;
@@ -103,16 +103,16 @@ bool closeFilter(Opened* opened) {
 // What the calling thread runs: since when, on what, and what the callback of an event was told, as
 // a number like those of StressModel. The callback runs on the thread that reports the event.
 thread_local uint64_t tSince;
-thread_local const Stage* tStage;
+thread_local const Fixture* tFixture;
 thread_local int tTold;
 
 // Returns the result without what shows the handle.
-int run(const tests::Function& function, Stage* stage) {
+int run(const tests::Function& function, Fixture* fixture) {
     tSince = ++gClock;
-    tStage = stage;
+    tFixture = fixture;
     tTold = 0;
-    const int result = function.call(*stage) + tTold;
-    const uint32_t handle = function.ofTuner() ? stage->h_pipeline : stage->hfilter;
+    const int result = function.call(*fixture) + tTold;
+    const uint32_t handle = function.ofTuner() ? fixture->h_pipeline : fixture->hfilter;
     return result > 0 ? result - static_cast<int>(handle % 8) : result;
 }
 
@@ -137,8 +137,8 @@ void learn(uint32_t h_pipeline) {
     const tests::Watch watch;
     x_native_frontend_require_tuner(h_pipeline);
     Opened* filter = openFilter(h_pipeline);
-    Stage open = {h_pipeline, filter->handle};
-    Stage none;
+    Fixture open = {h_pipeline, filter->handle};
+    Fixture none;
     for (const tests::Function& function : tests::functions()) {
         if (!hasAny(function.name, {"JNI", "log", "register", "tuner", "filter_open",
                                     "filter_close", "callback_thread", "Reference"})) {
@@ -154,11 +154,11 @@ void learn(uint32_t h_pipeline) {
 // A shared handle may be open or closed.
 enum class Are { kOpen, kClosed, kShared };
 
-void runAny(const std::vector<Row>* rows, Stage* stage, Are handles) {
+void runAny(const std::vector<Row>* rows, Fixture* fixture, Are handles) {
     // Mostly of filters: their calls and events are what waits for each other.
     const std::vector<Row>& some = rows[pick(4) != 0];
     const Row& row = some[pick(some.size())];
-    const int result = run(*row.function, stage);
+    const int result = run(*row.function, fixture);
     check((handles != Are::kClosed && result == row.result) ||
               (handles != Are::kOpen && result == row.failure),
           row.function->name, ": ", result, ", expected ", row.result);
@@ -166,8 +166,8 @@ void runAny(const std::vector<Row>* rows, Stage* stage, Are handles) {
 
 void onEvent(uint32_t hfilter, const FLT_EVT_CB_T& evt, const FLT_EVT_DATA_T& data, void* pv_tag) {
     const Opened& opened = *static_cast<Opened*>(pv_tag);
-    check(hfilter == tStage->hfilter && hfilter == opened.handle, "event of ", hfilter, ", not ",
-          tStage->hfilter, ", with the tag of ", opened.handle);
+    check(hfilter == tFixture->hfilter && hfilter == opened.handle, "event of ", hfilter, ", not ",
+          tFixture->hfilter, ", with the tag of ", opened.handle);
     check(memcmp(&evt, &opened.evt, sizeof(evt)) == 0, "event record of ", hfilter);
     const uint64_t closedAt = opened.closedAt;
     check(closedAt == 0 || tSince < closedAt, "event after the close of ", hfilter);
@@ -177,8 +177,8 @@ void onEvent(uint32_t hfilter, const FLT_EVT_CB_T& evt, const FLT_EVT_DATA_T& da
     }
     // The middleware may call functions from here.
     if (pick(8) == 0) {
-        Stage stage = *tStage;
-        runAny(gCalls, &stage, Are::kShared);
+        Fixture fixture = *tFixture;
+        runAny(gCalls, &fixture, Are::kShared);
     }
     const std::string_view bytes(reinterpret_cast<const char*>(&data), sizeof(data));
     tTold =
@@ -197,7 +197,7 @@ void onStatus(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, int32_t status, void* pv_t
 struct Place {
     tests::Pipeline pipeline;
     std::atomic<Opened*> filter{gTags};
-    Stage stage() const { return {pipeline.handle(), filter.load()->handle}; }
+    Fixture fixture() const { return {pipeline.handle(), filter.load()->handle}; }
 };
 
 // Opens and closes a tuner and a filter of its own. Between that it works them and the shared ones.
@@ -206,10 +206,10 @@ void middlewareThread(Place* places, uint32_t h_pipeline) {
     while (!gStop) {
         x_native_frontend_require_tuner(h_pipeline);
         Opened* filter = openFilter(h_pipeline);
-        Stage own = {h_pipeline, filter->handle};
+        Fixture own = {h_pipeline, filter->handle};
         for (uint32_t left = pick(16); left != 0; --left, ++gOperations) {
             Place& place = places[pick(kPlaces)];
-            Stage shared = place.stage();
+            Fixture shared = place.fixture();
             const uint32_t choice = pick(8);
             if (choice == 0) {
                 closeFilter(place.filter.exchange(openFilter(shared.h_pipeline, pick(8) == 0)));
@@ -232,11 +232,11 @@ void middlewareThread(Place* places, uint32_t h_pipeline) {
 
 void javaThread(const Place* places) {
     for (; !gStop; ++gEvents) {
-        Stage stage = places[pick(kPlaces)].stage();
+        Fixture fixture = places[pick(kPlaces)].fixture();
         // Half of them for a handle nearby: of a thread's own filter, of one that is just being
         // opened, of a closed one, of none.
-        stage.hfilter += pick(2) == 0 ? pick(8) - 4 : 0;
-        runAny(gReports, &stage, Are::kShared);
+        fixture.hfilter += pick(2) == 0 ? pick(8) - 4 : 0;
+        runAny(gReports, &fixture, Are::kShared);
     }
 }
 
