@@ -11,7 +11,7 @@
 #include <fstream>
 
 #include "tests/functions.h"
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 namespace {
 
@@ -86,7 +86,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "The addresses are %s\n", addresses);
         return 1;
     }
-    tests::startWatchedVm({tests::kSmallHeap, "-Xint"});
+    tests::startInterceptedVm({tests::kSmallHeap, "-Xint"});
     tests::resetModel();
     const tests::Pipeline pipeline;
     tests::Fixture fixture = {pipeline.handle()};

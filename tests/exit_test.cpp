@@ -10,7 +10,7 @@
 
 #include "mw/frontend.h"
 #include "tests/functions.h"
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ tests::Fixture newFixture() {
 
 // Runs the functions of tuners, or those of filters and callback threads, until the process is gone.
 [[noreturn]] void keepBusy(tests::Fixture fixture, bool ofTuner) {
-    const tests::Watch watch;
+    const tests::Intercepted intercepted;
     for (;;) {
         for (const tests::Function& function : tests::functions()) {
             if (function.takesHandle && !function.calledByJava && function.ofTuner() == ofTuner) {
@@ -61,14 +61,14 @@ extern "C" void reportEnd() {
 // Returns main's result, or does not return. In the ways "busy_..." middleware threads work
 // meanwhile, four on each pipeline.
 extern "C" int endProcess(const char* name) {
-    tests::startWatchedVm({tests::kSmallHeap, tests::kCheckJni});
-    tests::loadWatchedLibrary();
+    tests::startInterceptedVm({tests::kSmallHeap, tests::kCheckJni});
+    tests::loadInterceptedLibrary();
     tests::resetModel();
     tests::Fixture left;
     for (uint32_t& pipeline : gLeftOpen) {
         left = newFixture();
         pipeline = left.h_pipeline;
-        const tests::Watch watch;
+        const tests::Intercepted intercepted;
         x_native_frontend_require_tuner(left.h_pipeline);
         tests::prepareFilter(left);
     }

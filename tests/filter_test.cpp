@@ -14,7 +14,7 @@
 
 namespace {
 
-using tests::callWatched;
+using tests::callIntercepted;
 using tests::Event;
 using Lines = std::vector<std::string>;
 
@@ -25,13 +25,13 @@ bool has(const Lines& lines, const std::string& text) {
 }
 
 int start(uint32_t hfilter) {
-    return callWatched([&] { return x_velmora_filter_start(hfilter); });
+    return callIntercepted([&] { return x_velmora_filter_start(hfilter); });
 }
 int close(uint32_t hfilter) {
-    return callWatched([&] { return x_velmora_filter_close(hfilter); });
+    return callIntercepted([&] { return x_velmora_filter_close(hfilter); });
 }
 int deleteThread(uint32_t hthread) {
-    return callWatched([&] { return x_velmora_filter_delete_callback_thread(hthread); });
+    return callIntercepted([&] { return x_velmora_filter_delete_callback_thread(hthread); });
 }
 int reportSection(uint32_t hfilter) {
     const tests::Attached attached;
@@ -48,7 +48,7 @@ class FilterTest : public tests::LibraryTest {
     }
     int open(uint32_t* ph_filter) {
         FLT_EVT_CB_T evt = {};
-        return callWatched([&] {
+        return callIntercepted([&] {
             return x_velmora_filter_open(mPipeline->handle(), 1, 2, 3, ph_filter, &evt, nullptr);
         });
     }
@@ -83,7 +83,7 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
             }
             tests::script("onRead", std::to_string(given));
             tests::takeLog();
-            EXPECT_EQ(isTaken ? given : -1, callWatched([&] {
+            EXPECT_EQ(isTaken ? given : -1, callIntercepted([&] {
                           return x_velmora_filter_read(h, buffer.data(), -7000000000, size);
                       }));
             EXPECT_TRUE(
@@ -98,7 +98,8 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
 // The second delete begins while the first is about to free the handle.
 TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     uint32_t hthread = 0;
-    EXPECT_EQ(0, callWatched([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
+    EXPECT_EQ(0,
+              callIntercepted([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
     std::future<int> second;
     tests::atNext("handle_free", [&] {
         second = std::async(std::launch::async, deleteThread, hthread);
@@ -108,8 +109,8 @@ TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
     EXPECT_EQ(-1, first + second.get());
 }
 
-// Who may wait for a filter that is being opened, on as many threads; each gets 0 when the filter served
-// it, and -1 when not.
+// A call that waits for a filter that is being opened, on as many threads; each gets 0 when the
+// filter served it, and -1 when not.
 struct Waiter {
     const char* name;
     int (*wait)(uint32_t hfilter);
@@ -128,7 +129,8 @@ uint32_t nextHandle() {
     return probe + 1;
 }
 
-// Returns when one of the waiters has asked for the semaphore, and a second has had the time to ask too.
+// Returns when one of the waiters has asked for the semaphore, and a second has had the time to ask
+// too.
 void startWaiting(const Waiter& waiter, uint32_t hfilter, std::vector<std::future<int>>* waiting) {
     std::atomic<bool> asked{false};
     tests::atNext("x_sema_lock", [&] { asked = true; });
@@ -141,8 +143,8 @@ void startWaiting(const Waiter& waiter, uint32_t hfilter, std::vector<std::futur
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
 }
 
-// The steps at which an open fails with its handle visible to others, and what it logs then; the first
-// succeeds.
+// The steps at which an open fails with its handle visible to others, and what it logs then; the
+// first succeeds.
 struct Step {
     void (*prepare)();
     const char* line;
@@ -157,8 +159,9 @@ const Step kSteps[] = {
     {[] { tests::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
 };
 
-// Who waits for a filter that is being opened is served when the open ends well. Otherwise it fails too,
-// and nothing is freed twice, also when the semaphore cannot be released and only its deletion wakes it.
+// A call that waits for a filter that is being opened is served when the open ends well. Otherwise
+// it fails too, and nothing is freed twice, also when the semaphore cannot be released and only its
+// deletion wakes it.
 TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
     const auto openWith = [&](const Step& step, const Waiter& waiter, bool released) {
         SCOPED_TRACE(std::string(step.line) + ", " + waiter.name);
@@ -219,7 +222,7 @@ TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
     EXPECT_EQ(5u, lines.size()) << "Java is not called";
     EXPECT_TRUE(has(lines, std::string(">  ") + shown));
     EXPECT_TRUE(has(lines, std::string("> subInnerFilterReferencefailed, ") + shown + "\n"));
-    callWatched([&] { return subInnerFilterReference(instance); });
+    callIntercepted([&] { return subInnerFilterReference(instance); });
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ using FrontendTest = tests::LibraryTest;
 
 TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     const auto call = [&](int (*function)(unsigned int)) {
-        return tests::callWatched([&] { return function(mPipeline->handle()); });
+        return tests::callIntercepted([&] { return function(mPipeline->handle()); });
     };
     call(x_native_frontend_require_tuner);
     tests::record();
@@ -28,7 +28,7 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     });
     MW_FESETTING_T settings = {};
     settings.e_type = MW_FE_TYPE_ATSC;
-    EXPECT_EQ(0, tests::callWatched(
+    EXPECT_EQ(0, tests::callIntercepted(
                      [&] { return x_native_frontend_tune(mPipeline->handle(), &settings); }));
     const std::string handle = std::to_string(mPipeline->handle());
     const std::vector<std::string> expected = {

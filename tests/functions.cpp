@@ -4,7 +4,7 @@
 #include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 namespace tests {
 
@@ -175,7 +175,7 @@ std::vector<Function> makeRows() {
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     std::vector<Function> rows = {
-        fromJava(onFixture("JNI_OnLoad", [](Fixture&) { return loadWatchedLibrary(); })),
+        fromJava(onFixture("JNI_OnLoad", [](Fixture&) { return loadInterceptedLibrary(); })),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // In place of another one.

@@ -80,7 +80,7 @@ void __android_log_assert(const char* condition, const char*, const char* format
 
 namespace {
 
-// call runs watched, on a thread that is attached or has never been.
+// call runs intercepted, on a thread that is attached or has never been.
 Attempt runOnThread(bool attached, const std::function<int()>& call) {
     std::promise<Attempt> promise;
     std::future<Attempt> run = promise.get_future();
@@ -92,7 +92,7 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
             tests::vm()->AttachCurrentThreadAsDaemon(&env, nullptr);
         }
         Attempt returned;
-        returned.result = tests::callWatched(call);
+        returned.result = tests::callIntercepted(call);
         if (attached) {
             returned.exceptionLeft = tests::env()->ExceptionCheck() == JNI_TRUE;
             tests::env()->ExceptionClear();
@@ -150,8 +150,8 @@ void checkGivenBack(const Attempt& failed, size_t failing) {
 }
 
 // The assertion that a missing class or method fails at load names the source of its side and, of a
-// method, the member that has its name, with that of its class where several classes have it. Prefixes
-// differ, so the first two letters are left out.
+// method, the member that has its name, with that of its class where several classes have it.
+// Prefixes differ, so the first two letters are left out.
 void checkAssertion(const std::string& fatal, const std::string& clazz, const std::string& method) {
     const std::string name = method == "<init>"                   ? "constructor"
                              : method == "getExtendedModulations" ? "getModulationsExt"
@@ -224,7 +224,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     }
 
     void take(const tests::Step& step) {
-        tests::callWatched([&] { step(mFixture); });
+        tests::callIntercepted([&] { step(mFixture); });
     }
 
     // What changes nothing is not noted.
@@ -342,7 +342,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             checkGivenBack(failed, failing);
         }
         if (!fatal && !(throws && call.isNeglected)) {
-            // What is missing is told to whoever loads the library; elsewhere the log shows it.
+            // What is missing is told to the program that loads the library; elsewhere the log
+            // shows it.
             const bool load = mFunction.isLoad();
             const auto describes = [](const Point& p) { return p.call == "ExceptionDescribe"; };
             const auto& calls = failed.calls;
@@ -368,8 +369,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         return failed;
     }
 
-    // A load keeps its classes. A peer without an environment keeps its references, which is noted. What
-    // a thread holds that a fatal assertion would have ended is not looked at.
+    // A load keeps its classes. A peer without an environment keeps its references, which is noted.
+    // What a thread holds that a fatal assertion would have ended is not looked at.
     void checkCounts(tests::ResourceCounts before, Attempt* attempt) {
         const int kept = tests::resourceCounts()[tests::kGlobalRefs] - before[tests::kGlobalRefs];
         before[tests::kGlobalRefs] += kept;

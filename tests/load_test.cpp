@@ -92,14 +92,16 @@ Lines kept() {
 
 class LoadTest : public testing::Test {
   protected:
-    static void SetUpTestSuite() { tests::startWatchedVm({tests::kSmallHeap, tests::kCheckJni}); }
+    static void SetUpTestSuite() {
+        tests::startInterceptedVm({tests::kSmallHeap, tests::kCheckJni});
+    }
 };
 
 TEST_F(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
     tests::failCall("GetEnv", 1, tests::kFails);
-    EXPECT_EQ(-1, tests::loadWatchedLibrary());
+    EXPECT_EQ(-1, tests::loadInterceptedLibrary());
     tests::failCall("RegisterNatives", 3, tests::kFails);  // the last
-    EXPECT_EQ(-1, tests::loadWatchedLibrary());
+    EXPECT_EQ(-1, tests::loadInterceptedLibrary());
     EXPECT_EQ(nullptr, g_velmora_javaVM);
     tests::loadLibrary();
     EXPECT_EQ(tests::vm(), g_velmora_javaVM);
@@ -114,7 +116,7 @@ TEST_F(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
 
 TEST_F(LoadTest, DemandsOfJavaWhatTheKeepRulesList) {
     tests::record();
-    EXPECT_EQ(JNI_VERSION_1_4, tests::loadWatchedLibrary());
+    EXPECT_EQ(JNI_VERSION_1_4, tests::loadInterceptedLibrary());
     const Lines demanded = demandedBy(tests::recorded());
     const Lines listed = kept();
     const auto compare = [](const Lines& lines, const Lines& others, const char* what) {

@@ -8,7 +8,7 @@
 #include <numeric>
 #include <tuple>
 
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 // Declared once more, because the middleware's headers stay outside: a record is bytes here.
 extern "C" int x_native_frontend_require_tuner(uint32_t h_pipeline);
@@ -22,10 +22,11 @@ namespace oracle {
 
 namespace {
 
-// Delivery systems: what comes of settings before the object is made, and then. What stands in braces
-// is read from the record: a letter and an offset. I is 32 bits, J 64 bits, B a byte, K 32 bits times a
-// thousand, which wraps, M 32 bits times a million, which is bounded. A + stands behind offsets that lie
-// 8 bytes further where pointers have 8 bytes, because they come after the pointer to the code rate.
+// Delivery systems: what comes of settings before the object is made, and then. What stands in
+// braces is read from the record: a letter and an offset. I is 32 bits, J 64 bits, B a byte, K 32
+// bits times a thousand, which wraps, M 32 bits times a million, which is bounded. A + stands
+// behind offsets that lie 8 bytes further where pointers have 8 bytes, because they come after the
+// pointer to the code rate.
 const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
     {2,
      {"D [ATSC] mFrequency = {I56}, mModulation = {I0},\n",
@@ -74,7 +75,8 @@ const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
       "DtmbFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20})\n"}},
 };
 
-// A getter, what it returns (a letter as above, or L, a list), where that goes, and its name in the log.
+// A getter, what it returns (a letter as above, or L, a list), where that goes, and its name in the
+// log.
 using Getter = std::tuple<std::string, char, size_t, std::string>;
 
 // Of the settings in force, by delivery system; 0 is every one.
@@ -274,8 +276,8 @@ struct Oracle {
         return lines;
     }
 
-    // What a getter returns goes into the record and into the log. Of a list that is too long only the
-    // number of its elements is written, which comes behind the ten that have room.
+    // What a getter returns goes into the record and into the log. Of a list that is too long only
+    // the number of its elements is written, which comes behind the ten that have room.
     std::string read(const std::string& clazz, const Getter& getter, const std::string& logged) {
         const auto& [method, type, offset, name] = getter;
         const std::string place = std::to_string(offset) + "}";
@@ -338,10 +340,10 @@ std::pair<std::string, std::string> check(Case call) {
     const std::string expected = Oracle{call, before}.run();
     tests::setLogLevel("V");
     const tests::ResourceCounts counts = tests::resourceCounts();
-    tests::callWatched([&] { return x_native_frontend_require_tuner(h_pipeline); });
+    tests::callIntercepted([&] { return x_native_frontend_require_tuner(h_pipeline); });
     tests::takeLog();
     tests::record();
-    const int result = tests::callWatched([&] {
+    const int result = tests::callIntercepted([&] {
         void* const to = call.null == kRecord ? nullptr : record.data();
         void* const kinds = call.null == kKinds ? nullptr : call.kinds;
         const auto count = static_cast<uint8_t>(call.kindCount);
@@ -356,7 +358,7 @@ std::pair<std::string, std::string> check(Case call) {
     for (const std::string& line : tests::takeLog()) {
         trace += line + "\n";
     }
-    tests::callWatched([&] { return x_native_frontend_close_tuner(h_pipeline); });
+    tests::callIntercepted([&] { return x_native_frontend_close_tuner(h_pipeline); });
     return {expected, outcome(trace, result, before, record) + tests::changesSince(counts)};
 }
 

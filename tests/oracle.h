@@ -1,8 +1,8 @@
 // What the library must do with a call that carries a record, told from its bytes alone: which Java
 // methods it calls with which arguments, which lines it logs, what it returns, and which bytes it
-// writes. Offsets and widths are written down here a second time on purpose: nothing is shared with the
-// library or with the middleware's headers, so that a mistake in either shows. Java never fails here:
-// functions.txt says what comes of that.
+// writes. Offsets and widths are written down here a second time on purpose: nothing is shared with
+// the library or with the middleware's headers, so that a mistake in either shows. Java never fails
+// here: functions.txt says what comes of that.
 
 #ifndef TESTS_ORACLE_H
 #define TESTS_ORACLE_H
@@ -46,9 +46,9 @@ struct Case {
 // A case made from arbitrary bytes: mostly what the library serves, and a little above.
 Case caseFrom(Bytes bytes);
 
-// Makes the call. Returns what must come of it and what came: the log and the calls of Java, a line each,
-// as "D text" and "Class.method(1, 2)"; the result; the bytes of the record that were written; and what
-// the library still holds.
+// Makes the call. Returns what must come of it and what came: the log and the calls of Java, a line
+// each, as "D text" and "Class.method(1, 2)"; the result; the bytes of the record that were
+// written; and what the library still holds.
 std::pair<std::string, std::string> check(Case call);
 
 }  // namespace oracle

@@ -4,11 +4,11 @@
 //   stress [--seconds N] [--seed N] [--plant 1]
 //
 // What each thread does follows from the seed. Checked while running: every result is one that the
-// state of its handle allows (exactly one where only one thread may close it); every event of a filter
-// carries the values that were reported, and the tag and the record of the filter that was opened with
-// its handle; none comes that was reported after the close had returned; a Java object gets no call
-// before its open, after its close, or, a filter, while another runs. Checked at the end: the resource
-// counts.
+// state of its handle allows (exactly one where only one thread may close it); every event of a
+// filter carries the values that were reported, and the tag and the record of the filter that was
+// opened with its handle; none comes that was reported after the close had returned; a Java object
+// gets no call before its open, after its close, or, a filter, while another runs. Checked at the
+// end: the resource counts.
 
 #include <signal.h>
 #include <unistd.h>
@@ -29,7 +29,7 @@
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/functions.h"
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 namespace {
 
@@ -134,7 +134,7 @@ bool hasAny(const std::string& name, std::initializer_list<const char*> words) {
 // Runs each row alone and keeps what comes of it. Left out are the functions that open and close,
 // which the threads call themselves, and those that would take the events' callbacks away.
 void learn(uint32_t h_pipeline) {
-    const tests::Watch watch;
+    const tests::Intercepted intercepted;
     x_native_frontend_require_tuner(h_pipeline);
     Opened* filter = openFilter(h_pipeline);
     Fixture open = {h_pipeline, filter->handle};
@@ -202,7 +202,7 @@ struct Place {
 
 // Opens and closes a tuner and a filter of its own. Between that it works them and the shared ones.
 void middlewareThread(Place* places, uint32_t h_pipeline) {
-    const tests::Watch watch;
+    const tests::Intercepted intercepted;
     while (!gStop) {
         x_native_frontend_require_tuner(h_pipeline);
         Opened* filter = openFilter(h_pipeline);
@@ -258,7 +258,7 @@ void runThreads(Place* places, const tests::Pipeline* own) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    const tests::Watch watch;
+    const tests::Intercepted intercepted;
     for (unsigned i = 0; i < kPlaces; ++i) {
         x_native_frontend_close_tuner(places[i].pipeline.handle());
         closeFilter(places[i].filter);
@@ -275,8 +275,8 @@ int main(int argc, char** argv) {
               "usage: stress [--seconds N] [--seed N] [--plant 1]");
         *options.at(argv[i]) = std::stoul(argv[i + 1]);
     }
-    tests::startWatchedVm({tests::kSmallHeap});
-    check(tests::loadWatchedLibrary() == JNI_VERSION_1_4, "load");
+    tests::startInterceptedVm({tests::kSmallHeap});
+    check(tests::loadInterceptedLibrary() == JNI_VERSION_1_4, "load");
     signal(SIGINT, SIG_DFL);
     tests::callStatic("tests.StressModel", "install", "()V");
 

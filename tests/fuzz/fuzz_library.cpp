@@ -7,15 +7,15 @@
 #include <cstdlib>
 
 #include "tests/oracle.h"
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 // The error stream, also when the fuzzer has closed it for everybody else.
 static const int gReport = dup(STDERR_FILENO);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const jint loaded = [] {
-        tests::startWatchedVm({tests::kSmallHeap, tests::kCheckJni});
-        return tests::loadWatchedLibrary();
+        tests::startInterceptedVm({tests::kSmallHeap, tests::kCheckJni});
+        return tests::loadInterceptedLibrary();
     }();
     const auto [expected, actual] = oracle::check(oracle::caseFrom({data, data + size}));
     if (loaded != JNI_VERSION_1_4 || expected != actual) {

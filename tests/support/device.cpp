@@ -156,7 +156,7 @@ void script(const std::string& method, const std::string& does) {
                toJava(method), toJava(does));
 }
 
-// The first also makes what reports events: a class cannot be loaded while its thread is watched.
+// The first also makes what reports events: a class cannot be loaded while its thread is intercepted.
 Pipeline::Pipeline() {
     const LocalFrame frame;
     const std::string services = "com.halvorin.tv.velmora.services.";

@@ -38,14 +38,15 @@ enum class Event {
 };
 
 // Calls the event's Java method on the calling thread, which is attached. The list is an array, for
-// kFrequencies to kStreamIds and kDiseqc. The numbers are, for these, the length to report; for kSection
-// four values; for every other but kLocked and kStopped one. Returns the method's result, 0 when it has
-// none.
+// kFrequencies to kStreamIds and kDiseqc. The numbers are, for these, the length to report; for
+// kSection four values; for every other but kLocked and kStopped one. Returns the method's result,
+// 0 when it has none.
 jint reportEvent(Event event, uint32_t handle, const std::vector<jint>& numbers, jarray list);
 const char* methodOf(Event event);
 
 // Registers a callback of its own for every event, or takes all back. They count the events and, if
-// there is a listener, tell it each as "method(handle, value...)". The pipeline must not be registered.
+// there is a listener, tell it each as "method(handle, value...)". The pipeline must not be
+// registered.
 void registerCountingCallbacks(uint32_t h_pipeline, bool registers = true);
 int takeHeard();  // events that reached them on the calling thread since the last time
 extern void (*gListener)(const std::string& event);

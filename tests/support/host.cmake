@@ -1,4 +1,4 @@
-# What the tests and the measurements share: the virtual machine with the library in it, the watch over its calls, and
+# What the tests and the measurements share: the virtual machine with the library in it, fault injection, and
 # the rows of functions.
 java_jar(tests tests/java/src platform_jar)
 add_library(test_host STATIC tests/support/host.cpp tests/support/java.cpp tests/support/device.cpp)
@@ -17,5 +17,5 @@ if(PIPELINE_ANDROID)
     target_compile_definitions(test_host PUBLIC TESTS_ANDROID_RUNTIME)
 endif()
 
-add_library(test_watch STATIC tests/support/watch.cpp tests/support/refbase_count.cpp tests/functions.cpp)
-target_link_libraries(test_watch PUBLIC test_host)
+add_library(test_fault_injection STATIC tests/support/fault_injection.cpp tests/support/refbase_count.cpp tests/functions.cpp)
+target_link_libraries(test_fault_injection PUBLIC test_host)

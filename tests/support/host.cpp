@@ -151,7 +151,7 @@ JavaVM* vm() {
 JNIEnv* env() {
     void* result = nullptr;
     if (gVm->GetEnv(&result, JNI_VERSION_1_4) != JNI_OK) {
-        fprintf(stderr, "a control on a thread that is not attached\n");
+        fprintf(stderr, "a test helper was called on a thread that is not attached\n");
         abort();
     }
     return static_cast<JNIEnv*>(result);

@@ -1,6 +1,6 @@
 // The process that tests, load, fuzzer and measurements share: a real Java virtual machine into which
-// the library is loaded as on a device. host.cpp alone knows which virtual machine it is. A control
-// that fails ends the process: nothing that follows would mean anything.
+// the library is loaded as on a device. host.cpp alone knows which virtual machine it is. A test
+// helper that fails ends the process: nothing that follows would mean anything.
 
 #ifndef TESTS_HOST_H
 #define TESTS_HOST_H
@@ -38,7 +38,7 @@ void tolerateComplaints(bool (*tolerates)(const std::string& complaint));
 
 JavaVM* vm();
 JNIEnv* env();                         // of the calling thread, which must be attached
-const JNINativeInterface_& realJni();  // the function table before anybody watched it
+const JNINativeInterface_& realJni();  // the function table before calls were intercepted
 jobject classLoader();                 // the child class loader
 
 // Loads the library through that class loader. The load takes SIGINT: a program that runs for long
@@ -71,8 +71,8 @@ void setLogLevel(const char* level);
 void keepLog();                          // from now on lines are kept instead of printed
 void addToLog(const std::string& line);  // something else that happened
 std::vector<std::string> takeLog();      // those since the last time, "E message", in order
-// Does this once, when the next thing happens that has the text: a line of the log, which may be a call
-// of Java, or the call of a service. The thread on which it happens goes on afterwards.
+// Does this once, when the next thing happens that has the text: a line of the log, which may be a
+// call of Java, or the call of a service. The thread on which it happens goes on afterwards.
 void atNext(const std::string& text, const std::function<void()>& action);
 void happens(const std::string& what);  // tells of what is not in the log
 

@@ -1,5 +1,5 @@
-// Calls of Java from C++, which are not among those that tests/support/watch.h counts. Java must not throw in
-// them: an exception ends the process.
+// Calls of Java from C++, which are not among those that tests/support/fault_injection.h counts.
+// Java must not throw in them: an exception ends the process.
 
 #ifndef TESTS_JAVA_H
 #define TESTS_JAVA_H
@@ -11,8 +11,8 @@
 
 namespace tests {
 
-// What these return are local references, and the only ones that they leave. Classes are those of the child class loader, for example
-// "tests.ScriptedModel".
+// What these return are local references, and the only ones that they leave. Classes are those of
+// the child class loader, for example "tests.ScriptedModel".
 jclass findClass(const std::string& name);
 jstring toJava(const std::string& text);
 jintArray newArray(const std::vector<jint>& values);

@@ -7,7 +7,7 @@
 
 #include <optional>
 
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 namespace tests {
 

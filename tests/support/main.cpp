@@ -24,8 +24,8 @@ std::string firstDifference(const std::string& expected, const std::string& actu
 
 void LibraryTest::SetUp() {
     static const jint loaded = [] {
-        startWatchedVm({kSmallHeap, kCheckJni});
-        return loadWatchedLibrary();
+        startInterceptedVm({kSmallHeap, kCheckJni});
+        return loadInterceptedLibrary();
     }();
     ASSERT_EQ(JNI_VERSION_1_4, loaded);
     mFrame.emplace();

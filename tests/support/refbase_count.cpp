@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
@@ -45,9 +45,10 @@ void* _ZN7android7RefBaseD2Ev(void* object) {
 }
 
 #ifdef __SANITIZE_THREAD__
-// The platform's libutils is not instrumented: without this, whoever drops the last reference and
-// destroys the object seems to race with those who used it and dropped theirs before. The names are
-// those of RefBase::decStrong(const void*) and RefBase::onLastStrongRef(const void*).
+// The platform's libutils is not instrumented: without this, the thread that drops the last
+// reference and destroys the object seems to race with those that used it and dropped theirs
+// before. The names are those of RefBase::decStrong(const void*) and RefBase::onLastStrongRef(const
+// void*).
 void _ZNK7android7RefBase9decStrongEPKv(void* object, const void* id) {
     using Drop = void (*)(void*, const void*);
     static const Drop drop = platforms<Drop>(__func__);

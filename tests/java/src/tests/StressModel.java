@@ -13,7 +13,7 @@ import java.util.concurrent.atomic.AtomicInteger;
 
 /**
  * The device model of the stress: answers that show which object gave them, so that the middleware's side can
- * tell what every result must be, and a watch over the calls that each object gets.
+ * tell what every result must be, and a check of the calls that each object gets.
  */
 public final class StressModel {
     /** The type of filters whose open fails. */
@@ -43,14 +43,14 @@ public final class StressModel {
             case "onOpenFilter", "onOpenFrontend" ->
                 Arrays.asList(args).contains(REFUSED_TYPE) ? 3 : OPEN.put(self, new AtomicInteger());
             default -> self instanceof FrontendStatus ? new int[] {1, 2, 3} // a list, 0 or false
-                    : self instanceof ZytTvInnerFilter filter ? watched(self, filter.nativeHandle(), true, method, args)
-                    : self instanceof ZytTvInnerFrontend tuner ? watched(self, tuner.nativeHandle(), false, method, args)
+                    : self instanceof ZytTvInnerFilter filter ? checked(self, filter.nativeHandle(), true, method, args)
+                    : self instanceof ZytTvInnerFrontend tuner ? checked(self, tuner.nativeHandle(), false, method, args)
                     : null;
         };
     }
 
     /** Calls of one object: none before its open, none after its close; of a filter, and to close, one at a time. */
-    private static Object watched(Object self, int handle, boolean isFilter, String method, Object[] args) {
+    private static Object checked(Object self, int handle, boolean isFilter, String method, Object[] args) {
         final boolean closes = method.startsWith("onClose");
         final AtomicInteger calls = closes ? OPEN.remove(self) : OPEN.get(self);
         check(calls != null, method + " of an object that is not open");

@@ -1,4 +1,4 @@
-#include "tests/support/watch.h"
+#include "tests/support/fault_injection.h"
 
 #include <fake/basic_faults.h>
 
@@ -18,10 +18,10 @@ namespace {
 enum Counter { kNoCount, kGlobals, kLocals, kElements, kAttachments, kCounters };
 std::array<std::atomic<int>, kCounters> gCounts;
 
-// Every call that the library makes, each named as the function is: JNI functions with their ways to
-// fail, whether Java runs in them, and the count that they change; then the invocation interface and, in the
-// order of fake_service_t, the services. IsSameObject and the array regions never fail: the library
-// sets whole arrays.
+// Every call that the library makes, each named as the function is: JNI functions with their ways
+// to fail, whether Java runs in them, and the count that they change; then the invocation interface
+// and, in the order of fake_service_t, the services. IsSameObject and the array regions never fail:
+// the library sets whole arrays.
 #define CALLS(JNI, OTHER)                                            \
     JNI(FindClass, kFails | kThrows, true, kLocals, 1)               \
     JNI(GetMethodID, kFails | kThrows, true, kNoCount, 0)            \
@@ -85,8 +85,8 @@ const CallTraits& traits(Call call) {
     return gTraits[static_cast<size_t>(call)];
 }
 
-JNINativeInterface_ gWatchedTable;
-thread_local bool tWatching;
+JNINativeInterface_ gInterceptingTable;
+thread_local bool tIntercepting;
 thread_local std::string tLastClass;  // that the library looked up
 thread_local jmethodID tLastMethod;   // that it called
 
@@ -118,7 +118,7 @@ State& gState = *new State();
 void setTable() {
     void* env = nullptr;
     if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
-        static_cast<JNIEnv*>(env)->functions = tWatching ? &gWatchedTable : &realJni();
+        static_cast<JNIEnv*>(env)->functions = tIntercepting ? &gInterceptingTable : &realJni();
     }
 }
 
@@ -188,7 +188,7 @@ std::string textOf(const char* type, const jvalue* argument) {
 
 // How this call is to fail; a Java exception is then pending if that is how.
 std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject& subject = {}) {
-    if (!tWatching || !gState.noting) {
+    if (!tIntercepting || !gState.noting) {
         return std::nullopt;
     }
     std::optional<Failure> result;
@@ -207,7 +207,7 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
         }
         method = methodOf(subject.method);
     }
-    const Watch unwatched(false);
+    const Intercepted notIntercepted(false);
     if (gState.recording && subject.arguments != nullptr) {
         const LocalFrame frame;
         const jthrowable pending = env->ExceptionOccurred();
@@ -275,14 +275,14 @@ struct Hook<member, call> {
 
     static Result JNICALL callReal(JNIEnv* env, Args... args) {
         // What Java does in there is not the library's.
-        const Watch watch(!traits(call).entersJava);
+        const Intercepted intercepted(!traits(call).entersJava);
         return (realJni().*member)(env, args...);
     }
 };
 
 // What is not in the list stays null.
 void fillTable() {
-#define HOOK(name, ...) gWatchedTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
+#define HOOK(name, ...) gInterceptingTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
 #define NO_HOOK(...)
     CALLS(HOOK, NO_HOOK)
 }
@@ -326,7 +326,7 @@ jint JNICALL detachHook(JavaVM*) {
     const std::optional<Failure> failure =
         intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
     --gCounts[kAttachments];
-    const Watch unwatched(false);
+    const Intercepted notIntercepted(false);
     // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
     const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
     return failure ? JNI_ERR : result;
@@ -351,15 +351,15 @@ bool toleratesComplaint(const std::string& complaint) {
 
 }  // namespace
 
-Watch::Watch(bool watching) : mBefore(std::exchange(tWatching, watching)) {
+Intercepted::Intercepted(bool intercepting) : mBefore(std::exchange(tIntercepting, intercepting)) {
     setTable();
 }
-Watch::~Watch() {
-    tWatching = mBefore;
+Intercepted::~Intercepted() {
+    tIntercepting = mBefore;
     setTable();
 }
 
-void startWatchedVm(const std::vector<std::string>& options) {
+void startInterceptedVm(const std::vector<std::string>& options) {
     startVm(options);
     fillTable();
     tolerateComplaints(toleratesComplaint);
@@ -367,14 +367,15 @@ void startWatchedVm(const std::vector<std::string>& options) {
     keepLog();
 }
 
-jint loadWatchedLibrary() {
+jint loadInterceptedLibrary() {
     static JNIInvokeInterface_ table = *vm()->functions;
     table.GetEnv = getEnvHook;
     table.AttachCurrentThread = attachHook;
     table.DetachCurrentThread = detachHook;
-    static JavaVM_ watched = {&table};
-    const Watch unwatched(false);  // on the way to the entry
-    return callFromJava([] { return callWatched([] { return JNI_OnLoad(&watched, nullptr); }); });
+    static JavaVM_ intercepting = {&table};
+    const Intercepted notIntercepted(false);  // on the way to the entry
+    return callFromJava(
+        [] { return callIntercepted([] { return JNI_OnLoad(&intercepting, nullptr); }); });
 }
 
 void failCall(const std::string& call, size_t nth, Failure failure) {

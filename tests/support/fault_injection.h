@@ -1,10 +1,10 @@
-// What the library asks of the virtual machine and of the middleware's services, watched call by
-// call: counted, and made to fail on demand. A watched thread sees a function table of its own, in
-// which a JNI function that is not in the list of watch.cpp is null, so that its call ends the
-// process: none goes unwatched.
+// Fault injection: the calls that the library makes of the virtual machine and of the middleware's
+// services are intercepted, counted, and made to fail on demand. An intercepted thread sees a
+// function table of its own. A JNI function that is not in the list of fault_injection.cpp is null
+// there, so that its call ends the process: none is missed.
 
-#ifndef TESTS_WATCH_H
-#define TESTS_WATCH_H
+#ifndef TESTS_FAULT_INJECTION_H
+#define TESTS_FAULT_INJECTION_H
 
 #include <jni.h>
 
@@ -16,35 +16,36 @@
 
 namespace tests {
 
-// --- Which threads are watched ---
+// --- Whose calls are intercepted ---
 
-class Watch {
+// Those of the calling thread.
+class Intercepted {
   public:
-    explicit Watch(bool watching = true);
-    ~Watch();
-    Watch(Watch&&) = delete;
+    explicit Intercepted(bool intercepting = true);
+    ~Intercepted();
+    Intercepted(Intercepted&&) = delete;
 
   private:
     bool mBefore;
 };
 
-// Calls a function of the library, watched.
+// Calls a function of the library, intercepted.
 template <typename Function>
-auto callWatched(const Function& function) {
-    const Watch watch;
+auto callIntercepted(const Function& function) {
+    const Intercepted intercepted;
     return function();
 }
 
-// As reportEvent, watched.
+// As reportEvent, intercepted.
 inline jint report(Event event, uint32_t handle, const std::vector<jint>& numbers,
                    jarray list = nullptr) {
-    return callWatched([&] { return reportEvent(event, handle, numbers, list); });
+    return callIntercepted([&] { return reportEvent(event, handle, numbers, list); });
 }
 
-// Starts the virtual machine so that threads can be watched, and keeps the log.
-void startWatchedVm(const std::vector<std::string>& options);
-// Calls the library's load entry, watched, below a Java method; returns its result.
-jint loadWatchedLibrary();
+// Starts the virtual machine so that calls can be intercepted, and keeps the log.
+void startInterceptedVm(const std::vector<std::string>& options);
+// Calls the library's load entry, intercepted, below a Java method; returns its result.
+jint loadInterceptedLibrary();
 
 // --- Calls that fail ---
 
@@ -58,11 +59,11 @@ enum Failure {
 };
 constexpr int kServiceError = -17;  // what a failing service returns
 
-// The nth such call from now on (1: the next) on a watched thread fails, once. Without a name every
-// call counts; with one that is not in the list of watch.cpp nothing ever fails.
+// The nth such call from now on (1: the next) on an intercepted thread fails, once. Without a name
+// every call counts; with one that is not in the list of fault_injection.cpp nothing ever fails.
 void failCall(const std::string& call, size_t nth, Failure failure);
 
-// A recording keeps the watched calls, in order when one thread makes them. Those of Java it also
+// A recording keeps the intercepted calls, in order when one thread makes them. Those of Java it also
 // writes to the log, as "Class.method(arguments)" with the class that the method was looked up in;
 // those that are made to fail too.
 struct Point {
@@ -72,9 +73,9 @@ struct Point {
     std::vector<std::string> whole;
     jint mode;  // of a release of array elements
     int ways;   // in which it can fail
-    // A method of a filter, whose exceptions the filter side neither tests nor clears: such an exception
-    // is pending while the function goes on and when it returns. What the virtual machine complains of
-    // after such a call is tolerated.
+    // A method of a filter, whose exceptions the filter side neither tests nor clears: such an
+    // exception is pending while the function goes on and when it returns. What the virtual machine
+    // complains of after such a call is tolerated.
     bool isNeglected;
 };
 void record();
@@ -82,8 +83,9 @@ std::vector<Point> recorded();  // ends the recording; and no call is made to fa
 
 // --- What the library holds ---
 
-// By name, counted only on watched threads: references, "elements" (arrays whose elements are held),
-// attachments, and what the services gave out. "bad frees" are those so far, see fake_bad_frees.
+// By name, counted only on intercepted threads: references, "elements" (arrays whose elements are
+// held), attachments, and what the services gave out. "bad frees" are those so far, see
+// fake_bad_frees.
 using ResourceCounts = std::map<std::string, int>;
 constexpr char kGlobalRefs[] = "global references";
 ResourceCounts resourceCounts();
@@ -93,4 +95,4 @@ std::string changesSince(const ResourceCounts& before);
 
 }  // namespace tests
 
-#endif  // TESTS_WATCH_H
+#endif  // TESTS_FAULT_INJECTION_H
