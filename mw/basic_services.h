@@ -1,9 +1,14 @@
 /*
  * The middleware's basic services that the library calls: handles, semaphores and memory. On a
- * device they are exported by libhalvorin_tv_basic.
+ * device libhalvorin_tv_basic exports them.
  *
- * Every function may be called from any thread. Unless stated otherwise a function returns 0 on
- * success and another value on failure, and does not block.
+ * The names, the arguments and the constants are those of a device. What the functions promise is
+ * what the library assumes; no device's services could be tried here. Check these assumptions first
+ * when something fails only on a device:
+ *   - any thread may call any function;
+ *   - a function returns 0 on success and another value on failure;
+ *   - only x_sema_lock blocks;
+ *   - every other promise below.
  */
 #ifndef MW_BASIC_SERVICES_H
 #define MW_BASIC_SERVICES_H
@@ -25,9 +30,9 @@ enum {
     HT_FILTER_CALLBACK_THREAD = 5121
 };
 
-/* The only semaphore type and lock option that the library uses. */
+/* The library uses no other semaphore type and no other lock option. */
 enum {
-    /* With initial value 0 the semaphore is created held by the caller. */
+    /* With initial value 0, the caller holds the new semaphore. */
     X_SEMA_TYPE_BINARY_HELD = 2,
     /* Wait without limit. */
     X_SEMA_OPTION_WAIT = 1
@@ -45,52 +50,53 @@ typedef uint8_t (*handle_free_fct)(uint32_t handle, uint16_t e_type, void* pv_ob
 /*
  * Issues a new handle.
  *   e_type   type of the object
- *   pv_obj   the object; stays the caller's
- *   pv_tag   opaque, handed to pf_free; may be null
+ *   pv_obj   the object; it still belongs to the caller
+ *   pv_tag   passed to pf_free unread; may be null
  *   pf_free  called once, by handle_free; may be null
- *   ph_obj   where the handle is stored, not null; unwritten on failure
- * A handle is never 0. The number of a freed one may be issued again.
+ *   ph_obj   receives the handle; not null, not written on failure
+ * A handle is never 0. The number of a freed handle may be issued again.
  */
 int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
                      uint32_t* ph_obj);
 
 /*
- * Reads the type and the object of a live handle; either pointer may be null. Fails, storing
- * nothing, for a handle that was never issued or has been freed. The object is borrowed.
+ * Gives the type and the object of a live handle; either pointer may be null. It fails and stores
+ * nothing when the handle was never issued or has been freed. The object is borrowed.
  */
 int32_t handle_get_type_obj(uint32_t handle, uint16_t* pe_type, void** ppv_obj);
 
-/* As handle_get_type_obj, for the object alone; ppv_obj is not null. */
+/* Like handle_get_type_obj, but gives only the object; ppv_obj is not null. */
 int32_t handle_get_obj(uint32_t handle, void** ppv_obj);
 
-/* Calls the handle's free callback with ui1_flag and invalidates the handle. Does not free the
+/* Calls the handle's free callback with ui1_flag and invalidates the handle. It does not free the
  * object. */
 int32_t handle_free(uint32_t handle, uint8_t ui1_flag);
 
 /*
  * Creates a semaphore.
- *   ph_sema      where its handle is stored, not null; unwritten on failure. It is never 0: the
- *                library takes 0 for no semaphore
+ *   ph_sema      receives its handle; not null, not written on failure. The handle is never 0,
+ *                because 0 means no semaphore to the library
  *   e_type       X_SEMA_TYPE_BINARY_HELD
- *   ui4_initial  0: created taken; 1: created free
+ *   ui4_initial  0: the caller holds it; 1: it is free
  */
 int32_t x_sema_create(uint32_t* ph_sema, uint32_t e_type, uint32_t ui4_initial);
 
 /*
- * Takes the semaphore; with X_SEMA_OPTION_WAIT the call blocks until it is free. Fails for an
- * unknown handle, and in every waiter when the semaphore is deleted.
+ * Takes the semaphore. With X_SEMA_OPTION_WAIT the call blocks until the semaphore is free. It
+ * fails when the handle is unknown. When the semaphore is deleted, the call of every waiting thread
+ * fails.
  */
 int32_t x_sema_lock(uint32_t h_sema, uint32_t ui4_option);
 
-/* Releases the semaphore; any thread may do so. Fails for an unknown handle and for one that is
- * not taken. */
+/* Releases the semaphore; any thread may do so. It fails when the handle is unknown or the
+ * semaphore is not taken. */
 int32_t x_sema_unlock(uint32_t h_sema);
 
-/* Destroys the semaphore and wakes its waiters, whose x_sema_lock fails. */
+/* Destroys the semaphore and wakes the threads that wait for it. Their x_sema_lock fails. */
 int32_t x_sema_delete(uint32_t h_sema);
 
-/* Allocates z_size bytes, aligned for any type and not cleared; null on failure. Freed with
- * x_mem_free. */
+/* Allocates z_size bytes, aligned for any type and not cleared; null on failure. x_mem_free frees
+ * them. */
 void* x_mem_alloc(size_t z_size);
 
 /* Frees what x_mem_alloc returned; null is allowed. */

@@ -1,13 +1,12 @@
 /*
  * MW_FESETTING_T: one tuning or scanning request, or the settings read back from a tuner frontend.
  *
- * The record belongs to its caller and is borrowed for the length of one call, and so is the
- * code-rate record of a DVB-S request. Fields that hold an enumerated value or flags (modulation,
- * code rate, guard interval, standard and the like) hold the platform's own constants, as the
- * settings classes in android.media.tv.tuner.frontend define them (mw/frontend_values.h lists the
- * common ones); the library passes them on unchanged. A boolean is one byte, 0 or 1;
- * any other value reaches Java as it is, and a device whose JNI checks are on ends the process at
- * it.
+ * The record belongs to the caller. The library uses it only during the call, and so the code-rate
+ * record of a DVB-S request. Fields with an enumerated value or flags (modulation, code rate, guard
+ * interval, standard and so on) hold the platform's own constants, which the settings classes in
+ * android.media.tv.tuner.frontend define; mw/frontend_values.h lists the common ones. The library
+ * passes them on unchanged. A boolean is one byte, 0 or 1. Any other value reaches Java as it is,
+ * and ends the process on a device where JNI is checked.
  */
 #ifndef MW_FRONTEND_SETTINGS_H
 #define MW_FRONTEND_SETTINGS_H
@@ -18,8 +17,8 @@
 extern "C" {
 #endif
 
-/* e_type: the delivery system; the platform's numbering. Analog, ATSC 3.0 and ISDB-S3 are
- * refused. */
+/* e_type: the delivery system, in the platform's numbering. The library refuses analog, ATSC 3.0
+ * and ISDB-S3. */
 typedef enum {
     MW_FE_TYPE_UNDEFINED = 0,
     MW_FE_TYPE_ANALOG = 1,

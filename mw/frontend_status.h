@@ -12,8 +12,8 @@ extern "C" {
 #endif
 
 /*
- * Status kinds; the platform's numbering. A kind that is missing here is passed to Java like any
- * other, which may refuse the whole query because of it; it is only not read.
+ * Status kinds, in the platform's numbering. A kind that is missing here is passed to Java like any
+ * other, and Java may refuse the whole query because of it. The library only does not read it.
  */
 typedef enum {
     FE_STATUS_TYPE_DEMOD_LOCK = 0,
@@ -43,20 +43,20 @@ typedef enum {
     FE_STATUS_TYPE_ROLL_OFF = 33
 } FE_STATUS_TYPE_E;
 
-/* Most kinds in one query. */
+/* The most kinds in one query. */
 #define FE_STATUS_MAX_TYPES 34
 
-/* Longest list that a query copies. Of a longer one nothing is copied but its length. */
+/* The longest list that a query copies. Of a longer list, only the length is copied. */
 #define FE_STATUS_MAX_LIST_COPY 9
 
 /*
- * The record belongs to its caller. A query writes the fields of the kinds it was asked for,
- * unconverted, and leaves every other byte alone. A frontend need not report every kind: the field
- * of one that is missing, or whose getter threw, becomes 0, and a list keeps what was there. Units
- * are the platform's. A field without one holds a plain number or, for code rates, modulation,
- * inversion, voltage, hierarchy, bandwidth and roll-off, the platform's constant. The reserved
- * stretches belong to the middleware, and so does what its own declaration has behind mRollOff. A
- * boolean byte holds 0 or 1.
+ * The record belongs to the caller. A query writes the fields of the kinds that were asked for,
+ * without converting them, and leaves every other byte alone. A frontend need not report every
+ * kind. If a kind is missing, or its getter threw, its field becomes 0; a list keeps what was
+ * there. Units are the platform's. A field without a unit holds a plain number or, for code rates,
+ * modulation, inversion, voltage, hierarchy, bandwidth and roll-off, the platform's constant. The
+ * reserved bytes belong to the middleware, and so does everything that its own declaration has
+ * after mRollOff. A boolean byte holds 0 or 1.
  */
 typedef struct {
     /* Demodulator locked */

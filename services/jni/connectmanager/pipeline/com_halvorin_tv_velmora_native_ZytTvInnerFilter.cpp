@@ -1,6 +1,6 @@
-// The section filter functions that only pass a call on to a filter's peer, and the registration of the
-// filter side's Java classes. Opening, closing, callback threads, callbacks and references are defined
-// where their logic is, in filter/.
+// The section filter functions that only pass a call on to a filter's peer, and the registration of
+// the filter side with Java. Everything else that the middleware calls is defined in filter/:
+// opening and closing, callback threads, the registration of callbacks, and references.
 
 #include <jni.h>
 
@@ -107,7 +107,7 @@ int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1
         FILTER_LOG("<%s:%4d> handle: 0x%x, x_filter_lock handle free.", hfilter);
     }
     if (access.lookupFailed()) {
-        // Fixed from outside: it shows the instance, which is 0 here, instead of the handle.
+        // Fixed from outside: this shows the instance, which is 0 here, instead of the handle.
         FILTER_LOG("<%s:%4d> handle:  0x%llx, failed.", shown(access.instance()));
     }
     if (access.peer() == nullptr) {

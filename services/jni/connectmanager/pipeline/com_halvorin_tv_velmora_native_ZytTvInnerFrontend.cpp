@@ -1,6 +1,6 @@
-// The tuner frontend and LNB functions that only pass a call on to a pipeline's peer, and the registration
-// of the frontend side's Java classes. Requiring and closing a tuner, and the registration of callbacks,
-// are defined where their logic is, in frontend/.
+// The frontend and LNB functions that only pass a call on to a pipeline's peer, and the
+// registration of the frontend side with Java. Everything else that the middleware calls is defined
+// in frontend/: requiring and closing a tuner, and the registration of callbacks.
 
 #include <jni.h>
 #include <utils/RefBase.h>

@@ -11,7 +11,7 @@
 
 #define LOAD_ERROR(...) HALVORIN_LOG(halvorin::kLogError, loadTag, __VA_ARGS__)
 
-// It may interrupt any code, malloc included: it allocates nothing, and gives errno back as it was.
+// It may interrupt any code, even malloc. So it allocates nothing, and it restores errno.
 static void ignoreSig(int signo) {
     const int savedErrno = errno;
     LOAD_ERROR("ignore received signal %d", signo);

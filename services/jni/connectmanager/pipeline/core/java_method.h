@@ -1,10 +1,10 @@
-// What ties the library to Java classes: native methods, which Java calls, are registered, and Java
-// methods and constructors, which the library calls, are bound, both once at load.
+// The connection to Java classes, made once at load: native methods, which Java calls, are
+// registered; Java methods and constructors, which the library calls, are bound.
 //
-// A bare JNI call takes whatever it is given: an int where the Java method has a long is undefined
-// and unnoticed. A JavaMethod<jint(jobject, jlong)> is bound only to a signature literal of those
-// types, which the compiler checks, and takes only those arguments. A native function, too, is
-// registered only under a signature literal of its own types.
+// A bare JNI call accepts any arguments: an int where the Java method takes a long is undefined
+// behaviour that nobody notices. Here the compiler checks the types. A JavaMethod<jint(jobject,
+// jlong)> is bound only to a signature literal of these types, and takes only these arguments. In
+// the same way, a native function is registered only under a signature literal of its own types.
 
 #ifndef JAVA_METHOD_H
 #define JAVA_METHOD_H
@@ -19,24 +19,24 @@
 #include "services/jni/connectmanager/pipeline/core/fatal_assert.h"
 #include "services/jni/connectmanager/pipeline/core/java_vm.h"
 
-// The tag of what is logged while the library loads, when it may be printed; else null.
+// The tag of the lines that are logged during the load, or null when the gate is closed.
 const char* loadTag(int level);
 
 // Registers native methods on the class of that name, which the calling thread's class loader must
-// know. Returns 0, or -1 (logged) when the class or one of its methods is missing; the Java error
-// is then left pending for whoever loads the library.
+// know. Returns 0; -1 (logged) when the class or one of the methods is missing. Then the Java error
+// stays pending, for the code that loads the library.
 extern "C" PIPELINE_EXPORT int registerNativeMethods(JNIEnv* env, const char* className,
                                                      const JNINativeMethod* methods,
                                                      int numMethods);
 
 namespace android {
 
-// How a pending Java exception is looked for: it is described and cleared. True when there was one. Only
-// two places do it otherwise: the status query logs a line before, and an end frequency that the platform
-// refuses is cleared in silence.
+// Describes and clears a pending Java exception; true when there was one. Only two places do it
+// differently: the status query logs a line before, and the exception for an end frequency that the
+// platform refuses is cleared without being described.
 bool clearException(JNIEnv* env);
 
-// A new global reference to an object; null when it cannot be made. Leaves no exception.
+// A new global reference to an object; null when it cannot be made. No exception stays pending.
 inline jobject newGlobalRef(JNIEnv* env, jobject object) {
     jobject global = env->NewGlobalRef(object);
     if (global == nullptr) {
@@ -45,13 +45,14 @@ inline jobject newGlobalRef(JNIEnv* env, jobject object) {
     return global;
 }
 
-// A new Java array with a copy of the bytes; null when it cannot be made. Leaves no exception.
+// A new Java array with a copy of the bytes; null when it cannot be made. No exception stays
+// pending.
 inline ScopedLocalRef<jbyteArray> newByteArray(JNIEnv* env, const uint8_t* bytes, jsize length) {
     ScopedLocalRef<jbyteArray> array(env, env->NewByteArray(length));
     if (array.get() == nullptr) {
         clearException(env);
     } else {
-        // Throws only when the region does not fit into the array, and it is the whole array.
+        // This throws only when the region does not fit into the array, and it is the whole array.
         env->SetByteArrayRegion(array.get(), 0, length, reinterpret_cast<const jbyte*>(bytes));
     }
     return array;
@@ -124,7 +125,7 @@ struct JavaMethod<Result(Args...)> {
 
     using Returned = std::conditional_t<std::is_pointer_v<Result>, ScopedLocalRef<Result>, Result>;
 
-    // Leaves an exception of the Java method pending.
+    // An exception of the Java method stays pending.
     Returned call(JNIEnv* env, jobject object, Args... args) const {
         const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
         if constexpr (std::is_void_v<Result>) {
@@ -149,8 +150,8 @@ struct JavaConstructor {
         return jni_signature::matches<void, Args...>(signature);
     }
 
-    // Makes an object. False when Java threw: the exception is described and cleared, and the object
-    // is null.
+    // Makes an object. False when Java threw; then the exception has been described and cleared,
+    // and the object is null.
     bool construct(JNIEnv* env, jclass clazz, ScopedLocalRef<jobject>* object, Args... args) const {
         const jvalue values[] = {jni_signature::toJvalue(args)..., jvalue{}};
         object->reset(env->NewObjectA(clazz, id, values));
@@ -161,7 +162,7 @@ struct JavaConstructor {
         return true;
     }
 
-    // The new object; null when it could not be made. Leaves no exception.
+    // The new object; null when it could not be made. No exception stays pending.
     ScopedLocalRef<jobject> newObject(JNIEnv* env, jclass clazz, Args... args) const {
         ScopedLocalRef<jobject> object(env);
         construct(env, clazz, &object, args...);
@@ -181,8 +182,8 @@ constexpr const char* nativeSignature(const char* signature) {
     return signature;
 }
 
-// A row of a table of native methods. It is a macro because a function that casts a function's address
-// cannot run at compile time, and the tables must be constant data.
+// A row of a table of native methods. It is a macro because a cast of a function's address cannot
+// run inside a function at compile time, and the tables must be constant data.
 #define NATIVE_METHOD(name, signature, function)                                                 \
     {                                                                                            \
         name, ::android::nativeSignature<::android::fitsNative(function, signature)>(signature), \
@@ -205,13 +206,14 @@ constexpr JavaMethodRow javaMethodRow(Method& method, const char* name, const ch
     return {&method.id, name, signature, condition, line};
 }
 
-// A row for a member of a method table. The macro is for the member's name in the condition text.
+// A row for a member of a method table. It is a macro because the condition contains the member's
+// name.
 #define JAVA_METHOD_ROW(table, member, name, signature)                   \
     ::android::javaMethodRow<decltype(table.member)::matches(signature)>( \
         table.member, name, signature, "!(" #table "." #member " != __null)", __LINE__)
 
-// Finds a class, stores a global reference to it, which lives as long as the process, and looks its
-// methods up in the order of the rows. What is missing ends the process.
+// Finds a class and looks up its methods in the order of the rows. The global reference to the
+// class lives as long as the process. If the class or a method is missing, the process ends.
 void bindJavaClass(JNIEnv* env, const char* className, jclass* clazz, const JavaMethodRow* rows,
                    size_t count, const FatalSite& site, int line);
 

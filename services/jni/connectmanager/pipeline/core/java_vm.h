@@ -5,16 +5,16 @@
 
 #include <jni.h>
 
-// What is called or read by other libraries and is not declared in mw/.
+// Marks what the library exports in addition to the functions that mw/ declares.
 #define PIPELINE_EXPORT __attribute__((visibility("default")))
 
-// Null until the library is loaded, never cleared. For other libraries; this one uses javaVm().
+// For other libraries; this one uses javaVm(). Null until the library is loaded, and never cleared.
 extern "C" PIPELINE_EXPORT JavaVM* g_velmora_javaVM;
 
 namespace android {
 
-// The load entry publishes the pointer last, with release order, when the tables of Java methods are
-// complete. Who reads it with acquire order, and gets it, sees the whole tables.
+// The load entry publishes the pointer last, with release order, when the tables of Java methods
+// are complete. A thread that reads the pointer with acquire order therefore sees complete tables.
 inline void publishJavaVm(JavaVM* vm) {
     __atomic_store_n(&g_velmora_javaVM, vm, __ATOMIC_RELEASE);
 }
@@ -22,20 +22,20 @@ inline JavaVM* javaVm() {
     return __atomic_load_n(&g_velmora_javaVM, __ATOMIC_ACQUIRE);
 }
 
-// The calling thread's environment. A thread that is not attached is attached, without a name or a
-// group and not as a daemon; then *attached becomes true, and the caller detaches it. attachWhenEmpty
-// says whether a thread is attached too when GetEnv succeeds without giving an environment. Null,
-// with nothing attached, when there is no virtual machine yet or the thread cannot be attached.
+// The calling thread's environment. If the thread is not attached, it is attached without a name or
+// a group, and not as a daemon; then *attached becomes true, and the caller must detach it.
+// attachWhenEmpty: also attach when GetEnv succeeds without giving an environment. Null, with
+// nothing attached, when there is no virtual machine yet or the thread cannot be attached.
 JNIEnv* acquireEnv(bool attachWhenEmpty, bool* attached);
 
-// Lives on the stack of one operation. A thread that the virtual machine has never seen is attached
-// by the scope and detached at its end. A thread that is attached already, also by an enclosing
-// scope, is used and left as it is.
+// The environment of one operation; lives on its stack. If the thread is not attached, the scope
+// attaches it and detaches it at the end. A thread that is attached already, for example by an
+// enclosing scope, stays as it is.
 //
-// Note: env() is null when there is no virtual machine yet or the thread cannot be attached;
-// then the operation makes no JNI call and returns its failure value. The scope does not look at
-// exceptions: one that is still pending when a thread is detached ends the process of a device.
-// Local references of the operation are deleted before the scope ends.
+// Note: env() is null when there is no virtual machine yet or the thread cannot be attached. Then
+// the operation makes no JNI call and returns its failure value. The scope does not check for
+// exceptions: on a device, detaching a thread with a pending exception ends the process. The
+// operation must delete its local references before the scope ends.
 class JniEnvOption {
   public:
     JniEnvOption() : mEnv(acquireEnv(false, &mAttached)) {}
@@ -46,7 +46,7 @@ class JniEnvOption {
     JNIEnv* env() const { return mEnv; }
 
   private:
-    bool mAttached = false;  // stands first: acquiring mEnv sets it
+    bool mAttached = false;  // must come before mEnv, whose initialization sets it
     JNIEnv* mEnv;
 };
 

@@ -1,5 +1,5 @@
-// The calling thread's Java environment on the filter side, where a thread that cannot be attached
-// or detached ends the process.
+// The calling thread's Java environment on the filter side, where the process ends if a thread
+// cannot be attached or detached.
 
 #ifndef FILTER_ENV_H
 #define FILTER_ENV_H
@@ -8,15 +8,15 @@
 
 namespace android {
 
-// Lives on the stack of one operation. It attaches the thread when it is not attached, and detaches
-// it again.
+// The environment of one operation; lives on its stack. If the thread is not attached, the scope
+// attaches it and detaches it at the end.
 //
-// Note: exceptions are not looked at. One that a filter's Java method left pending on a
-// thread that was attached here ends the process of a device at the detach.
+// Note: the scope does not check for exceptions. If a filter's Java method left one pending on a
+// thread that was attached here, the detach ends the process on a device.
 class FilterEnv {
   public:
-    // What a failure means. Each operation ends the process under conditions of its own; the
-    // destructor of a filter tolerates a failure, and then has no environment.
+    // What a failure means. The kinds of operations report different conditions. The destructor of
+    // a filter tolerates a failure, and then has no environment.
     struct Checks {
         const char* attach;    // condition text of the attach check; null: a failure is tolerated
         const char* detach;    // the same for the detach
@@ -39,7 +39,7 @@ class FilterEnv {
 
   private:
     const Checks& mChecks;
-    bool mAttached = false;  // stands before mEnv: acquiring it sets this
+    bool mAttached = false;  // must come before mEnv, whose initialization sets it
     JNIEnv* mEnv;
 };
 

@@ -57,11 +57,12 @@ using android::sp;
 
 namespace {
 
-// Held from the lookup of a handle to be deleted until it is freed. Two threads that delete the same
-// callback thread would otherwise both find it, and both drop the one reference that its handle owns.
+// A deletion holds it from the lookup of the handle until the handle is freed. Otherwise two
+// threads that delete the same callback thread could both find it, and both drop the handle's one
+// reference.
 std::mutex& gDeletionMutex = *new std::mutex();
 
-// It releases nothing: who frees a handle releases what was behind it.
+// It releases nothing: the code that frees a handle also releases what the handle referred to.
 uint8_t _native_filter_callback_thread_handle_free(uint32_t, uint16_t e_type, void*, void*,
                                                    uint8_t) {
     if (e_type != HT_FILTER_CALLBACK_THREAD) {
@@ -106,7 +107,7 @@ int x_velmora_filter_create_callback_thread(uint32_t* ph_thread) {
 }
 
 int x_velmora_filter_delete_callback_thread(uint32_t hthread) {
-    sp<JNativeCallbackThread> thread;  // destroyed after the mutex is free: that calls Java
+    sp<JNativeCallbackThread> thread;  // destroyed after the mutex is released, as that calls Java
     const std::lock_guard<std::mutex> lock(gDeletionMutex);
     thread = findCallbackThread(hthread);
     if (thread.get() == nullptr) {

@@ -1,5 +1,5 @@
-// Callback threads, which the middleware makes and names when it opens a filter: the native peer of
-// the Java object, and its handle.
+// Callback threads. The middleware creates them and names one when it opens a filter. Here are the
+// native peer of the Java object, and its handle.
 
 #ifndef J_NATIVE_CALLBACK_THREAD_H
 #define J_NATIVE_CALLBACK_THREAD_H
@@ -11,15 +11,15 @@
 
 namespace android {
 
-// Always held by sp, and by its handle. The destructor releases the Java object: it calls Java, on
-// whichever thread drops the last reference, so no lock is held there. A failure to attach that
-// thread ends the process.
+// Always held by sp, and by its handle. The destructor releases the Java object, on whichever
+// thread drops the last reference. It calls Java, so no lock may be held there. If that thread
+// cannot be attached, the process ends.
 class JNativeCallbackThread : public RefBase {
   public:
-    // Makes the Java object: 0, or -1 (logged) when it could not be made.
+    // Makes the Java object. Returns 0; -1 (logged) when it could not be made.
     int createThread();
 
-    // The Java object, which the peer owns; null until it is made.
+    // The Java object; null until it is made. The peer owns the reference.
     jobject object() const { return mObject; }
 
   protected:
@@ -31,8 +31,8 @@ class JNativeCallbackThread : public RefBase {
 
 }  // namespace android
 
-// The Java object of a callback thread; null when the handle names none. It is the peer's reference:
-// it lives as long as the callback thread is not deleted.
+// The Java object of a callback thread; null when the handle names no callback thread. The peer
+// owns the reference, so it is valid until the callback thread is deleted.
 jobject callbackThreadObject(uint32_t hthread);
 
 #endif  // J_NATIVE_CALLBACK_THREAD_H

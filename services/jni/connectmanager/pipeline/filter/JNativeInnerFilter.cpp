@@ -11,7 +11,7 @@ namespace android {
 
 namespace {
 
-// What the log lines show of a reference: 32 bits, whatever the size of a pointer.
+// A reference as log lines show it: 32 bits, whatever the size of a pointer is.
 unsigned int word(jobject object) {
     return static_cast<unsigned int>(widened(object));
 }
@@ -22,7 +22,7 @@ jint callInScope(jobject object, const JavaMethod<jint()>& method) {
     return method.call(scope.env(), object);
 }
 
-// A byte of the middleware as Java's boolean, which is only ever 0 or 1.
+// A byte of the middleware as a Java boolean, which must be 0 or 1.
 jboolean toBoolean(uint8_t flag) {
     return flag != 0 ? JNI_TRUE : JNI_FALSE;
 }
@@ -57,7 +57,7 @@ int JNativeInnerFilter::nativeOpen(int64_t pipeline_instance, int mainType, int 
     jobject pipeline = reinterpret_cast<jobject>(static_cast<uintptr_t>(pipeline_instance));
     if (pipeline == nullptr) {
         FILTER_LOG("<%s:%4d> nativeOpen, pipeline_instance object is null.\n");
-        return 1;  // Fixed from outside: 1, not -1. The log shows it, and open returns -1.
+        return 1;  // Fixed from outside: 1, not -1. The log shows it; open returns -1.
     }
     int result = -1;
     {
@@ -157,8 +157,8 @@ int JNativeInnerFilter::nativeRead(int8_t* buffer, int64_t position, int64_t siz
     }
     const jint n = android::gFields.onReadId.call(env, mObject, mj_sectionarr, position, size);
     if (n >= 1 && n <= FLT_MAX_READ_SIZE && n <= size) {
-        // Fixed from outside: the whole buffer is taken, and given back with what Java may find in it,
-        // rather than n bytes copied.
+        // Fixed from outside: the elements of the whole array are taken and written back, although
+        // only n bytes are needed.
         jbyte* elements = env->GetByteArrayElements(mj_sectionarr, nullptr);
         if (elements != nullptr) {
             memcpy(buffer, elements, static_cast<size_t>(n));

@@ -11,21 +11,20 @@
 namespace android {
 
 // Always held by sp, and by its handle while the filter is open. It locks nothing: its callers hold
-// the filter's semaphore, so that one thread at a time uses it. The event record alone is also read
-// without the semaphore: an event hands the middleware its address. That is safe because the record
-// does not change after open, and because the event holds the peer.
+// the filter's semaphore, so only one thread at a time uses it. Only the event record is also read
+// without the semaphore, because an event passes its address to the middleware. That is safe: the
+// record does not change after open, and the event holds the peer.
 //
-// Note: a thread that cannot be attached or detached ends the process. Exceptions of the
-// Java methods are left pending, but for the constructor's; a JNI function that fails leaves none.
-// The destructor runs on whichever thread drops the last reference, and does not call
-// onCloseFilter.
+// Note: if a thread cannot be attached or detached, the process ends. Exceptions of the Java
+// methods stay pending, except for those of the constructor. A JNI function that fails leaves none.
+// The destructor runs on whichever thread drops the last reference. It does not call onCloseFilter.
 class JNativeInnerFilter : public RefBase {
   public:
     JNativeInnerFilter();
 
-    // Makes the read buffer and the Java filter and opens it. pipeline_instance is the JNI
-    // reference of the PipelineHandler; callbackThread may be null. Returns the Java result, 1
-    // without a pipeline, or -1.
+    // Makes the read buffer and the Java filter, and opens the filter. pipeline_instance is the JNI
+    // reference to the PipelineHandler; callbackThread may be null. Returns the Java result; 1
+    // without a pipeline; -1 on failure.
     int nativeOpen(int64_t pipeline_instance, int mainType, int subType, int64_t buffersize,
                    jobject callbackThread);
     void nativeClose();
@@ -33,7 +32,7 @@ class JNativeInnerFilter : public RefBase {
     int nativeStop();
     int nativeFlush();
 
-    // Returns the bytes copied to buffer, 1 to FLT_MAX_READ_SIZE and at most size, or -1.
+    // Returns the number of bytes copied to buffer: 1 to FLT_MAX_READ_SIZE, at most size; or -1.
     int nativeRead(int8_t* buffer, int64_t position, int64_t size);
 
     // Patterns of FLT_PATTERN_SIZE bytes. Returns the Java result, or -1.
@@ -53,7 +52,7 @@ class JNativeInnerFilter : public RefBase {
     ~JNativeInnerFilter() override;
 
   private:
-    // Make the read buffer and the Java object, and hold them; false when Java cannot.
+    // Make and keep the read buffer and the Java object; false when that fails.
     bool makeSectionArray(JNIEnv* env);
     bool makeObject(JNIEnv* env, jobject pipeline);
 

@@ -16,7 +16,8 @@ namespace {
 std::atomic<flt_section_nfy_fct> gSectionEventCallback;
 std::atomic<flt_status_nfy_fct> gFilterStatusCallback;
 
-// Calls the middleware's function for a section or a restart, with nothing locked, but the peer held.
+// Calls the middleware's function for a section or a restart event. Nothing is locked then, but the
+// peer is held.
 void callSectionFunction(FilterAccess* access, flt_section_nfy_fct function, FLT_EVT_DATA_T data) {
     JNativeInnerFilter* filter = access->peer();
     const uint32_t hfilter = filter->nativeGetFilterHandle();
@@ -25,7 +26,7 @@ void callSectionFunction(FilterAccess* access, flt_section_nfy_fct function, FLT
     function(hfilter, filter->nativeGetFilterEvt(), &data, pv_tag);
 }
 
-// The natives. They run on the Java thread that calls them.
+// The native methods. They run on the Java thread that calls them.
 
 void com_halvorin_tv_velmora_filter_section_event(JNIEnv*, jobject, jint handle, jint arg0,
                                                   jint arg1, jint arg2, jint arg3) {

@@ -12,28 +12,31 @@ using android::sp;
 
 namespace {
 
-// Access to a filter goes with its semaphore. Whoever waits for a semaphore holds gFilterHandleMutex
-// meanwhile, so at any moment at most one thread waits. Lock order: the mutex, then a semaphore.
+// A thread has access to a filter while it holds the filter's semaphore. A thread that waits for a
+// semaphore holds gFilterHandleMutex meanwhile, so at most one thread waits at any time. Lock
+// order: the mutex, then a semaphore.
 //
-// Mutexes of the library are never destroyed: other threads may still be calling when the process
-// ends, and a device ends in a crash whoever locks a destroyed mutex.
+// The library never destroys a mutex. Other threads may still be calling while the process ends,
+// and on a device, locking a destroyed mutex aborts the process.
 std::mutex& gFilterHandleMutex = *new std::mutex();
 
-// The problem of the failing open: its handle is visible while it still runs, so another thread may
-// be about to read the record, or may wait for the semaphore, when the open fails and frees both.
-// That thread holds gFilterHandleMutex, so the open cannot take the mutex to keep it away. The rules:
-// - A record is read, and a handle is freed, under gRecordMutex. So no record is read once its handle
-//   is gone. Nothing is waited for under this mutex but gWaiterGone.
-// - The thread that waits for a semaphore is noted in gWaiter.
-// - Who frees a handle notes that there too. A waiter that then gets the semaphore gives it straight
-//   back, and fails.
-// - The open deletes the semaphore when the waiter is gone. If it cannot release the semaphore, the
-//   waiter does not get it; then the open deletes it at once, and the waiter's lock fails.
+// The problem of an open that fails: its handle is visible while it still runs. So when the open
+// frees the record and the semaphore, another thread may be about to read the record, or may wait
+// for the semaphore. That thread holds gFilterHandleMutex, so the open cannot take this mutex to
+// keep it away. The rules:
+// - A record is read, and a handle is freed, only under gRecordMutex. So nobody reads a record
+//   whose handle is gone. Under this mutex, the only thing that is waited for is gWaiterGone.
+// - gWaiter names the thread that waits for a semaphore.
+// - A thread that frees a handle notes that in gWaiter. A waiting thread that then gets the
+//   semaphore releases it at once, and fails.
+// - The open deletes the semaphore when nobody waits for it any more. If it cannot release the
+//   semaphore, the waiting thread does not get it. Then the open deletes the semaphore at once, and
+//   the lock of the waiting thread fails.
 std::mutex& gRecordMutex = *new std::mutex();
 std::condition_variable& gWaiterGone = *new std::condition_variable();
 
-// The waiter is known by the semaphore, which is alive and therefore unique. A handle would not do:
-// the number of a freed one may be issued again.
+// The waiting thread is known by its semaphore, which exists and is therefore unique. The filter's
+// handle would not do, because the number of a freed handle may be issued again.
 struct Waiter {
     uint32_t h_sema;  // 0: nobody waits
     bool handleFreed;
@@ -61,9 +64,9 @@ struct LockedFilter {
     int64_t instance;
 };
 
-// Looks a handle up and takes the semaphore of its filter; the caller holds gFilterHandleMutex. The
-// result is the record and what it holds; ptFltInst is null (logged under the function's name), and
-// nothing is held, when the handle names no live filter or the semaphore cannot be had.
+// Looks up a handle and takes the semaphore of its filter. The caller holds gFilterHandleMutex.
+// Returns the record and its contents. If the handle names no live filter, or the semaphore cannot
+// be taken, ptFltInst is null (logged under the function's name), and nothing is held.
 LockedFilter lockFilter(const char* function, uint32_t hfilter) {
     LockedFilter filter;
     {
@@ -93,7 +96,7 @@ LockedFilter lockFilter(const char* function, uint32_t hfilter) {
         x_filter_unlock(filter.h_sema);
     }
     if (handleFreed) {
-        // Only now, when the semaphore is let go, may the open delete it.
+        // Only now that the semaphore is released may the open delete it.
         const std::lock_guard<std::mutex> lock(gRecordMutex);
         gWaiter = {};
         gWaiterGone.notify_all();
@@ -102,7 +105,8 @@ LockedFilter lockFilter(const char* function, uint32_t hfilter) {
 }
 
 // The second lookup of an access; false (logged) when the handle names no filter. It needs no lock:
-// its caller has the semaphore, without which nobody frees the record of a filter that was opened.
+// the caller has the semaphore, and the record of an open filter is freed only by a thread that has
+// it.
 bool _native_filter_handle2instance(uint32_t hfilter, int64_t* instance) {
     HandleResult result;
     const FLT_INST_T* ptFltInst = findRecord(hfilter, &result);
@@ -115,8 +119,8 @@ bool _native_filter_handle2instance(uint32_t hfilter, int64_t* instance) {
     return true;
 }
 
-// The handle of the filter with that semaphore: from here on every lookup of it fails, and its
-// record is not read any more.
+// Frees the handle of the filter with that semaphore. From then on every lookup of the handle
+// fails, and nobody reads the record any more.
 void freeFilterHandle(uint32_t hfilter, uint32_t h_sema) {
     const std::lock_guard<std::mutex> lock(gRecordMutex);
     if (gWaiter.h_sema == h_sema) {
@@ -125,7 +129,7 @@ void freeFilterHandle(uint32_t hfilter, uint32_t h_sema) {
     handle_free(hfilter, 1);
 }
 
-// It releases nothing: who frees a handle releases what was behind it.
+// It releases nothing: the code that frees a handle also releases what the handle referred to.
 uint8_t _native_innerfilter_handle_free(uint32_t, uint16_t e_type, void*, void*, uint8_t) {
     if (e_type != HT_INNER_FILTER) {
         FILTER_LOG("<%s:%4d> _native_innerfilter_handle_free, handle free invalid type: %d",
@@ -163,7 +167,7 @@ bool x_filter_unlock(uint32_t h_sema) {
     return i4_rc == 0;
 }
 
-// Fixed from outside: the order, and that the semaphore is released before it is deleted.
+// Fixed from outside: this order, and that the semaphore is released before it is deleted.
 void undoFilter(uint32_t hfilter, FLT_INST_T* ptFltInst, uint32_t h_sema) {
     if (hfilter != 0) {
         freeFilterHandle(hfilter, h_sema);
@@ -212,7 +216,7 @@ int x_velmora_filter_close(uint32_t hfilter) {
         }
         freeFilterHandle(hfilter, closing.h_sema);
     }
-    // Declared here, so that the peer is destroyed last, after the semaphore is gone.
+    // Declared here, so that the peer is destroyed last, after the semaphore.
     const sp<JNativeInnerFilter> filter = peerOf(closing.instance);
     if (addressIn(closing.instance) != closing.instance) {
         FILTER_LOG("<%s:%4d>  filter.get: 0x%llx, instance: 0x%llx,failed.",

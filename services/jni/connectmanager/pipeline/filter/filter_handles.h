@@ -1,6 +1,6 @@
-// Filter handles, and FilterAccess, through which every operation and every event reaches a live filter.
-// Which filters there are is known to the middleware's handle service alone; what is kept here are the
-// locks that keep accesses to one filter one after the other, and who waits for a semaphore.
+// Filter handles, and FilterAccess, through which every operation and every event reaches a live
+// filter. Only the middleware's handle service knows which filters there are. Here are the locks,
+// because of which accesses to one filter happen one after the other.
 
 #ifndef FILTER_HANDLES_H
 #define FILTER_HANDLES_H
@@ -11,45 +11,46 @@
 
 #include "services/jni/connectmanager/pipeline/filter/JNativeInnerFilter.h"
 
-// The object behind a filter handle. It is made before the handle and freed after it.
+// The object of a filter handle. It is made before the handle and freed after it.
 struct FLT_INST_T {
     uint32_t h_sema;   // the filter's semaphore, never 0
-    int64_t instance;  // address of the peer, widened
+    int64_t instance;  // address of the peer, see filter_instance.h
 };
 
-// Issues the handle of a record. From then on the handle is visible, but who wants access waits for
-// the semaphore. Returns the handle service's result.
+// Issues the handle of a record. From then on the handle is visible, but anyone who wants access
+// waits for the semaphore. Returns the handle service's result.
 int32_t allocFilterHandle(FLT_INST_T* ptFltInst, uint32_t* ph_filter);
 
-// Takes the filter's semaphore, which is then in *ph_sema if that is not null. Waits for whoever has
-// it. Returns 0; -1 (logged), nothing held, when the handle names no live filter or the semaphore
-// cannot be had.
+// Waits for the filter's semaphore, takes it and stores it in *ph_sema, unless ph_sema is null.
+// Returns 0; -1 (logged), with nothing held, when the handle names no live filter or the semaphore
+// cannot be taken.
 int x_filter_lock(uint32_t hfilter, uint32_t* ph_sema);
 
-// Releases a filter's semaphore; false (logged) when the service failed.
+// Releases a filter's semaphore; false (logged) when the service fails.
 bool x_filter_unlock(uint32_t h_sema);
 
-// Gives back what a failed open has made and still holds: the handle (0: none), the record (null:
-// none) and the semaphore. A thread that waits for the semaphore fails.
+// Releases what a failed open has made: the handle (0: none), the record (null: none) and the
+// semaphore. If another thread waits for the semaphore, its access fails.
 void undoFilter(uint32_t hfilter, FLT_INST_T* ptFltInst, uint32_t h_sema);
 
-// One access to a live filter. It waits until nobody else has access, and has it until release() or
-// its end; it holds the peer until its end.
+// One access to a live filter. The constructor waits until nobody else has access. The access lasts
+// until release() or the destructor; the peer is held until the destructor.
 //
-// Note: while it waits for a filter, every other thread that wants any filter waits with it. So a
-// thread that has access, and is in Java, must not ask for access to that filter or to any other; it
-// would wait for a thread that waits for it. The peer may be destroyed at the end of the access, which
-// calls Java.
+// Note: while one thread waits for a filter, every other thread that wants any filter waits as
+// well. So a thread that has access and runs a Java method must not ask for access to any filter:
+// it would wait for a thread that waits for it. The destructor may destroy the peer, which calls
+// Java.
 class FilterAccess {
   public:
-    // function is the name of the operation or of the native that asks for access.
+    // function: the name of the operation or native method that asks for access.
     FilterAccess(const char* function, uint32_t hfilter);
     ~FilterAccess() { release(); }
     FilterAccess(const FilterAccess&) = delete;
     FilterAccess& operator=(const FilterAccess&) = delete;
 
-    // Null when there is no access. If the handle names no live filter, lockFailed(), or the second
-    // lookup failed, lookupFailed(), the caller logs a line of its own.
+    // Null when the access failed. The caller then logs its own line if lockFailed() (the handle
+    // names no live filter, or its semaphore cannot be taken) or if lookupFailed() (the second
+    // lookup failed).
     android::JNativeInnerFilter* peer() const { return mPeer.get(); }
     bool lockFailed() const { return mFailed == kLock; }
     bool lookupFailed() const { return mFailed == kLookup; }

@@ -1,5 +1,5 @@
-// The instance of a filter: the address of its peer as the 64-bit value in which it travels through the
-// middleware and is logged.
+// The instance of a filter: the address of its peer as a 64-bit value. The middleware passes it
+// around in this form, and the log shows it.
 
 #ifndef FILTER_INSTANCE_H
 #define FILTER_INSTANCE_H
@@ -14,13 +14,14 @@ inline int64_t widened(const void* pointer) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pointer));
 }
 
-// The address in an instance: what is left of it in a pointer, widened again. An instance that is no
-// address differs from it; there can be one only where pointers have 32 bits.
+// The address in an instance: the instance, cut to the size of a pointer and widened again. It
+// differs from an instance that is not an address, which exists only where pointers have 32 bits.
 inline int64_t addressIn(int64_t instance) {
     return widened(reinterpret_cast<void*>(static_cast<uintptr_t>(instance)));
 }
 
-// The peer at an instance: null when the value is no address, and then nothing is dereferenced.
+// The peer of an instance; null when the instance is not an address, and then nothing is
+// dereferenced.
 inline android::sp<android::JNativeInnerFilter> peerOf(int64_t instance) {
     return android::sp<android::JNativeInnerFilter>(
         addressIn(instance) == instance

@@ -1,5 +1,5 @@
-// What the filter side calls in Java. The tables are filled once while the library loads, and only read
-// afterwards. The frontend side has a table named gFields of its own; this one is android::gFields.
+// What the filter side calls in Java. The tables are filled once during the load and only read
+// afterwards. The frontend side has another table named gFields; this one is android::gFields.
 
 #ifndef FILTER_JAVA_H
 #define FILTER_JAVA_H
@@ -34,7 +34,7 @@ extern CallbackThreadFields gCallbackThreadFields;
 
 }  // namespace android
 
-// Fills the tables; what is missing ends the process.
+// Fills the tables. If a class or method is missing, the process ends.
 void bindFilterClasses(JNIEnv* env);
 
 #endif  // FILTER_JAVA_H

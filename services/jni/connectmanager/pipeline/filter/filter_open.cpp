@@ -34,7 +34,7 @@ int x_velmora_filter_open(uint32_t h_pipeline, int mainType, int subType, int64_
     const int64_t instance = widened(filter.get());
     *ptFltInst = {h_sema, instance};
 
-    // From here on a failure gives everything back. The peer is destroyed last, when this returns.
+    // From here on, a failure releases everything. The peer is destroyed last, at the return.
     const auto giveBack = [=](uint32_t issued) {
         *ph_filter = 0;
         undoFilter(issued, ptFltInst, h_sema);
@@ -46,8 +46,8 @@ int x_velmora_filter_open(uint32_t h_pipeline, int mainType, int subType, int64_
         FILTER_LOG("<%s:%4d>  handle alloc fail: %d\n", i4_rc);
         return giveBack(0);
     }
-    // Fixed from outside: the handle is read back before it is used, which never fails as long as the
-    // service works.
+    // Fixed from outside: the handle is read back before it is used. This fails only if the service
+    // is broken.
     uint16_t type = 0;
     void* object = nullptr;
     if (handle_get_type_obj(hfilter, &type, &object) != 0 || object != ptFltInst) {

@@ -21,7 +21,8 @@ JNativeInnerFrontend::JNativeInnerFrontend(unsigned int h_pipeline) {
     if (env == nullptr) {
         return;
     }
-    // The handle holds a weak reference. Until a local one is made, the object may be collected.
+    // The handle holds a weak reference. The object may be collected until there is a local
+    // reference.
     ScopedLocalRef<jobject> handler(env, env->NewLocalRef(static_cast<jobject>(pipeline)));
     if (clearException(env) || env->IsSameObject(handler.get(), nullptr)) {
         LOG_ERROR("JNativeInnerFrontend, pipeline maybe already release.");

@@ -12,18 +12,17 @@
 
 namespace android {
 
-// Always held by sp. The constructor makes the Java object and opens it, the destructor closes it. A
-// peer whose construction stopped early has no Java object for good; its operations fail without
+// Always held by sp. The constructor makes the Java object and opens it; the destructor closes it.
+// If the construction fails, the peer never has a Java object, and its operations fail without
 // calling Java.
 //
-// Any thread may call any operation, several at once: nothing changes after construction. Each
-// leaves no local reference and no Java exception behind. It returns the Java method's int, or its
-// failure value when there is no environment, no Java object, or an exception: -1, for the LNB
-// getters 0.
+// Any thread may call any operation, and several may run at once: nothing changes after
+// construction. An operation leaves no local reference and no Java exception behind. It returns the
+// int of the Java method. Without an environment or a Java object, or when Java throws, it returns
+// its failure value: -1, or 0 for the LNB getters.
 //
-// Note: the destructor calls Java, on whichever thread drops the last reference, so no lock
-// is held there. Without an environment it cannot close the Java object, whose reference is then
-// lost.
+// Note: the destructor calls Java on whichever thread drops the last reference, so no lock may be
+// held there. Without an environment it cannot close the Java object, and its reference leaks.
 class JNativeInnerFrontend : public RefBase {
   public:
     explicit JNativeInnerFrontend(unsigned int h_pipeline);
@@ -47,19 +46,20 @@ class JNativeInnerFrontend : public RefBase {
     int lnbSendDiseqcMessage(unsigned char* message, int length);
     void lnbClose();
 
-    // Copies a list of 1 to FE_STATUS_MAX_LIST_COPY values; of any other length, nothing.
+    // Copies a list of 1 to FE_STATUS_MAX_LIST_COPY values. A list of any other length is not
+    // copied.
     static void StatusArrayContentExtract(const int32_t* src, int32_t* dst, int32_t len);
 
   protected:
     ~JNativeInnerFrontend() override;
 
   private:
-    // The platform's settings object for a request; null (logged) when there is none.
+    // The platform's settings object for a request; null (logged) when it cannot be made.
     ScopedLocalRef<jobject> transMW2FrontendSettings(JNIEnv* env,
                                                      const MW_FESETTING_T* pt_fesettings) const;
 
-    // Runs operation(env) in an environment scope; failure when there is no Java object or no
-    // environment.
+    // Runs operation(env) in an environment scope. Returns failure when there is no Java object or
+    // no environment.
     template <typename Operation>
     int withJava(int failure, const Operation& operation) const {
         if (mObject == nullptr) {
@@ -69,12 +69,12 @@ class JNativeInnerFrontend : public RefBase {
         return scope.env() != nullptr ? operation(scope.env()) : failure;
     }
 
-    // Calls a method of the Java object; failure when it throws.
+    // Calls a method of the Java object. Returns failure when it throws.
     template <typename... Args>
     int callJava(JNIEnv* env, const JavaMethod<jint(Args...)>& method, int failure,
                  Args... args) const;
 
-    // As callJava, for a method with an object result; null when it throws.
+    // Like callJava, for a method that returns an object; null when it throws.
     template <typename... Args>
     ScopedLocalRef<jobject> callForObject(JNIEnv* env, const JavaMethod<jobject(Args...)>& method,
                                           Args... args) const {

@@ -5,22 +5,21 @@
 
 #include <jni.h>
 
-// Holds the elements for the length of one callback. What the middleware writes to them never
-// reaches Java.
+// Holds the elements during one callback. What the middleware writes to them never reaches Java.
 template <typename Array, typename Element>
 class ArrayElements {
   public:
-    // length is how many elements Java says that the array has. A missing array and a length below least
-    // are refused, and nothing is asked of the array then.
+    // length: the number of elements that Java reported. A null array and a length below least are
+    // refused without any JNI call.
     ArrayElements(JNIEnv* env, Array array, jint length, jint least);
     ~ArrayElements();
     ArrayElements(const ArrayElements&) = delete;
     ArrayElements& operator=(const ArrayElements&) = delete;
 
-    // Null when they are refused, when JNI cannot supply them, or when the array is empty although a
-    // length above 0 was reported.
+    // Null when the array or the length was refused, when JNI cannot supply the elements, or when
+    // the array is empty although a length above 0 was reported.
     const Element* get() const { return mElements; }
-    // Never more than the array has.
+    // The reported length, but never more than the array has.
     jint count() const { return mCount; }
     jint realLength() const { return mRealLength; }
 

@@ -1,4 +1,4 @@
-// Scan, LNB and DiSEqC events: from the natives that Java calls to the one set of callbacks that the
+// Scan, LNB and DiSEqC events: Java calls native methods, which call the callbacks that the
 // middleware registered.
 
 #ifndef FRONTEND_EVENTS_H
@@ -6,7 +6,7 @@
 
 #include <jni.h>
 
-// Register the natives of a callback class. Return 0 or -1.
+// Register the native methods of a callback class. Return 0; -1 on failure.
 int registerScanNatives(JNIEnv* env);
 int registerLnbNatives(JNIEnv* env);
 

@@ -1,5 +1,5 @@
-// What the frontend side calls in Java. The tables are filled once while the library loads, and only
-// read afterwards. The filter side has a table named gFields of its own; this one is ::gFields.
+// What the frontend side calls in Java. The tables are filled once during the load and only read
+// afterwards. The filter side has another table named gFields; this one is ::gFields.
 
 #ifndef FRONTEND_JAVA_H
 #define FRONTEND_JAVA_H
@@ -70,7 +70,7 @@ struct ConfigFields {
 };
 extern ConfigFields gConfigFields;
 
-// The platform's status class: a getter for each kind.
+// The platform's status class, with a getter for each kind.
 struct FrontendStatusFields {
     jclass frontendStatusClass;
 #define KIND(type, result, getter, field, line) android::JavaMethod<result()> getter##ID;
@@ -79,7 +79,7 @@ struct FrontendStatusFields {
 };
 extern FrontendStatusFields gFrontendFields;
 
-// Fills the tables; what is missing ends the process.
+// Fills the tables. If a class or method is missing, the process ends.
 void bindFrontendClasses(JNIEnv* env);
 
 #endif  // FRONTEND_JAVA_H

@@ -10,7 +10,7 @@ constexpr FatalSite kFrontendSite = {
     "ZYT_MW",
     "services/jni/connectmanager/pipeline/com_halvorin_tv_velmora_native_ZytTvInnerFrontend.cpp"};
 
-// As filterTag of the filter side.
+// Like filterTag of the filter side.
 const char* frontendTag(int level);
 
 #define LOG_DEBUG(...) HALVORIN_LOG(::halvorin::kLogDebug, frontendTag, __VA_ARGS__)

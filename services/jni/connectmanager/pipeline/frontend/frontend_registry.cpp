@@ -11,9 +11,10 @@ using android::sp;
 
 namespace {
 
-// Lookups for two pipelines take different mutexes, so that two tuners that work at once do not wait
-// for each other; a change of the map takes them all, in order. Each mutex has a cache line to
-// itself: processors that share a line wait for each other as if they shared the mutex.
+// A lookup takes one of eight mutexes, which depends on the pipeline. So two tuners that work at
+// once need not wait for each other. A change of the map takes all mutexes, in order. Each mutex
+// has a cache line of its own, because processors that share a line wait for each other as if they
+// shared the mutex.
 class RegistryLock {
   public:
     std::mutex& ofPipeline(unsigned int h_pipeline) { return mRow[h_pipeline % kMutexes].mutex; }
@@ -32,14 +33,14 @@ class RegistryLock {
     Padded mRow[kMutexes];
 };
 
-// Lock and map are never destroyed: other threads may still be calling when the process ends.
+// Lock and map are never destroyed: other threads may still be calling while the process ends.
 using FrontendMap = std::map<unsigned int, sp<JNativeInnerFrontend>>;
 RegistryLock& gRegistryLock = *new RegistryLock();
 FrontendMap& gFrontendMap = *new FrontendMap();
 
 // When the process ends, the peers that are still registered are destroyed, which closes their Java
-// objects. They are taken out first, so that other threads find an empty map and no peer that is
-// being destroyed.
+// objects. They are removed from the map first, so that no other thread finds a peer that is being
+// destroyed.
 struct ReleaseAtExit {
     ~ReleaseAtExit() {
         FrontendMap peers;
@@ -58,8 +59,8 @@ sp<JNativeInnerFrontend> findFrontend(unsigned int h_pipeline) {
 
 int x_native_frontend_require_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("require_tuner:%x\n", h_pipeline);
-    // Fixed from outside: the object is made before the registry is asked, so a pipeline that is
-    // registered already sees a second one opened and closed.
+    // Fixed from outside: the object is made before the map is searched. So for a pipeline that is
+    // registered already, a second object is opened and closed.
     const sp<JNativeInnerFrontend> peer(new JNativeInnerFrontend(h_pipeline));
     const std::lock_guard<RegistryLock> lock(gRegistryLock);
     gFrontendMap.try_emplace(h_pipeline, peer);
@@ -68,7 +69,7 @@ int x_native_frontend_require_tuner(unsigned int h_pipeline) {
 
 int x_native_frontend_close_tuner(unsigned int h_pipeline) {
     LOG_DEBUG("close_tuner:%x\n", h_pipeline);
-    FrontendMap::node_type closed;  // destroyed after the lock is free: that calls Java
+    FrontendMap::node_type closed;  // destroyed after the lock is released, as that calls Java
     const std::lock_guard<RegistryLock> lock(gRegistryLock);
     closed = gFrontendMap.extract(h_pipeline);
     return 0;

@@ -1,4 +1,4 @@
-// The middleware's settings record as a settings object of the platform.
+// Makes the platform's settings object of the middleware's settings record.
 
 #include <algorithm>
 #include <cstdint>
@@ -15,7 +15,7 @@ using Settings = ScopedLocalRef<jobject>;
 constexpr int32_t kHzPerMHz = 1000000;
 constexpr uint32_t kSymbolsPerThousand = 1000;
 
-// Each of these makes the settings object of one delivery system; null when it cannot be made.
+// Each of these makes the settings object of one delivery system. Null when it cannot be made.
 
 Settings atscSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
     const MW_FE_ATSC_SETTING_T& atsc = settings.u.t_atsc;
@@ -37,8 +37,8 @@ Settings dvbcSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
         dvbc.mInterleaveMode, dvbc.mBandwidth);
 }
 
-// False when the construction threw. Fixed from outside: a code rate that is null without an
-// exception is passed on as it is.
+// False when the constructor threw. Fixed from outside: a code rate that is null without an
+// exception is passed on.
 bool makeDvbsCodeRate(JNIEnv* env, const MW_FE_DVBS_CODE_RATE_T& rate,
                       ScopedLocalRef<jobject>* object) {
     LOG_DEBUG("[DVBS]pt_code_rate->mInnerFec = %lld", static_cast<long long>(rate.mInnerFec));
@@ -64,7 +64,7 @@ Settings dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
         return Settings(env);
     }
     const int32_t frequency = static_cast<int32_t>(exactFrequency);
-    // The platform takes 32 bits: what does not fit wraps.
+    // The platform takes 32 bits. A product that does not fit wraps.
     const int32_t symbolRate =
         static_cast<int32_t>(static_cast<uint32_t>(dvbs.mSymbolRate) * kSymbolsPerThousand);
 
@@ -85,13 +85,13 @@ Settings dvbsSettings(JNIEnv* env, const MW_FESETTING_T& settings) {
     if (object.get() == nullptr) {
         return object;
     }
-    // The satellite band ends just above what fits, so the nearest number that fits is passed.
+    // The satellite band ends just above the highest number of Hz. So the nearest number is passed.
     const int32_t endFrequency = static_cast<int32_t>(
         std::clamp<int64_t>(int64_t{settings.mEndFrequency} * kHzPerMHz, INT32_MIN, INT32_MAX));
     LOG_DEBUG("[DVBS] mEndFrequency = %d(in Hz)", endFrequency);
-    // Fixed from outside: the call is made whatever the number is, also for 0, which the platform
-    // refuses by throwing. The object then has no end frequency, as a plain tune wants. So this is the
-    // one exception that is no failure: it is cleared without being described.
+    // Fixed from outside: the call is made whatever the number is. The platform refuses 0 by
+    // throwing; then the object has no end frequency, which is right for a plain tune. So this
+    // exception is not a failure, and it is cleared without being described.
     gConfigFields.setEndFrequencyID.call(env, object.get(), endFrequency);
     env->ExceptionClear();
     return object;

@@ -1,5 +1,5 @@
-// The status query: the kinds that the middleware asks for, read one by one from the platform's
-// status object.
+// The status query. It reads the kinds that the middleware asks for, one by one, from the
+// platform's status object.
 
 #include <cstring>
 
@@ -11,7 +11,7 @@ namespace {
 
 using android::JavaMethod;
 
-// A request may hold any 32-bit value, also one that the enumeration cannot.
+// A request may hold any 32-bit value, even one that is not in the enumeration.
 int32_t requestedType(const FE_STATUS_TYPE_E* pi4_type, int index) {
     int32_t type;
     memcpy(&type, pi4_type + index, sizeof(type));
@@ -26,7 +26,7 @@ void catchException(JNIEnv* env, int32_t type) {
     }
 }
 
-// What a getter returns, as the record and the log take it. The getter's exception is left pending.
+// The value of a getter, as it is stored and logged. An exception of the getter stays pending.
 uint8_t valueOf(JNIEnv* env, jobject status, const JavaMethod<jboolean()>& getter) {
     return getter.call(env, status) != JNI_FALSE ? 1 : 0;
 }
@@ -37,8 +37,8 @@ long long valueOf(JNIEnv* env, jobject status, const JavaMethod<jlong()>& getter
     return getter.call(env, status);
 }
 
-// Reads a list into the record; false (logged) when its elements cannot be had. Unlike with a value, an
-// exception of the getter is cleared here, because further JNI calls follow.
+// Reads a list into the record; false (logged) when JNI cannot supply its elements. An exception of
+// the getter is cleared first, because further JNI calls follow.
 bool readList(JNIEnv* env, jintArray list, int32_t type, int32_t* values, int32_t* lengthField) {
     catchException(env, type);
     jint* elements = env->GetIntArrayElements(list, nullptr);
@@ -46,11 +46,11 @@ bool readList(JNIEnv* env, jintArray list, int32_t type, int32_t* values, int32_
         LOG_ERROR("getFrontendStatus, int_ptr is null, return");
         return false;
     }
-    // Read once: the record is the caller's, whose other threads may write to it.
+    // Kept here and not read from the record, to which other threads of the caller may write.
     const jint length = env->GetArrayLength(list);
     *lengthField = length;
     android::JNativeInnerFrontend::StatusArrayContentExtract(elements, values, length);
-    // Fixed from outside: mode 0, which writes back, although the list was only read.
+    // Fixed from outside: mode 0, which writes the elements back, although they were only read.
     env->ReleaseIntArrayElements(list, elements, 0);
     return true;
 }
@@ -113,7 +113,7 @@ int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t 
         ScopedLocalRef<jintArray> request(env, env->NewIntArray(ui1_len));
         if (request.get() == nullptr) {
             clearException(env);
-            // Fixed from outside: a debug line, although the call fails.
+            // Fixed from outside: DEBUG, although the call fails.
             LOG_DEBUG("getFrontendStatus JNI NewIntArray fail, return null\r\n");
             return -1;
         }
@@ -122,14 +122,14 @@ int JNativeInnerFrontend::getFrontendStatus(FE_STATUS_TYPE_E* pi4_type, uint8_t 
             types[i] = requestedType(pi4_type, i);
             LOG_DEBUG("getFrontendStatus, get type is %d", types[i]);
         }
-        // Throws only when the region does not fit, and it is the whole array.
+        // This throws only when the region does not fit into the array, and it is the whole array.
         env->SetIntArrayRegion(request.get(), 0, ui1_len, types);
         const auto status = callForObject(env, ::gFields.onGetFrontendStatusId, request.get());
         if (status.get() == nullptr) {
             LOG_ERROR("getFrontendStatus, get frontend info is null.");
             return -1;
         }
-        // Fixed from outside: each kind is read and logged a second time.
+        // Fixed from outside: each kind is read from the request and logged a second time.
         for (int i = 0; i < ui1_len; ++i) {
             const int32_t type = requestedType(pi4_type, i);
             LOG_DEBUG("getFrontendStatus, get type is %d", type);

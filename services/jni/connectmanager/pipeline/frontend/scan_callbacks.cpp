@@ -10,9 +10,9 @@ namespace {
 
 static_assert(sizeof(ScanCallback) == 12 * sizeof(void*), "compared as bytes, so nothing between");
 
-// A registration is never changed and never freed, because an event may be using it at any time. One
-// that is equal to an earlier one takes that one's place again, so that memory grows only with each
-// different one.
+// A registration is never changed and never freed, because an event may be using it at any time. If
+// it is equal to an earlier one, the earlier one is used again. So memory grows only with each
+// different registration.
 struct ScanRegistration {
     ScanCallback callbacks;
     const ScanRegistration* older;
@@ -21,9 +21,9 @@ constexpr ScanRegistration kNothingRegistered = {};
 
 std::atomic<const ScanCallback*> gScanCallback{&kNothingRegistered.callbacks};
 
-// Held by a registration, never by an event, while it looks through all registrations there were. Like
-// every mutex of the library it is never destroyed: other threads may still be calling when the
-// process ends.
+// A registration holds it while it searches the earlier ones; an event never takes it. Like every
+// mutex of the library, it is never destroyed: other threads may still be calling while the process
+// ends.
 std::mutex& gScanRegistrationMutex = *new std::mutex();
 const ScanRegistration* gScanRegistrations = &kNothingRegistered;
 

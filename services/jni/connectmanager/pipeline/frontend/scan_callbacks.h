@@ -21,9 +21,10 @@ struct ScanCallback {
     fe_scan_value_nfy_fct pf_hierarchy_nfy;
 };
 
-// Those in force; all null until some are registered. An event asks once, and so takes its callback and
-// its tag from the same registration: otherwise the middleware could be given the tag of another one, and
-// would take it for an object of its own. They live for good. Any thread may call it; it takes no lock.
+// The callbacks in force; all are null until some are registered. They are never freed. An event
+// must call this once, so that its callback and its tag come from the same registration. Otherwise
+// a callback could receive the tag of another registration, and would take it for an object of its
+// own. Any thread may call it; it takes no lock.
 const ScanCallback& scanCallbacks();
 
 #endif  // SCAN_CALLBACKS_H

@@ -8,8 +8,8 @@
 
 namespace {
 
-// The natives. They run on the Java thread that calls them. The callbacks and their tag are taken from one
-// registration.
+// The native methods. They run on the Java thread that calls them. Each takes its callback and its
+// tag from one registration.
 
 jint com_halvorin_tv_velmora_scan_callback_locked(JNIEnv*, jobject, jint pipeline) {
     LOG_INFO("%s, pipeline: 0x%x", __func__, pipeline);

@@ -1,10 +1,10 @@
-// Every status kind, in the order in which the getters are bound; included where KIND and LIST are
-// defined. They end with their use here. Each row has a line of its own, which a fatal assertion
-// reports when the getter is missing.
+// Every status kind, in the order in which the getters are bound. A file that includes this defines
+// KIND and LIST before; the end of this file undefines them. Each row begins a line, because a
+// fatal assertion reports the line when the getter is missing.
 //
-// KIND: name after FE_STATUS_TYPE_, result of the getter, getter, field of FE_STATUS_T, log line.
-// LIST: name, member of gFrontendFields, getter, field (its count has Len behind its name), log line
-// of its first element and its length, log line when there is no list.
+// KIND: name after FE_STATUS_TYPE_, result type of the getter, getter, field of FE_STATUS_T, log
+// line. LIST: name, member of gFrontendFields, getter, field (the field of the length has Len
+// appended), log line for the first element and the length, log line for a missing list.
 
 // clang-format off
 KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,
