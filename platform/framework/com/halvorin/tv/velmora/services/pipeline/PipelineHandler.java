@@ -1,6 +1,6 @@
 package com.halvorin.tv.velmora.services.pipeline;
 
-/** A pipeline: the library refers to it weakly, and so whoever makes one keeps it. */
+/** A pipeline. The library holds only a weak reference, so the code that makes one must keep it. */
 public class PipelineHandler {
     private final String mName;
 

@@ -4,25 +4,25 @@ import com.halvorin.tv.velmora.services.pipeline.PipelineHandler;
 import fake.Device;
 
 /**
- * A section filter. Every method runs on the middleware's thread that called the C function named
- * with it; a thread that Java did not know is attached for that one call. No two methods of one
+ * A section filter. Each method runs on the middleware's thread that called the C function named in
+ * its comment. A thread that Java did not know is attached for that one call. No two methods of one
  * filter run at the same time.
  *
- * <p>The library keeps the filter locked meanwhile. So the rules of every method are, also for
- * another thread that it waits for: it reports no event of any filter; it calls no C function of a
- * filter but x_velmora_filter_open; it takes no lock that anybody holds while reporting an event or
- * calling C. Otherwise both threads wait for ever, and soon every filter with them.
+ * <p>The library keeps the filter locked while a method runs. So these rules apply to every method,
+ * and to every thread that it waits for: report no event of any filter; call no C function of a
+ * filter except x_velmora_filter_open; take no lock that anyone holds while reporting an event or
+ * calling C. Otherwise the threads can wait forever, and every other filter with them.
  *
- * <p>A method does not throw, because the library does not look: on a thread that was attached for
- * the call the exception ends the process, on another the next call of Java goes wrong. Only the
- * constructor may.
+ * <p>A method must not throw, because the library does not check for exceptions. If the thread was
+ * attached for the call, the exception ends the process; on any other thread, the next call of Java
+ * goes wrong. Only the constructor may throw.
  */
 public class ZytTvInnerFilter {
     private final PipelineHandler mPipeline;
     private volatile int mNativeHandle;
 
     /**
-     * Runs in x_velmora_filter_open, by the rules above. When it throws, the open gives -1 in C.
+     * Runs in x_velmora_filter_open, by the rules above. If it throws, the open returns -1 in C.
      */
     public ZytTvInnerFilter(PipelineHandler pipeline) {
         mPipeline = pipeline;
@@ -51,16 +51,17 @@ public class ZytTvInnerFilter {
     /**
      * Runs in x_velmora_filter_open, at its end, by the rules above.
      *
-     * @param thread null for none
-     * @return 0; anything else refuses, and the filter is dropped without onCloseFilter
+     * @param thread the callback thread; null for none
+     * @return 0; with any other value the filter is dropped without onCloseFilter
      */
-    public int onOpenFilter(int mainType, int subType, long bufferSize, ZytTvInnerFilterCallbackThread thread) {
+    public int onOpenFilter(int mainType, int subType, long bufferSize,
+            ZytTvInnerFilterCallbackThread thread) {
         return Device.callInt(this, "onOpenFilter", mainType, subType, bufferSize, thread);
     }
 
     /**
-     * Runs in x_velmora_filter_close, as the last method, by the rules above. The result is not
-     * used.
+     * Runs in x_velmora_filter_close, by the rules above. It is the last method that is called. The
+     * result is not used.
      */
     public int onCloseFilter() {
         return Device.callInt(this, "onCloseFilter");
@@ -77,8 +78,8 @@ public class ZytTvInnerFilter {
     }
 
     /**
-     * Runs in x_velmora_filter_start, by the rules above: whatever delivers sections runs on a
-     * thread of its own. C gets the result.
+     * Runs in x_velmora_filter_start, by the rules above: deliver sections on another thread. C
+     * gets the result.
      */
     public int onStart() {
         return Device.callInt(this, "onStart");
@@ -87,10 +88,11 @@ public class ZytTvInnerFilter {
     /**
      * Runs in x_velmora_filter_read, by the rules above.
      *
-     * @param buffer the filter's one array, of 4096 bytes, which the next read uses again
-     * @param position the middleware's, unread
+     * @param buffer the filter's only array, of 4096 bytes; the next read uses it again
+     * @param position comes from the middleware; the library does not interpret it
      * @param size at most 4096
-     * @return bytes put at the beginning of the buffer, 1 to size; anything else is -1 in C
+     * @return the number of bytes put at the beginning of the buffer, 1 to size; C gets -1 for any
+     *     other value
      */
     public int onRead(byte[] buffer, long position, long size) {
         return Device.callInt(this, "onRead", buffer, position, size);
@@ -102,7 +104,7 @@ public class ZytTvInnerFilter {
     }
 
     /**
-     * Runs in x_velmora_filter_stop, by the rules above: it does not wait for a thread that reports
+     * Runs in x_velmora_filter_stop, by the rules above: do not wait for a thread that reports
      * events. C gets the result.
      */
     public int onStop() {

@@ -6,23 +6,24 @@ import com.halvorin.tv.velmora.services.pipeline.PipelineHandler;
 import fake.Device;
 
 /**
- * A tuner with its LNB. Every method runs on the middleware's thread that called the C function
- * named with it; a thread that Java did not know is attached for that one call. The first three
- * come one after the other, and onCloseFrontend comes last; all others may run at the same time, so
- * that what they share needs a lock.
+ * A tuner with its LNB. Each method runs on the middleware's thread that called the C function
+ * named in its comment. A thread that Java did not know is attached for that one call. The
+ * constructor, onSetNativeHandle and onOpenFrontend come first, one after the other, and
+ * onCloseFrontend comes last. All other methods may run at the same time, so the data that they
+ * share needs a lock.
  *
- * <p>No lock of the library is held meanwhile. Every method may report events, which then run the
- * middleware's function on this thread before they return, and may call C. Every method may throw:
- * the exception is printed and cleared, and C gets -1 where nothing else is said. What does not
- * throw hands its result to C.
+ * <p>The library holds no lock while a method runs. So a method may call C, and it may report
+ * events, which run the middleware's function on this thread before they return. A method may
+ * throw: the exception is printed and cleared, and C gets -1 unless the comment says otherwise.
+ * Otherwise C gets the result.
  */
 public class ZytTvInnerFrontend {
     private final PipelineHandler mPipeline;
     private volatile int mNativeHandle;
 
     /**
-     * Runs in x_native_frontend_require_tuner. When it throws, the pipeline has no frontend: its
-     * calls fail until it is closed.
+     * Runs in x_native_frontend_require_tuner. If it throws, the pipeline has no frontend, and its
+     * calls fail until the tuner is closed and required again.
      */
     public ZytTvInnerFrontend(PipelineHandler pipeline) {
         mPipeline = pipeline;
@@ -40,8 +41,8 @@ public class ZytTvInnerFrontend {
     }
 
     /**
-     * Runs in x_native_frontend_require_tuner. Events name the frontend by this handle. What it
-     * throws changes nothing else.
+     * Runs in x_native_frontend_require_tuner. Events name the frontend by this handle. An
+     * exception has no further effect.
      */
     public void onSetNativeHandle(int handle) {
         mNativeHandle = handle;
@@ -49,17 +50,17 @@ public class ZytTvInnerFrontend {
     }
 
     /**
-     * Runs in x_native_frontend_require_tuner. Neither the result nor an exception changes
-     * anything: the frontend stays.
+     * Runs in x_native_frontend_require_tuner. The frontend stays, whatever the result is and even
+     * if this throws.
      */
     public int onOpenFrontend() {
         return Device.callInt(this, "onOpenFrontend");
     }
 
     /**
-     * Runs in x_native_frontend_close_tuner, or the last call that was in progress at that time, or
-     * the end of the process. Neither the result nor an exception changes anything. onLnbClose need
-     * not have been called before.
+     * Runs in x_native_frontend_close_tuner; if other calls are in progress then, in the one that
+     * ends last; or at the end of the process. The result is not used, and an exception has no
+     * further effect. onLnbClose need not have been called before.
      */
     public int onCloseFrontend() {
         return Device.callInt(this, "onCloseFrontend");
@@ -86,8 +87,8 @@ public class ZytTvInnerFrontend {
     }
 
     /**
-     * Runs in x_native_frontend_tune and _scan for ISDB-T, before onTune or onScan. A negative code
-     * or an exception ends the call.
+     * Runs in x_native_frontend_tune and _scan for ISDB-T, before onTune or onScan. With a negative
+     * code or an exception the call fails.
      */
     public int onGetServiceAreaCode() {
         return Device.callInt(this, "onGetServiceAreaCode");
@@ -99,16 +100,16 @@ public class ZytTvInnerFrontend {
     }
 
     /**
-     * Runs in x_native_frontend_get_frontend_status, which then reads the kinds from the result; -1
-     * in C for null.
+     * Runs in x_native_frontend_get_frontend_status, which then reads the kinds from the result. C
+     * gets -1 for null.
      */
     public FrontendStatus onGetFrontendStatus(int[] types) {
         return (FrontendStatus) Device.call(this, "onGetFrontendStatus", types);
     }
 
     /**
-     * Runs in x_native_frontend_get_frontend_setting, which then reads from the result; -1 in C for
-     * null.
+     * Runs in x_native_frontend_get_frontend_setting, which then reads from the result. C gets -1
+     * for null.
      */
     public FrontendSettings onGetFrontendSetting() {
         return (FrontendSettings) Device.call(this, "onGetFrontendSetting");
@@ -134,17 +135,17 @@ public class ZytTvInnerFrontend {
         return Device.callInt(this, "onSetSatellitePosition", position);
     }
 
-    /** Runs in x_native_frontend_lnb_get_voltage; 0 in C for an exception. */
+    /** Runs in x_native_frontend_lnb_get_voltage. C gets 0 if this throws. */
     public int onGetVoltage() {
         return Device.callInt(this, "onGetVoltage");
     }
 
-    /** Runs in x_native_frontend_lnb_get_tone; 0 in C for an exception. */
+    /** Runs in x_native_frontend_lnb_get_tone. C gets 0 if this throws. */
     public int onGetTone() {
         return Device.callInt(this, "onGetTone");
     }
 
-    /** Runs in x_native_frontend_lnb_get_SatellitePosition; 0 in C for an exception. */
+    /** Runs in x_native_frontend_lnb_get_SatellitePosition. C gets 0 if this throws. */
     public int onGetSatellitePosition() {
         return Device.callInt(this, "onGetSatellitePosition");
     }
@@ -154,7 +155,7 @@ public class ZytTvInnerFrontend {
         return Device.callInt(this, "onSendDiseqcMessage", message);
     }
 
-    /** Runs in x_native_frontend_lnb_close, which gives 0 also for an exception. */
+    /** Runs in x_native_frontend_lnb_close, which returns 0 even if this throws. */
     public void onLnbClose() {
         Device.call(this, "onLnbClose");
     }

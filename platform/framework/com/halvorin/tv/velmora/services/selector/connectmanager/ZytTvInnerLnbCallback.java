@@ -1,9 +1,9 @@
 package com.halvorin.tv.velmora.services.selector.connectmanager;
 
 /**
- * The events of all LNBs, each on any thread of Java, also from inside a method of a frontend. Each
- * returns when the middleware's function has returned, which may call C again: 0 when the event
- * reached the middleware, else -1.
+ * The events of all LNBs. Any Java thread may report them, even from inside a method of a frontend.
+ * Each method returns when the middleware's function has returned, which may call C again. The
+ * result is 0 when the event reached the middleware, else -1.
  */
 public class ZytTvInnerLnbCallback {
     public native int notifyLnbEvent(int pipeline, int type);

@@ -1,9 +1,10 @@
 package com.halvorin.tv.velmora.services.selector.connectmanager;
 
 /**
- * The events of all scans, each on any thread of Java, also from inside a method of a frontend.
- * Each returns when the middleware's function has returned, which may call C again: 0 when the
- * event reached the middleware, else -1. notifyScanOnSignalType reaches nobody, and returns 0.
+ * The events of all scans. Any Java thread may report them, even from inside a method of a
+ * frontend. Each method returns when the middleware's function has returned, which may call C
+ * again. The result is 0 when the event reached the middleware, else -1. notifyScanOnSignalType
+ * reaches nobody, and always returns 0.
  */
 public class ZytTvInnerScanCallback {
     public native int notifyScanOnLocked(int pipeline);
