@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <regex>
 
 #include "log/halvorin_log.h"
@@ -19,30 +18,35 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// The Java name of the type that begins here; the text then begins behind it.
-std::string takeType(std::string* text) {
-    static const std::map<char, std::string> kPrimitives = {
-        {'V', "void"}, {'Z', "boolean"}, {'B', "byte"},  {'C', "char"},  {'S', "short"},
-        {'I', "int"},  {'J', "long"},    {'F', "float"}, {'D', "double"}};
-    const char first = (*text)[0];
-    const size_t length = first == 'L' ? text->find(';') + 1 : 1;
-    std::string name = first == 'L' ? text->substr(1, length - 2) : "";
+std::string dotted(std::string name) {
     std::replace(name.begin(), name.end(), '/', '.');
-    text->erase(0, length);
-    return first == 'L' ? name : first == '[' ? takeType(text) + "[]" : kPrimitives.at(first);
+    return name;
 }
 
-// Of "name(II)V": "void name(int, int);".
-std::string declaration(const std::string& member) {
-    const size_t open = member.find('(');
-    std::string signature = member.substr(open + 1);
-    std::string text = member.substr(0, open + 1);
-    while (signature[0] != ')') {
-        text += (text.back() == '(' ? "" : ", ") + takeType(&signature);
+// Of "name(II)V": "void name(int, int);". Adds the classes of the signature to those named.
+std::string declaration(const std::string& member, Lines* named) {
+    static const std::map<std::string, std::string> kPrimitives = {
+        {"V", "void"}, {"Z", "boolean"}, {"B", "byte"},  {"C", "char"},  {"S", "short"},
+        {"I", "int"},  {"J", "long"},    {"F", "float"}, {"D", "double"}};
+    static const std::regex kType("(\\[*)(?:L([^;]+);|([A-Z]))");
+    const std::string signature = member.substr(member.find('('));
+    Lines types;
+    for (std::sregex_iterator type(signature.begin(), signature.end(), kType), end; type != end;
+         ++type) {
+        if ((*type)[2].matched) {
+            named->push_back(dotted(type->str(2)));
+        }
+        types.push_back((*type)[2].matched ? named->back() : kPrimitives.at(type->str(3)));
+        for (auto i = type->length(1); i > 0; --i) {
+            types.back() += "[]";
+        }
     }
-    signature.erase(0, 1);
-    const std::string result = takeType(&signature);
-    return (member[0] == '<' ? "" : result + " ") + text + ");";
+    std::string text = member[0] == '<' ? "" : types.back() + " ";
+    text += member.substr(0, member.find('(')) + "(";
+    for (size_t i = 0; i + 1 < types.size(); ++i) {
+        text += (i == 0 ? "" : ", ") + types[i];
+    }
+    return text + ");";
 }
 
 // What a load looks up and registers, then the classes that only signatures name.
@@ -58,16 +62,11 @@ Lines demandedBy(const std::vector<tests::Point>& load) {
     for (const tests::Point& call : load) {
         for (const std::string& whole : call.whole) {
             if (call.call == "FindClass") {
-                clazz = whole;
-                std::replace(clazz.begin(), clazz.end(), '/', '.');
-                add(clazz);
-                continue;
+                add(clazz = dotted(whole));
+            } else {
+                add(clazz + (call.call == "RegisterNatives" ? ": native " : ": ") +
+                    declaration(whole, &named));
             }
-            const std::string text = declaration(whole);
-            add(clazz + ": " + (call.call == "RegisterNatives" ? "native " : "") + text);
-            static const std::regex kClass("\\w+(\\.\\w+)+");
-            named.insert(named.end(), std::sregex_token_iterator(text.begin(), text.end(), kClass),
-                         {});
         }
     }
     std::for_each(named.begin(), named.end(), add);
