@@ -7,7 +7,7 @@
 
 #include "mw/frontend_settings.h"
 #include "sim/middleware/demo.h"
-#include "sim/middleware/frontend.h"
+#include "sim/middleware/tuner.h"
 
 enum { FIELDS_MAX = 64, FIELD_SIZE = 32 };
 

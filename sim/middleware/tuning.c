@@ -5,9 +5,9 @@
 
 #include "mw/frontend.h"
 #include "sim/middleware/demo.h"
-#include "sim/middleware/frontend.h"
 #include "sim/middleware/request.h"
 #include "sim/middleware/support.h"
+#include "sim/middleware/tuner.h"
 
 static const char* const k_outcomes[] = {"tuned",
                                          "refused",

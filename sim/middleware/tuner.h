@@ -1,6 +1,6 @@
 /* A frontend: its LNB, a scan with it, and what it says of itself. */
-#ifndef SIM_FRONTEND_H
-#define SIM_FRONTEND_H
+#ifndef SIM_TUNER_H
+#define SIM_TUNER_H
 
 #include <libdvbv5/dvb-sat.h>
 #include <stdbool.h>
@@ -43,4 +43,4 @@ bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band);
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size);
 
-#endif /* SIM_FRONTEND_H */
+#endif /* SIM_TUNER_H */

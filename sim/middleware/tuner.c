@@ -1,4 +1,4 @@
-#include "sim/middleware/frontend.h"
+#include "sim/middleware/tuner.h"
 
 #include <inttypes.h>
 #include <stdatomic.h>
