@@ -30,8 +30,8 @@ extern "C" {
  *             its field becomes 0, and Java prints an exception.
  *   Scan      starts at once, on a thread of its own, and never fails. It reports 0 to 100 percent in
  *             steps of 5. At 50 it locks and finds one transponder, which is the settings that were
- *             asked for: frequency, symbol rate (DVB-S, DVB-C), input stream and standard (DVB-S), PLP,
- *             group, standard and hierarchy (DVB-T). After 100 it stops. The end of the
+ *             asked for: frequency, symbol rate (DVB-S, DVB-C, ISDB-S), input stream and standard
+ *             (DVB-S), PLP, group, standard and hierarchy (DVB-T). After 100 it stops. The end of the
  *             band counts for nothing, and cancelling does not end it.
  *   LNB       voltage, tone and position are kept and given back; 0 before they are set.
  *   DiSEqC    a message is answered on a thread of its own by two bytes: e4, and the message's last one.
@@ -55,9 +55,9 @@ extern "C" {
  * bytes once (one that comes after 4096 others may come again), on the filter's callback thread, or on
  * a thread that all filters without one share. Packets that are cut short, have no sync byte or are
  * marked as erroneous are skipped, and a section that lacks a packet is not delivered. A read takes the
- * oldest section whole; one that is larger than the size asked for stays. A stop ends the playing, and a
- * start without a configuration, without a stream that can be read, or on a callback thread that was
- * deleted is refused.
+ * oldest section whole; one that is larger than the size asked for stays. A stop ends the playing. A start
+ * without a configuration, without a stream that can be read, or on a callback thread that was deleted is
+ * refused, and standard error says why.
  */
 enum { BOX_FILTER_MAIN_TS = 1, BOX_FILTER_SUB_SECTION = 1 };
 

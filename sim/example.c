@@ -21,8 +21,6 @@ static sem_t g_received;
 /* Runs on the filter's callback thread, which may call the library. */
 static void on_section(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, FLT_EVT_DATA_T* pt_data,
                        void* pv_tag) {
-    (void)pt_evt;
-    (void)pv_tag;
     if (pt_data->e_kind == FLT_EVT_KIND_SECTION && g_length == 0) {
         g_length = x_velmora_filter_read(hfilter, (int8_t*)g_pat, 0, sizeof(g_pat));
         sem_post(&g_received);

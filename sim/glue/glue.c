@@ -130,7 +130,6 @@ static middleware_fct load(const char* library) {
 }
 
 JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* reserved) {
-    (void)reserved;
     g_vm = vm;
     sigaction(SIGINT, NULL, &g_interrupt);
     return JNI_VERSION_1_4;

@@ -15,16 +15,6 @@ static char* k_default_files[] = {
     "/usr/share/dvb/dvb-t/uk-CrystalPalace", "/usr/share/dvb/atsc/us-ATSC-center-frequencies-8VSB",
     "/usr/share/dvb/isdb-t/br-sp-SaoPaulo",  NULL};
 
-static void show_example(const DEMO_T* pt_demo) {
-    if (pt_demo->example[0][0] != '\0') {
-        say(RESULT, "%s", "");
-        say(RESULT, "A transponder on its way");
-        say(RESULT, "  asked    %s", pt_demo->example[0]);
-        say(RESULT, "  lnb      %s", pt_demo->example[1]);
-        say(RESULT, "  received %.66s...", pt_demo->example[2]);
-    }
-}
-
 /* Result: the exit status. */
 static int show_verdict(const DEMO_T* pt_demo) {
     const int* pi4_sum = pt_demo->ai4_sum;
@@ -58,7 +48,13 @@ static void* run(void* pv_demo) {
     for (char** file = defaults ? k_default_files : pt_demo->files; *file != NULL; ++file) {
         tune_file(pt_demo, *file);
     }
-    show_example(pt_demo);
+    if (pt_demo->example[0][0] != '\0') {
+        say(RESULT, "%s", "");
+        say(RESULT, "A transponder on its way");
+        say(RESULT, "  asked    %s", pt_demo->example[0]);
+        say(RESULT, "  lnb      %s", pt_demo->example[1]);
+        say(RESULT, "  received %.66s...", pt_demo->example[2]);
+    }
     if (defaults || pt_demo->stream != NULL) {
         show_services(pt_demo, defaults ? pt_demo->pt_box->sample : pt_demo->stream);
     }
@@ -70,8 +66,6 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
                                               {"log", required_argument, NULL, 'l'},
                                               {"lnb", required_argument, NULL, 'n'},
                                               {"ts", required_argument, NULL, 't'},
-                                              {"android", no_argument, NULL, 'f'},
-                                              {"middleware", optional_argument, NULL, 'f'},
                                               {NULL, 0, NULL, 0}};
     static DEMO_T t_demo;
     t_demo.pt_box = pt_box;
@@ -80,7 +74,7 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
         const char* fault = NULL;
         switch (option) {
             case 'v':
-                show_details();
+                g_verbose = true;
                 break;
             case 'l':
                 fault = strlen(optarg) != 1 || strchr("VDIWE", *optarg) == NULL
@@ -96,11 +90,8 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
                 fault = t_demo.stream != NULL ? "is a second stream" : NULL;
                 t_demo.stream = optarg;
                 break;
-            case 'f':
-                fault = "comes first";
-                break;
             default:
-                fault = option == ':' ? "needs a value" : "is unknown";
+                fault = option == ':' ? "needs a value" : "is unknown here";
                 break;
         }
         if (fault != NULL) {

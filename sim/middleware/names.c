@@ -1,6 +1,5 @@
 /* Names as they are written in DVB. */
 #include <iconv.h>
-#include <limits.h>
 
 #include "sim/middleware/support.h"
 
@@ -13,18 +12,6 @@ static const char* const k_tables[FIRST_CHARACTER] = {
     [0x0a] = "ISO-8859-14", [0x0b] = "ISO-8859-15", [0x11] = "UTF-16BE",    [0x13] = "GB2312",
     [0x14] = "UTF-16BE", /* of which it uses the characters that Big5 has */
     [0x15] = "UTF-8"};
-
-static int append_character(char* text, size_t size, wchar_t character) {
-    char bytes[MB_LEN_MAX];
-    mbstate_t state = {0};
-    const size_t length = wcrtomb(bytes, character, &state);
-    if (!is_plain(character) || length == (size_t)-1) {
-        append(text, size, "?");
-        return 1;
-    }
-    append(text, size, "%.*s", (int)length, bytes);
-    return wcwidth(character);
-}
 
 int append_name(char* text, size_t size, const uint8_t* name, size_t length) {
     const bool has_prefix = length > 0 && name[0] < FIRST_CHARACTER;
@@ -59,7 +46,9 @@ int append_name(char* text, size_t size, const uint8_t* name, size_t length) {
             in += unit < left ? unit : left;
             left -= unit < left ? unit : left;
         }
-        columns += append_character(text, size, character);
+        const wchar_t shown = is_plain(character) ? character : L'?';
+        append(text, size, "%lc", (wint_t)shown);
+        columns += wcwidth(shown);
     }
     iconv_close(converter);
     return columns;

@@ -1,9 +1,8 @@
-#include "sim/middleware/request.h"
-
 #include <stdlib.h>
 #include <string.h>
 
 #include "mw/frontend_values.h"
+#include "sim/middleware/tuning.h"
 
 /* A word of a scan file in the platform's values. The first row of a table leaves it to the tuner. */
 typedef struct {
@@ -104,10 +103,6 @@ static const SYSTEM_T* system_of(const ENTRY_T* pt_entry) {
     return pt_system;
 }
 
-const char* entry_system(const ENTRY_T* pt_entry) {
-    return system_of(pt_entry)->family;
-}
-
 /* An entry that is being read, and the first reason why it cannot be; TUNED: none. */
 typedef struct {
     const ENTRY_T* pt_entry;
@@ -157,6 +152,7 @@ OUTCOME_E request_from_entry(const ENTRY_T* pt_entry, const struct dvb_sat_lnb* 
     MW_FESETTING_T* pt_settings = &pt_request->t_settings;
     const SYSTEM_T* pt_system = system_of(pt_entry);
     memset(pt_request, 0, sizeof(*pt_request));
+    pt_request->system = pt_system->family;
     pt_settings->e_type = pt_system->type;
     pt_settings->mFrequency = number(r, "FREQUENCY", false);
     switch (pt_system->type) {

@@ -4,9 +4,11 @@
  * field comes too often. None of that leaves a verdict that can be trusted.
  */
 #include <ctype.h>
+#include <stdlib.h>
 #include <string.h>
 
-#include "sim/middleware/request.h"
+#include "sim/middleware/support.h"
+#include "sim/middleware/tuning.h"
 
 /* Cuts the blanks at both ends. */
 static char* trimmed(char* text) {
@@ -48,34 +50,44 @@ static void add_field(ENTRY_T* pt_entry, const char* key, const char* value) {
     strcpy(pt_entry->at_field[pt_entry->fields++].value, value);
 }
 
-bool scan_file_next(SCAN_FILE_T* pt_file, ENTRY_T* pt_entry) {
-    *pt_entry = (ENTRY_T){.line = pt_file->begun};
-    pt_file->begun = 0;
+ENTRY_T* entries_read(const char* file) {
+    FILE* in = input_open(file);
+    if (in == NULL) {
+        return NULL;
+    }
+    ENTRY_T* entries = NULL;
+    char* line = NULL;
+    const char* fault = NULL;
+    size_t size = 0;
+    size_t count = 0;
     ssize_t length;
-    while ((length = getline(&pt_file->line, &pt_file->size, pt_file->in)) > 0) {
-        char* line = pt_file->line;
-        const bool marked = ++pt_file->number == 1 && strncmp(line, "\xef\xbb\xbf", 3) == 0;
+    int number = 0;
+    while (fault == NULL && (length = getline(&line, &size, in)) > 0) {
+        const bool marked = ++number == 1 && strncmp(line, "\xef\xbb\xbf", 3) == 0;
         const bool has_nul = strlen(line) < (size_t)length;
         char* text = trimmed(marked ? line + 3 : line); /* behind a byte order mark */
         char* equals = strchr(text, '=');
         if (has_nul || !is_text(text)) {
-            pt_file->fault = "not text";
-            return false;
-        }
-        if (*text == '[') {
-            if (pt_entry->line > 0) {
-                pt_file->begun = pt_file->number;
-                return true;
-            }
-            pt_entry->line = pt_file->number;
+            fault = "not text";
+        } else if (*text == '[') {
+            entries = grown(entries, ++count + 1, sizeof(*entries));
+            entries[count - 1] = (ENTRY_T){.line = number};
+            entries[count] = (ENTRY_T){0};
+        } else if (*text != '#' && *text != '\0' && (equals == NULL || count == 0)) {
+            fault = "not in DVBv5 format";
         } else if (*text != '#' && *text != '\0') {
-            if (equals == NULL || pt_entry->line == 0) {
-                pt_file->fault = "not in DVBv5 format";
-                return false;
-            }
             *equals = '\0';
-            add_field(pt_entry, trimmed(text), trimmed(equals + 1));
+            add_field(&entries[count - 1], trimmed(text), trimmed(equals + 1));
         }
     }
-    return pt_entry->line > 0;
+    if (fault != NULL) {
+        say(PROBLEM, "%s: line %d: %s", file, number, fault);
+        free(entries);
+        entries = NULL;
+    } else if (count == 0) {
+        say(PROBLEM, "%s: not in DVBv5 format: it has no entry, which begins with [", file);
+    }
+    free(line);
+    fclose(in);
+    return entries;
 }

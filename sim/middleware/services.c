@@ -24,41 +24,24 @@ static atomic_uintptr_t g_ended;
 
 static void on_section(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, FLT_EVT_DATA_T* pt_data,
                        void* pv_tag) {
-    (void)hfilter;
-    (void)pt_evt;
-    (void)pt_data;
-    (void)pv_tag;
     event_noted();
 }
 
 static void on_status(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, int32_t i4_status, void* pv_tag) {
-    (void)hfilter;
-    (void)pt_evt;
     if (i4_status == BOX_STATUS_END_OF_STREAM) {
         atomic_store(&g_ended, (uintptr_t)pv_tag);
         event_noted();
     }
 }
 
-typedef struct {
-    const char* file;
-    uint32_t h_pipeline;
-    uint32_t hthread;
-    int different;  /* sections that did not arrive as the stream has them */
-    int damaged;    /* that arrived as they are in the stream, with a wrong CRC */
-    int programmes; /* of the PAT */
-    int lacking;    /* of them, that have no PMT */
-} RECEPTION_T;
-
 /* Takes the sections of a started filter until the stream ends. */
-static void take_sections(RECEPTION_T* pt_reception, uint32_t hfilter, uintptr_t tag,
-                          SECTIONS_T* pt_received) {
+static void take_sections(RECEPTION_T* pt_reception, uint32_t hfilter, uintptr_t tag) {
     for (;;) {
         const bool ended = atomic_load(&g_ended) == tag; /* before the last read */
         int8_t section[FLT_MAX_READ_SIZE];
         const int length = x_velmora_filter_read(hfilter, section, 0, sizeof(section));
         if (length > 0 && section_is_whole((uint8_t*)section, length)) {
-            section_add(pt_received, (uint8_t*)section, length);
+            section_add(pt_reception->pt_received, (uint8_t*)section, length);
         } else if (length > 0) {
             ++pt_reception->damaged;
         } else if (ended || !event_wait(PATIENCE_SECONDS)) {
@@ -78,26 +61,20 @@ static void receive(RECEPTION_T* pt_reception, uint16_t pid, uint8_t table, int 
     uint32_t hfilter = 0;
     mask[1] = mask[2] = extension < 0 ? 0 : 0xff;
     pt_received->count = 0;
-    pt_received->full = false;
+    pt_reception->pid = pid;
+    pt_reception->table = table;
+    pt_reception->extension = extension;
+    pt_reception->pt_received = pt_received;
     if (x_velmora_filter_open(pt_reception->h_pipeline, BOX_FILTER_MAIN_TS, BOX_FILTER_SUB_SECTION,
                               FILTER_BUFFER, &hfilter, &evt, (void*)++tag) == 0) {
         if (x_velmora_filter_setSectionConfig(hfilter, pid, 0, 0, 0, pattern, mask, mode) == 0 &&
             x_velmora_filter_flush(hfilter) == 0 && x_velmora_filter_start(hfilter) == 0) {
-            take_sections(pt_reception, hfilter, tag, pt_received);
+            take_sections(pt_reception, hfilter, tag);
             x_velmora_filter_stop(hfilter);
         }
         x_velmora_filter_close(hfilter);
     }
-    if (pt_received->full) {
-        say(RESULT, "  sections   of PID %u only the first %d are compared", pid, SECTIONS_MAX);
-    }
-    COMPARISON_T t_comparison = {pid, table, extension, pt_received, 0, 0, 0};
-    stream_compare(pt_reception->file, &t_comparison);
-    if (pid == PID_PAT && t_comparison.skipped > 0) {
-        say(RESULT, "  packets    %ld of %ld skipped: cut short, without sync byte or erroneous",
-            t_comparison.skipped, t_comparison.packets);
-    }
-    pt_reception->different += t_comparison.different;
+    stream_compare(pt_reception);
 }
 
 /* Appends the name and the provider of a service descriptor; result: the columns. */
@@ -173,6 +150,10 @@ static void show_programmes(RECEPTION_T* pt_reception) {
     static SECTIONS_T pat;
     static SECTIONS_T sdt;
     receive(pt_reception, PID_PAT, TABLE_PAT, -1, &pat);
+    if (pt_reception->skipped > 0) {
+        say(RESULT, "  packets    %ld of %ld skipped: cut short, without sync byte or erroneous",
+            pt_reception->skipped, pt_reception->packets);
+    }
     receive(pt_reception, PID_SDT, TABLE_SDT, -1, &sdt);
     for (int i = 0; i < pat.count; ++i) {
         const uint8_t* section = pat.at_section[i].bytes;
@@ -185,8 +166,11 @@ static void show_programmes(RECEPTION_T* pt_reception) {
         }
     }
     if (pt_reception->programmes == 0) {
+        const bool is_stream = 2 * pt_reception->skipped < pt_reception->packets;
         say(RESULT, "  NO SERVICE: %s",
-            pat.count == 0 ? "no PAT came" : "the PAT has no programme");
+            !is_stream       ? "no transport stream of 188-byte packets"
+            : pat.count == 0 ? "no PAT came"
+                             : "the PAT has no programme");
     }
 }
 
@@ -195,7 +179,9 @@ void show_services(DEMO_T* pt_demo, const char* file) {
     ++pt_demo->inputs;
     say(RESULT, "%s", "");
     say(RESULT, "Services of %s, received through section filters:", basename(file));
-    if (stream_check(file)) {
+    FILE* in = input_open(file);
+    if (in != NULL) {
+        fclose(in);
         t_reception.h_pipeline = pt_demo->pt_box->create_pipeline();
         pt_demo->pt_box->set_stream(file);
         x_velmora_filter_register_section_callback(on_section);

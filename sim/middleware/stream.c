@@ -10,7 +10,7 @@
 
 #include "sim/middleware/support.h"
 
-enum { PACKET = 188, SYNC = 0x47, ERRONEOUS = 0x80, HEAD = 1 << 16, SAID_MAX = 10 };
+enum { PACKET = 188, SYNC = 0x47, ERRONEOUS = 0x80, SAID_MAX = 10 };
 
 /* Of the header that the sections of a table have. */
 #define EXTENSION(section) ((section)[3] << 8 | (section)[4])
@@ -18,47 +18,15 @@ enum { PACKET = 188, SYNC = 0x47, ERRONEOUS = 0x80, HEAD = 1 << 16, SAID_MAX = 1
 #define IS_CURRENT(section) (((section)[5] & 1) != 0)
 
 /* Reads the next packet that is not to be skipped. */
-static bool next_packet(FILE* in, uint8_t* packet, COMPARISON_T* pt_comparison) {
+static bool next_packet(FILE* in, uint8_t* packet, RECEPTION_T* pt_reception) {
     for (size_t got; (got = fread(packet, 1, PACKET, in)) > 0;) {
-        ++pt_comparison->packets;
+        ++pt_reception->packets;
         if (got == PACKET && packet[0] == SYNC && (packet[1] & ERRONEOUS) == 0) {
             return true;
         }
-        ++pt_comparison->skipped;
+        ++pt_reception->skipped;
     }
     return false;
-}
-
-/* The distance in which most packets begin; 0 for none. */
-static int packet_size(const uint8_t* head, size_t length) {
-    static const size_t k_layouts[][2] = {{PACKET, 0}, {192, 4}, {192, 0}, {204, 0}};
-    for (size_t i = 0; i < sizeof(k_layouts) / sizeof(k_layouts[0]); ++i) {
-        int balance = 0;
-        for (size_t at = k_layouts[i][1]; at < length; at += k_layouts[i][0]) {
-            balance += head[at] == SYNC ? 1 : -1;
-        }
-        if (balance > 0) {
-            return (int)k_layouts[i][0];
-        }
-    }
-    return 0;
-}
-
-bool stream_check(const char* file) {
-    static uint8_t head[HEAD];
-    FILE* in = input_open(file);
-    if (in == NULL) {
-        return false;
-    }
-    const int size = packet_size(head, fread(head, 1, sizeof(head), in));
-    fclose(in);
-    if (size == 0) {
-        say(PROBLEM, "%s: no transport stream of %d-byte packets", file, PACKET);
-    } else if (size != PACKET) {
-        say(PROBLEM, "%s: has packets of %d bytes, and only those of %d are read", file, size,
-            PACKET);
-    }
-    return size == PACKET;
 }
 
 bool section_is_whole(const uint8_t* section, int length) {
@@ -78,13 +46,12 @@ static SECTION_T* section_find(SECTIONS_T* pt_sections, const uint8_t* section, 
 
 void section_add(SECTIONS_T* pt_sections, const uint8_t* section, int length) {
     if (section_find(pt_sections, section, length) == NULL) {
-        pt_sections->full = pt_sections->count == SECTIONS_MAX;
-        if (!pt_sections->full) {
-            SECTION_T* pt_section = &pt_sections->at_section[pt_sections->count++];
-            memcpy(pt_section->bytes, section, (size_t)length);
-            pt_section->length = length;
-            pt_section->in_stream = false;
-        }
+        pt_sections->at_section =
+            grown(pt_sections->at_section, (size_t)pt_sections->count + 1, sizeof(SECTION_T));
+        SECTION_T* pt_section = &pt_sections->at_section[pt_sections->count++];
+        memcpy(pt_section->bytes, section, (size_t)length);
+        pt_section->length = length;
+        pt_section->in_stream = false;
     }
 }
 
@@ -101,23 +68,23 @@ bool section_is_current(const SECTIONS_T* pt_sections, int index) {
 }
 
 /* A stream may repeat itself often: the first ones will do. */
-static void differs(COMPARISON_T* pt_comparison, const char* how, int length) {
-    say(pt_comparison->different++ < SAID_MAX ? RESULT : DETAIL,
-        "  section    %s: PID %u, table 0x%02x, %d bytes", how, pt_comparison->pid,
-        pt_comparison->table, length);
+static void differs(RECEPTION_T* pt_reception, const char* how, int length) {
+    say(pt_reception->different++ < SAID_MAX ? RESULT : DETAIL,
+        "  section    %s: PID %u, table 0x%02x, %d bytes", how, pt_reception->pid,
+        pt_reception->table, length);
 }
 
 static void compare(dvbpsi_t* pt_dvbpsi, dvbpsi_psi_section_t* pt_section) {
-    COMPARISON_T* pt_comparison = pt_dvbpsi->p_sys;
+    RECEPTION_T* pt_reception = pt_dvbpsi->p_sys;
     const uint8_t* section = pt_section->p_data;
     const int length = 3 + pt_section->i_length;
-    if (section[0] == pt_comparison->table && section_is_whole(section, length) &&
-        (pt_comparison->extension < 0 || EXTENSION(section) == pt_comparison->extension)) {
-        SECTION_T* pt_received = section_find(pt_comparison->pt_received, section, length);
+    if (section[0] == pt_reception->table && section_is_whole(section, length) &&
+        (pt_reception->extension < 0 || EXTENSION(section) == pt_reception->extension)) {
+        SECTION_T* pt_received = section_find(pt_reception->pt_received, section, length);
         if (pt_received != NULL) {
             pt_received->in_stream = true;
-        } else if (!pt_comparison->pt_received->full) {
-            differs(pt_comparison, "MISSING", length);
+        } else {
+            differs(pt_reception, "MISSING", length);
         }
     }
     dvbpsi_DeletePSISections(pt_section);
@@ -137,17 +104,18 @@ static void push(dvbpsi_t* pt_dvbpsi, uint8_t* packet) {
     dvbpsi_packet_push(pt_dvbpsi, packet);
 }
 
-void stream_compare(const char* file, COMPARISON_T* pt_comparison) {
-    FILE* in = input_open(file);
+void stream_compare(RECEPTION_T* pt_reception) {
+    FILE* in = input_open(pt_reception->file);
     dvbpsi_t* pt_dvbpsi = dvbpsi_new(NULL, DVBPSI_MSG_NONE);
     dvbpsi_decoder_t* pt_decoder =
         dvbpsi_decoder_new(compare, SECTION_MAX, false, sizeof(dvbpsi_decoder_t));
     if (in != NULL && pt_dvbpsi != NULL && pt_decoder != NULL) {
         uint8_t packet[PACKET];
-        pt_dvbpsi->p_sys = pt_comparison;
+        pt_dvbpsi->p_sys = pt_reception;
         pt_dvbpsi->p_decoder = pt_decoder;
-        while (next_packet(in, packet, pt_comparison)) {
-            if (((packet[1] & 0x1f) << 8 | packet[2]) == pt_comparison->pid) {
+        pt_reception->packets = pt_reception->skipped = 0;
+        while (next_packet(in, packet, pt_reception)) {
+            if (((packet[1] & 0x1f) << 8 | packet[2]) == pt_reception->pid) {
                 push(pt_dvbpsi, packet);
             }
         }
@@ -156,10 +124,10 @@ void stream_compare(const char* file, COMPARISON_T* pt_comparison) {
         dvbpsi_delete(pt_dvbpsi);
         fclose(in);
     }
-    for (int i = 0; i < pt_comparison->pt_received->count; ++i) {
-        if (!pt_comparison->pt_received->at_section[i].in_stream) {
-            differs(pt_comparison, "NOT IN THE STREAM",
-                    pt_comparison->pt_received->at_section[i].length);
+    for (int i = 0; i < pt_reception->pt_received->count; ++i) {
+        if (!pt_reception->pt_received->at_section[i].in_stream) {
+            differs(pt_reception, "NOT IN THE STREAM",
+                    pt_reception->pt_received->at_section[i].length);
         }
     }
 }

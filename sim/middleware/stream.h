@@ -5,7 +5,7 @@
 #include <stdbool.h>
 #include <stdint.h>
 
-enum { SECTION_MAX = 4096, SECTIONS_MAX = 256 };
+enum { SECTION_MAX = 4096 };
 
 typedef struct {
     uint8_t bytes[SECTION_MAX];
@@ -14,29 +14,33 @@ typedef struct {
 } SECTION_T;
 
 typedef struct {
-    SECTION_T at_section[SECTIONS_MAX];
+    SECTION_T* at_section; /* grows as it must */
     int count;
-    bool full; /* there was no room for others */
 } SECTIONS_T;
 
-/* Sections of a table on a PID, as they were received, with a table id extension or -1 for any; then
- * how many differ, and how many packets of the stream were skipped: those that are cut short, have no sync
- * byte or are marked as erroneous. */
+/* What is received of a stream. */
 typedef struct {
+    const char* file;
+    uint32_t h_pipeline;
+    uint32_t hthread;
+    int different;  /* sections that did not arrive as the stream has them */
+    int damaged;    /* that arrived as they are in the stream, with a wrong CRC */
+    int programmes; /* of the PAT */
+    int lacking;    /* of them, that have no PMT */
+    /* The sections that were received last, and of which table on which PID they are, with a table id
+     * extension or -1 for any. */
     uint16_t pid;
     uint8_t table;
     int extension;
     SECTIONS_T* pt_received;
-    int different;
+    /* Of the stream, and of them those that are cut short, have no sync byte or are marked as erroneous. */
     long packets;
     long skipped;
-} COMPARISON_T;
+} RECEPTION_T;
 
-/* Whether a file has packets of 188 bytes; says on standard error why it cannot be used. */
-bool stream_check(const char* file);
-
-/* Says and counts which whole sections of the stream were not received, and the other way round. */
-void stream_compare(const char* file, COMPARISON_T* pt_comparison);
+/* Says and counts which whole sections of the stream were not received, and the other way round; counts
+ * the packets. */
+void stream_compare(RECEPTION_T* pt_reception);
 
 /* Whether a section is whole: its length and its CRC. */
 bool section_is_whole(const uint8_t* section, int length);

@@ -1,18 +1,15 @@
 #include "sim/middleware/support.h"
 
 #include <errno.h>
-#include <poll.h>
+#include <semaphore.h>
 #include <stdarg.h>
+#include <stdlib.h>
 #include <string.h>
-#include <sys/eventfd.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <wctype.h>
 
-static bool g_verbose;
-
-void show_details(void) {
-    g_verbose = true;
-}
+bool g_verbose;
 
 bool is_plain(wchar_t character) {
     return iswprint((wint_t)character) && (character < 0x200b || character > 0x200f) &&
@@ -58,6 +55,14 @@ void append(char* text, size_t size, const char* format, ...) {
     va_end(arguments);
 }
 
+void* grown(void* array, size_t count, size_t size) {
+    array = reallocarray(array, count, size);
+    if (array == NULL) {
+        abort();
+    }
+    return array;
+}
+
 FILE* input_open(const char* file) {
     struct stat status;
     if (stat(file, &status) == 0 && !S_ISREG(status.st_mode)) {
@@ -71,18 +76,15 @@ FILE* input_open(const char* file) {
     return in;
 }
 
-static int g_events = -1;
-
-__attribute__((constructor)) static void open_events(void) {
-    g_events = eventfd(0, EFD_CLOEXEC); /* without it every wait ends without an event */
-}
+static sem_t g_events; /* zeros: none yet */
 
 void event_noted(void) {
-    eventfd_write(g_events, 1);
+    sem_post(&g_events);
 }
 
 bool event_wait(int seconds) {
-    struct pollfd events = {.fd = g_events, .events = POLLIN};
-    eventfd_t count;
-    return poll(&events, 1, seconds * 1000) == 1 && eventfd_read(g_events, &count) == 0;
+    struct timespec until;
+    clock_gettime(CLOCK_REALTIME, &until);
+    until.tv_sec += seconds;
+    return sem_timedwait(&g_events, &until) == 0;
 }

@@ -14,10 +14,13 @@ typedef enum { DETAIL, RESULT, PROBLEM } LINE_E;
  * mark. Any thread may call it. */
 enum { LINE_SIZE = 2048 };
 void say(LINE_E e_line, const char* format, ...) __attribute__((format(printf, 2, 3)));
-void show_details(void);
+extern bool g_verbose;
 
 /* Appends to a text of size bytes, as far as there is room. */
 void append(char* text, size_t size, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+/* An array that has room for count elements, with what was in it; ends the process when there is no memory. */
+void* grown(void* array, size_t count, size_t size);
 
 /* Whether a terminal may get a character: it is neither a control character, nor one of those that
  * have no width and change what stands around them. */

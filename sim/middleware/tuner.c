@@ -1,12 +1,12 @@
-#include "sim/middleware/tuner.h"
-
 #include <inttypes.h>
 #include <stdatomic.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "mw/frontend.h"
 #include "mw/frontend_values.h"
 #include "sim/middleware/support.h"
+#include "sim/middleware/tuning.h"
 
 /* An LNB receives somewhat more than the table says: the extended C band begins 300 MHz below. */
 enum { BAND_MARGIN_MHZ = 300 };
@@ -44,7 +44,6 @@ bool lnb_choose(const struct dvb_sat_lnb* pt_lnb, uint32_t khz, bool horizontal,
 static atomic_int g_acknowledged;
 
 static int on_message(unsigned int h_pipeline, const int8_t* pi1_message, int32_t i4_length) {
-    (void)h_pipeline;
     if (i4_length == 2 && (uint8_t)pi1_message[0] == DISEQC_OK) {
         g_acknowledged = (uint8_t)pi1_message[1];
         event_noted();
@@ -84,28 +83,23 @@ bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t 
 }
 
 /* What the events of the running scan have said; they get it as their tag. */
-typedef struct {
-    atomic_int percent;
-    atomic_int findings;
-    atomic_bool locked;
-    atomic_bool stopped;
-} SCAN_T;
+typedef atomic_int SCAN_T;
+enum { LOCKED = 1, FOUND = 2, WHOLE = 4, STOPPED = 8 };
 
 static int on_progress(unsigned int h_pipeline, int32_t percent, void* pv_scan) {
-    (void)h_pipeline;
-    ((SCAN_T*)pv_scan)->percent = percent;
+    *(SCAN_T*)pv_scan |= percent == 100 ? WHOLE : 0;
     return 0;
 }
 
 static int on_locked(unsigned int h_pipeline, void* pv_scan) {
     say(DETAIL, "  scan       pipeline 0x%x: locked", h_pipeline);
-    ((SCAN_T*)pv_scan)->locked = true;
+    *(SCAN_T*)pv_scan |= LOCKED;
     return 0;
 }
 
 static int on_stopped(unsigned int h_pipeline, void* pv_scan) {
     say(DETAIL, "  scan       pipeline 0x%x: stopped", h_pipeline);
-    ((SCAN_T*)pv_scan)->stopped = true;
+    *(SCAN_T*)pv_scan |= STOPPED;
     event_noted();
     return 0;
 }
@@ -117,14 +111,13 @@ static int found(unsigned int h_pipeline, const char* what, const int32_t* pi4_v
         append(text, sizeof(text), " %d", pi4_values[i]);
     }
     say(DETAIL, "  scan       pipeline 0x%x: %s%s", h_pipeline, what, text);
-    pt_scan->findings += count;
+    *pt_scan |= count > 0 ? FOUND : 0;
     return 0;
 }
 
-#define ON_LIST(name, what)                                                            \
-    static int name(unsigned int h_pipeline, const int32_t* pi4_values, int32_t count, \
-                    void* pv_scan) {                                                   \
-        return found(h_pipeline, what, pi4_values, count, pv_scan);                    \
+#define ON_LIST(name, what)                                                                  \
+    static int name(unsigned int h_pipeline, const int32_t* list, int32_t count, void* pv) { \
+        return found(h_pipeline, what, list, count, pv);                                     \
     }
 ON_LIST(on_frequencies, "frequencies (Hz)")
 ON_LIST(on_symbol_rates, "symbol rates (per second)")
@@ -155,15 +148,14 @@ bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band) {
                               .pf_dvbt_standard_nfy = on_dvbt_standard,
                               .pf_hierarchy_nfy = on_hierarchy,
                               .pv_tag = &scan};
-    scan.percent = scan.findings = 0;
-    scan.locked = scan.stopped = false;
+    scan = 0;
     x_native_frontend_register_scan_callback(&callbacks);
     if (x_native_frontend_scan(h_pipeline, pt_band, MW_FE_SCAN_AUTO) != 0) {
         return false;
     }
-    while (!scan.stopped && event_wait(SCAN_SECONDS)) {
+    while ((scan & STOPPED) == 0 && event_wait(SCAN_SECONDS)) {
     }
-    return scan.stopped && scan.percent == 100 && scan.locked && scan.findings > 0;
+    return scan == (LOCKED | FOUND | WHOLE | STOPPED);
 }
 
 /* Whether settings and status are what was asked for, and the signal is there. */
@@ -198,21 +190,16 @@ static bool agrees(const MW_FESETTING_T* pt_settings, const FE_STATUS_T* pt_stat
 
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size) {
-    /* What the tuner reports of every system, and then of some. */
+    enum { EVERY = 8, DVBC = 10, DVBS = 11 }; /* so many of these are reported of the system */
     FE_STATUS_TYPE_E kinds[FE_STATUS_MAX_TYPES] = {
         FE_STATUS_TYPE_DEMOD_LOCK, FE_STATUS_TYPE_RF_LOCK,        FE_STATUS_TYPE_SNR,
         FE_STATUS_TYPE_MER,        FE_STATUS_TYPE_SIGNAL_QUALITY, FE_STATUS_TYPE_SIGNAL_STRENGTH,
-        FE_STATUS_TYPE_AGC,        FE_STATUS_TYPE_MODULATION};
-    unsigned char count = 8;
-    const bool has_rate =
-        pt_asked->e_type == MW_FE_TYPE_DVBS || pt_asked->e_type == MW_FE_TYPE_DVBC;
-    if (has_rate) {
-        kinds[count++] = FE_STATUS_TYPE_SYMBOL_RATE;
-        kinds[count++] = FE_STATUS_TYPE_INNER_FEC;
-    }
-    if (pt_asked->e_type == MW_FE_TYPE_DVBS) {
-        kinds[count++] = FE_STATUS_TYPE_LNB_VOLTAGE;
-    } else if (pt_asked->e_type == MW_FE_TYPE_ISDBT) {
+        FE_STATUS_TYPE_AGC,        FE_STATUS_TYPE_MODULATION,     FE_STATUS_TYPE_SYMBOL_RATE,
+        FE_STATUS_TYPE_INNER_FEC,  FE_STATUS_TYPE_LNB_VOLTAGE};
+    unsigned char count = pt_asked->e_type == MW_FE_TYPE_DVBS   ? DVBS
+                          : pt_asked->e_type == MW_FE_TYPE_DVBC ? DVBC
+                                                                : EVERY;
+    if (pt_asked->e_type == MW_FE_TYPE_ISDBT) {
         kinds[count++] = FE_STATUS_TYPE_MODULATIONS_EXT;
     }
     FE_STATUS_T s = {0};
@@ -226,10 +213,10 @@ const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_ask
              "modulation %d",
              s.mIsDemodLocked, s.mIsRfLocked, s.mSnr / 1e3, s.mMer / 1e3, s.mSignalQuality,
              s.mSignalStrength / 1e3, s.mAgc, s.mModulation);
-    if (has_rate) {
+    if (count >= DVBC) {
         append(text, size, "  symbol rate %d  fec %" PRId64, s.mSymbolRate, s.mInnerFec);
     }
-    if (pt_asked->e_type == MW_FE_TYPE_DVBS) {
+    if (count == DVBS) {
         append(text, size, "  lnb %d", s.mLnbVoltage);
     }
     return agrees(&settings, &s, pt_asked) ? NULL : "settings or status read back are others";

@@ -1,13 +1,12 @@
 /* Scan files, tuned entry by entry. */
+#include "sim/middleware/tuning.h"
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "mw/frontend.h"
-#include "sim/middleware/demo.h"
-#include "sim/middleware/request.h"
 #include "sim/middleware/support.h"
-#include "sim/middleware/tuner.h"
 
 static const char* const k_outcomes[] = {"tuned",
                                          "refused",
@@ -33,68 +32,56 @@ int show_reasons(const char* label, const int* pi4_sum) {
     return sum;
 }
 
-/* A file that is read twice: to check it, and to tune its transponders. */
+/* A file that is being tuned. */
 typedef struct {
     DEMO_T* pt_demo;
     const char* name; /* without folders */
     const char* system;
-    SCAN_FILE_T t_file;
-    REQUEST_T t_band; /* from the first transponder on */
     uint32_t h_pipeline;
     int ai4_sum[OUTCOMES];
 } JOB_T;
 
-/* False, told why, when a line is not in the format, or there is no entry. */
-static bool check(JOB_T* pt_job, const char* file) {
-    ENTRY_T t_entry;
-    MW_FESETTING_T* pt_band = &pt_job->t_band.t_settings;
-    OUTCOME_E e_band = NO_FIELD;
-    while (scan_file_next(&pt_job->t_file, &t_entry)) {
-        const char* system = entry_system(&t_entry);
-        const bool other = pt_job->system != NULL && strcmp(pt_job->system, system) != 0;
-        pt_job->system = other ? "several" : system;
-        if (e_band != TUNED) {
-            e_band = request_from_entry(&t_entry, pt_job->pt_demo->pt_lnb, &pt_job->t_band);
+/* Scans from the first transponder of the entries on; a file without one has no band. */
+static void scan(JOB_T* pt_job, const ENTRY_T* pt_entry) {
+    REQUEST_T t_band;
+    MW_FESETTING_T* pt_band = &t_band.t_settings;
+    while (request_from_entry(pt_entry, pt_job->pt_demo->pt_lnb, &t_band) != TUNED) {
+        if ((++pt_entry)->line == 0) {
+            return;
         }
     }
-    if (e_band != TUNED) {
-        pt_band->e_type = MW_FE_TYPE_UNDEFINED;
-    } else if (pt_band->e_type == MW_FE_TYPE_DVBS) {
+    if (pt_band->e_type == MW_FE_TYPE_DVBS) {
         pt_band->mEndFrequency = TUNER_MHZ_MAX;
         pt_band->u.t_dvbs.pt_code_rate = NULL; /* a blind scan */
     }
-    if (pt_job->t_file.fault != NULL) {
-        say(PROBLEM, "%s: line %d: %s", file, pt_job->t_file.number, pt_job->t_file.fault);
-    } else if (pt_job->system == NULL) {
-        say(PROBLEM, "%s: not in DVBv5 format: it has no entry, which begins with [", file);
+    if (!scan_band(pt_job->h_pipeline, pt_band)) {
+        say(RESULT, "  scan       INCOMPLETE");
+        ++pt_job->pt_demo->faults;
     }
-    return pt_job->t_file.fault == NULL && pt_job->system != NULL;
 }
 
 static void tune(JOB_T* pt_job, const ENTRY_T* pt_entry) {
     DEMO_T* pt_demo = pt_job->pt_demo;
     REQUEST_T t_request;
-    const MW_FESETTING_T* pt_settings = &t_request.t_settings;
     char name[64];
     char lnb[128] = "none";
     char received[1024] = "";
     char signal[512] = "";
     const char* fault = NULL;
     OUTCOME_E e_outcome = request_from_entry(pt_entry, pt_demo->pt_lnb, &t_request);
+    const bool other = pt_job->system != NULL && strcmp(pt_job->system, t_request.system) != 0;
+    pt_job->system = other ? "several" : t_request.system;
     const char* polarization = entry_value(pt_entry, "POLARIZATION");
     snprintf(name, sizeof(name), "%s %.3f MHz%s%.1s", entry_value(pt_entry, "DELIVERY_SYSTEM"),
              strtod(entry_value(pt_entry, "FREQUENCY"), NULL) / (*polarization ? 1e3 : 1e6),
              *polarization ? " " : "", polarization);
     if (e_outcome == TUNED) {
-        if (pt_settings->e_type == MW_FE_TYPE_DVBS &&
-            !lnb_select(pt_job->h_pipeline, &t_request.t_lnb, lnb, sizeof(lnb))) {
-            fault = "the LNB or its switch did not answer";
-        }
+        const bool selected = t_request.t_settings.e_type != MW_FE_TYPE_DVBS ||
+                              lnb_select(pt_job->h_pipeline, &t_request.t_lnb, lnb, sizeof(lnb));
         const int result = x_native_frontend_tune(pt_job->h_pipeline, &t_request.t_settings);
         pt_demo->pt_box->received(pt_job->h_pipeline, received, sizeof(received));
-        const char* readback =
-            readback_fault(pt_job->h_pipeline, pt_settings, signal, sizeof(signal));
-        fault = readback != NULL ? readback : fault;
+        fault = readback_fault(pt_job->h_pipeline, &t_request.t_settings, signal, sizeof(signal));
+        fault = selected ? fault : "the LNB or its switch did not answer";
         e_outcome = fault != NULL ? DIFFERENT : result != 0 ? REFUSED : TUNED;
     }
     ++pt_job->ai4_sum[e_outcome];
@@ -137,32 +124,23 @@ static void show_row(const JOB_T* pt_job) {
 }
 
 void tune_file(DEMO_T* pt_demo, const char* file) {
-    JOB_T job = {.pt_demo = pt_demo, .name = basename(file), .t_file.in = input_open(file)};
+    JOB_T job = {.pt_demo = pt_demo, .name = basename(file)};
+    ENTRY_T* entries = entries_read(file);
     ++pt_demo->inputs;
-    if (job.t_file.in != NULL && check(&job, file)) {
-        ENTRY_T t_entry;
-        job.h_pipeline = pt_demo->pt_box->create_pipeline();
-        x_native_frontend_require_tuner(job.h_pipeline);
-        if (job.t_band.t_settings.e_type != MW_FE_TYPE_UNDEFINED &&
-            !scan_band(job.h_pipeline, &job.t_band.t_settings)) {
-            say(RESULT, "  scan       INCOMPLETE");
-            ++pt_demo->faults;
-        }
-        lnb_open(job.h_pipeline); /* what it cannot do shows in the first selection */
-        rewind(job.t_file.in);
-        job.t_file.number = 0;
-        while (scan_file_next(&job.t_file, &t_entry)) {
-            tune(&job, &t_entry);
-        }
-        x_native_frontend_lnb_close(job.h_pipeline);
-        x_native_frontend_close_tuner(job.h_pipeline);
-        pt_demo->pt_box->destroy_pipeline(job.h_pipeline);
-        show_row(&job);
-    } else {
+    if (entries == NULL) {
         ++pt_demo->failed;
+        return;
     }
-    if (job.t_file.in != NULL) {
-        fclose(job.t_file.in);
+    job.h_pipeline = pt_demo->pt_box->create_pipeline();
+    x_native_frontend_require_tuner(job.h_pipeline);
+    scan(&job, entries);
+    lnb_open(job.h_pipeline); /* what it cannot do shows in the first selection */
+    for (const ENTRY_T* pt_entry = entries; pt_entry->line > 0; ++pt_entry) {
+        tune(&job, pt_entry);
     }
-    free(job.t_file.line);
+    x_native_frontend_lnb_close(job.h_pipeline);
+    x_native_frontend_close_tuner(job.h_pipeline);
+    pt_demo->pt_box->destroy_pipeline(job.h_pipeline);
+    show_row(&job);
+    free(entries);
 }

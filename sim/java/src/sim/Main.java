@@ -18,8 +18,6 @@ public final class Main {
     private static final List<PipelineHandler> PIPELINES =
             Collections.synchronizedList(new ArrayList<>());
 
-    private static volatile boolean sInterrupted = true;
-
     private Main() {}
 
     private static native int middleware(String[] args);
@@ -46,10 +44,6 @@ public final class Main {
                         : TUNER.call(self, method, arguments);
         Loader.load(args[0] + "/libsim_box.so"); // first: it notes what the other takes over
         Loader.load(args[0] + "/libhalvorin_velmora_pipeline.so");
-        // Ctrl-C leaves a line begun.
-        Runtime.getRuntime().addShutdownHook(new Thread(() -> System.err.print(sInterrupted ? "\n" : "")));
-        final int status = middleware(Arrays.copyOfRange(args, 1, args.length));
-        sInterrupted = false;
-        System.exit(status);
+        System.exit(middleware(Arrays.copyOfRange(args, 1, args.length)));
     }
 }

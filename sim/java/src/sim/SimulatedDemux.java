@@ -35,33 +35,6 @@ final class SimulatedDemux implements DeviceModel {
     /** A longer section than a read returns is not delivered. */
     private static final int READABLE = 4096;
 
-    /** Which sections: of a PID, and by pattern, mask and mode. Byte 0 is the table, the others follow the length. */
-    private static final class Config {
-        private final byte[] pattern, mask, mode; // made for this call
-        final int pid;
-
-        Config(Object[] args) {
-            pid = (Integer) args[0];
-            pattern = (byte[]) args[4];
-            mask = (byte[]) args[5];
-            mode = (byte[]) args[6];
-        }
-
-        boolean admits(byte[] section) {
-            int different = 0;
-            int negative = 0;
-            int negatives = 0;
-            for (int i = 0; i < pattern.length; ++i) {
-                final int at = i == 0 ? 0 : i + 2;
-                final int difference = at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
-                different |= difference & ~mode[i];
-                negative |= difference & mode[i];
-                negatives |= mask[i] & mode[i];
-            }
-            return different == 0 && (negative != 0 || negatives == 0);
-        }
-    }
-
     /** A filter; what its events need of it outlives its close. */
     private static final class Filter {
         private final ZytTvInnerFilter mFilter;
@@ -73,11 +46,26 @@ final class SimulatedDemux implements DeviceModel {
         private int mLength;
         private boolean mBegun;
         volatile ExecutorService thread;
-        volatile Config config;
+        /** As onSetSectionConfig was given it. */
+        volatile Object[] config;
         volatile boolean active;
 
         Filter(ZytTvInnerFilter filter) {
             mFilter = filter;
+        }
+
+        /** By pattern, mask and mode, of which byte 0 is for the table; the others follow the length. */
+        private boolean admits(byte[] section) {
+            final byte[] pattern = (byte[]) config[4], mask = (byte[]) config[5], mode = (byte[]) config[6];
+            int different = 0, negative = 0, negatives = 0;
+            for (int i = 0; i < pattern.length; ++i) {
+                final int at = i == 0 ? 0 : i + 2;
+                final int difference = at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
+                different |= difference & ~mode[i];
+                negative |= difference & mode[i];
+                negatives |= mask[i] & mode[i];
+            }
+            return different == 0 && (negative != 0 || negatives == 0);
         }
 
         int read(byte[] buffer, long size) {
@@ -100,7 +88,7 @@ final class SimulatedDemux implements DeviceModel {
                 while (active && in.read(packet) == PACKET) {
                     final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
                     if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET || (packet[3] & 0x10) == 0
-                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != config.pid
+                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != (Integer) config[0]
                             || (packet[3] & 0x0f) == counter) {
                         continue; // damaged, without a payload, of another PID, or sent twice
                     }
@@ -148,7 +136,7 @@ final class SimulatedDemux implements DeviceModel {
             if (mDelivered.size() == REMEMBERED) {
                 mDelivered.clear();
             }
-            if (section.length >= 8 && section.length <= READABLE && config.admits(section)
+            if (section.length >= 8 && section.length <= READABLE && admits(section)
                     && mDelivered.add(ByteBuffer.wrap(section))) {
                 while (active && !mSections.offer(section)) {
                     Thread.yield(); // a file can wait for its reader
@@ -180,11 +168,14 @@ final class SimulatedDemux implements DeviceModel {
                 filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
                 return (Integer) args[0] == TS && (Integer) args[1] == SECTION ? OK : REFUSED;
             case "onSetSectionConfig":
-                filter.config = new Config(args);
+                filter.config = args; // whose arrays were made for this call
                 return OK;
             case "onStart":
-                if (filter.config == null || stream == null || !new File(stream).canRead()
-                        || filter.thread == null || filter.thread.isShutdown()) {
+                final String fault = filter.config == null ? "it has no configuration"
+                        : stream == null || !new File(stream).canRead() ? "it cannot read the stream " + stream
+                        : filter.thread == null || filter.thread.isShutdown() ? "its callback thread is deleted" : null;
+                if (fault != null) {
+                    System.err.println("The filter cannot start: " + fault);
                     return REFUSED;
                 }
                 filter.active = true;
@@ -196,12 +187,11 @@ final class SimulatedDemux implements DeviceModel {
             case "onFlush":
                 filter.mSections.clear();
                 return OK;
-            case "onStop":
+            case "onStop", "onCloseFilter":
                 filter.active = false;
-                return OK;
-            case "onCloseFilter":
-                filter.active = false;
-                mFilters.remove(self);
+                if (method.equals("onCloseFilter")) {
+                    mFilters.remove(self);
+                }
                 return OK;
             default:
                 return null;

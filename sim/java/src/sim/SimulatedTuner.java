@@ -1,10 +1,11 @@
 package sim;
 
-import android.media.tv.tuner.frontend.DvbcFrontendSettings;
+import android.media.tv.tuner.frontend.DvbsCodeRate;
 import android.media.tv.tuner.frontend.DvbsFrontendSettings;
 import android.media.tv.tuner.frontend.DvbtFrontendSettings;
 import android.media.tv.tuner.frontend.FrontendSettings;
 import android.media.tv.tuner.frontend.FrontendStatus;
+import android.media.tv.tuner.frontend.IsdbtFrontendSettings;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFrontend;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerLnbCallback;
 import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerScanCallback;
@@ -14,12 +15,13 @@ import java.util.Collections;
 import java.util.Map;
 import java.util.WeakHashMap;
 import java.util.concurrent.ConcurrentHashMap;
+import java.util.function.Consumer;
+import java.util.function.Function;
 
 /** Tuners that lock on every frequency of their band, each with an LNB behind a DiSEqC switch. */
 final class SimulatedTuner implements DeviceModel {
     private static final int OK = 0;
     private static final int REFUSED = 1;
-    private static final int AREA_CODE = 42;
     private static final byte DISEQC_OK = (byte) 0xe4;
 
     private static final class State {
@@ -30,8 +32,8 @@ final class SimulatedTuner implements DeviceModel {
 
     /** By native handle. */
     private final Map<Integer, State> mStates = new ConcurrentHashMap<>();
-    /** What stands behind the status objects that are in use. */
-    private final Map<Object, SimulatedStatus> mStatuses = Collections.synchronizedMap(new WeakHashMap<>());
+    /** What the getters of the status objects that are in use return. */
+    private final Map<Object, Function<String, Object>> mStatuses = Collections.synchronizedMap(new WeakHashMap<>());
 
     String received(int pipeline) {
         final FrontendSettings settings = state(pipeline).settings;
@@ -45,7 +47,7 @@ final class SimulatedTuner implements DeviceModel {
     @Override
     public Object call(Object self, String method, Object... args) {
         if (self instanceof FrontendStatus) {
-            return mStatuses.get(self).value(method);
+            return mStatuses.get(self).apply(method);
         }
         if (!(self instanceof ZytTvInnerFrontend frontend)) {
             return null;
@@ -54,19 +56,23 @@ final class SimulatedTuner implements DeviceModel {
         switch (method) {
             case "onTune":
                 state.settings = (FrontendSettings) args[0];
-                return inBand(state.settings) ? OK : REFUSED;
+                final int mhz = state.settings.getFrequency() / 1_000_000;
+                final boolean satellite = state.settings instanceof DvbsFrontendSettings;
+                return mhz >= (satellite ? 950 : 42) && mhz <= (satellite ? 2150 : 1002) ? OK : REFUSED;
             case "onScan":
                 final FrontendSettings band = (FrontendSettings) args[0];
                 new Thread(() -> scan(frontend.nativeHandle(), band), "scan").start();
                 return OK;
             case "onGetServiceAreaCode":
-                return AREA_CODE;
+                return 42;
             case "onGetFrontendStatus":
-                if (state.settings == null) {
+                final FrontendSettings tuned = state.settings;
+                if (tuned == null) {
                     return null;
                 }
+                final int voltage = state.lnb.getOrDefault("Voltage", 0);
                 final FrontendStatus status = Maker.make(FrontendStatus.class);
-                mStatuses.put(status, new SimulatedStatus(state.settings, state.lnb.getOrDefault("Voltage", 0)));
+                mStatuses.put(status, getter -> reported(getter, tuned, voltage));
                 return status;
             case "onGetFrontendSetting":
                 return state.settings;
@@ -84,11 +90,25 @@ final class SimulatedTuner implements DeviceModel {
         }
     }
 
-    private static boolean inBand(FrontendSettings settings) {
+    /** A signal that is as good as its frequency is low, and otherwise as it was asked for; null is not reported. */
+    private static Object reported(String getter, FrontendSettings settings, int voltage) {
         final int mhz = settings.getFrequency() / 1_000_000;
-        return settings instanceof DvbsFrontendSettings
-                ? mhz >= 950 && mhz <= 2150
-                : mhz >= 42 && mhz <= 1002;
+        return switch (getter) {
+            case "isDemodLocked", "isRfLocked" -> true;
+            case "getSnr", "getMer" -> 30_000 - 4 * mhz;
+            case "getSignalQuality" -> 100 - mhz / 100;
+            case "getSignalStrength" -> -30_000 - 10 * mhz;
+            case "getAgc" -> mhz % 256;
+            case "getModulation" ->
+                settings.value(settings instanceof DvbtFrontendSettings ? "constellation" : "modulation");
+            case "getSymbolRate" -> settings.value("symbolRate");
+            case "getInnerFec" ->
+                settings.value("codeRate") instanceof DvbsCodeRate rate ? rate.value("innerFec") : settings.value("fec");
+            case "getLnbVoltage" -> settings instanceof DvbsFrontendSettings ? voltage : null;
+            case "getExtendedModulations" ->
+                settings instanceof IsdbtFrontendSettings ? new int[] {(Integer) settings.value("modulation")} : null;
+            default -> null;
+        };
     }
 
     /** The switch acknowledges, and repeats the last byte that it was sent. An empty message reaches none. */
@@ -99,8 +119,11 @@ final class SimulatedTuner implements DeviceModel {
         }
     }
 
-    private static int[] list(FrontendSettings settings, String name) {
-        return new int[] {(Integer) settings.value(name)};
+    /** Reports what settings of a system have by a name; others do not. */
+    private static void report(FrontendSettings settings, String name, Consumer<int[]> notify) {
+        if (settings.value(name) instanceof Integer value) {
+            notify.accept(new int[] {value});
+        }
     }
 
     private static void scan(int pipeline, FrontendSettings band) {
@@ -109,19 +132,17 @@ final class SimulatedTuner implements DeviceModel {
             scan.notifyScanOnProgress(pipeline, percent);
             if (percent == 50) {
                 scan.notifyScanOnLocked(pipeline);
-                scan.notifyScanOnFrequenciesReport(pipeline, new int[] {band.getFrequency()}, 1);
-                if (band instanceof DvbsFrontendSettings || band instanceof DvbcFrontendSettings) {
-                    scan.notifyScanOnSymbolRates(pipeline, list(band, "symbolRate"), 1);
-                }
+                report(band, "frequency", list -> scan.notifyScanOnFrequenciesReport(pipeline, list, 1));
+                report(band, "symbolRate", list -> scan.notifyScanOnSymbolRates(pipeline, list, 1));
+                report(band, "inputStreamId", list -> scan.notifyScanOnInputStreamIds(pipeline, list, 1));
+                report(band, "plpId", list -> scan.notifyScanOnPlpIds(pipeline, list, 1));
+                report(band, "plpGroupId", list -> scan.notifyScanOnGroupIds(pipeline, list, 1));
                 if (band instanceof DvbsFrontendSettings) {
-                    scan.notifyScanOnInputStreamIds(pipeline, list(band, "inputStreamId"), 1);
-                    scan.notifyScanOnDvbsStandard(pipeline, list(band, "standard")[0]);
-                } else if (band instanceof DvbtFrontendSettings) {
-                    scan.notifyScanOnPlpIds(pipeline, list(band, "plpId"), 1);
-                    scan.notifyScanOnGroupIds(pipeline, list(band, "plpGroupId"), 1);
-                    scan.notifyScanOnDvbtStandard(pipeline, list(band, "standard")[0]);
-                    scan.notifyScanOnHierarchy(pipeline, list(band, "hierarchy")[0]);
+                    report(band, "standard", list -> scan.notifyScanOnDvbsStandard(pipeline, list[0]));
+                } else {
+                    report(band, "standard", list -> scan.notifyScanOnDvbtStandard(pipeline, list[0]));
                 }
+                report(band, "hierarchy", list -> scan.notifyScanOnHierarchy(pipeline, list[0]));
                 scan.notifyScanOnSignalType(pipeline, 1);
             }
         }
