@@ -62,12 +62,12 @@ thread_local std::promise<Attempt>* tAttempt;
 
 // In place of the platform's, which would end the process.
 void __android_log_assert(const char* condition, const char*, const char* format, ...) {
+    char text[256];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(text, sizeof(text), format, args);
+    va_end(args);
     if (tAttempt != nullptr) {
-        char text[256];
-        va_list args;
-        va_start(args, format);
-        vsnprintf(text, sizeof(text), format, args);
-        va_end(args);
         Attempt run;
         run.fatal = std::string(condition) + " " + text;
         tAttempt->set_value(run);
@@ -75,6 +75,7 @@ void __android_log_assert(const char* condition, const char*, const char* format
             pause();
         }
     }
+    fprintf(stderr, "%s %s\n", condition, text);
     abort();
 }
 
@@ -110,16 +111,12 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
 bool isJava(const Point& call) {
     return call.call == "NewObjectA" || call.call.rfind("Call", 0) == 0;
 }
-bool isMethod(const Point& call) {
-    return isJava(call) && call.of != "<init>";
-}
-
 // How functions.txt names the i'th call: a Java method by its name.
 std::string nameOf(const std::vector<Point>& calls, size_t i) {
     const auto nameOf = [](const Point& call) {
-        return isMethod(call)                    ? call.of
-               : isJava(call) || call.of.empty() ? call.call
-                                                 : call.call + " " + call.of;
+        return call.of.empty() || call.of == "<init>" ? call.call
+               : isJava(call)                         ? call.of
+                                                      : call.call + " " + call.of;
     };
     const std::string name = nameOf(calls[i]);
     const auto before = std::count_if(calls.begin(), calls.begin() + static_cast<ptrdiff_t>(i),

@@ -2,7 +2,7 @@
 // process ends.
 
 #include <algorithm>
-#include <cstdio>
+#include <iostream>
 #include <sstream>
 
 #include "tests/support/library_test.h"
@@ -47,52 +47,48 @@ void LibraryTest::TearDown() {
 
 }  // namespace tests
 
-namespace {
-
-// Keeps the first failure, to tell it once more at the end, where it is seen.
-class FirstFailure : public testing::EmptyTestEventListener {
-  public:
-    void tell() const {
-        // Of a long one the beginning, and the end, which says where it happened.
-        const size_t left = mLines.size() - std::min<size_t>(mLines.size(), 3);
-        for (size_t i = 0; i < mLines.size(); ++i) {
-            if (i < 6 || i >= left) {
-                printf("%s\n", mLines[i].substr(0, 200).c_str());
+// Tells the first failure once more, where it is seen.
+static void tellFailure(const std::string& test, const testing::TestResult& result) {
+    for (int i = 0; i < result.total_part_count(); ++i) {
+        const testing::TestPartResult& part = result.GetTestPartResult(i);
+        if (part.failed()) {
+            std::cout << "\nThe first failure: " << test << "\n"
+                      << (part.file_name() != nullptr ? part.file_name() : "") << ":"
+                      << part.line_number() << ":\n";
+            std::istringstream message(part.message());
+            std::string line;
+            for (int left = 7; left != 0 && std::getline(message, line); --left) {
+                std::cout << line.substr(0, 200) << "\n";
             }
-        }
-    }
-
-  private:
-    void OnTestStart(const testing::TestInfo& test) override { mTest = test.name(); }
-    void OnTestPartResult(const testing::TestPartResult& result) override {
-        if (!result.failed() || !mLines.empty()) {
             return;
         }
-        mLines = {"", "The first failure: " + mTest};
-        std::istringstream message(result.message());
-        const char* const file = result.file_name() != nullptr ? result.file_name() : "";
-        mLines.push_back(file + std::string(":") + std::to_string(result.line_number()) + ":");
-        for (std::string line; std::getline(message, line);) {
-            mLines.push_back(line);
+    }
+}
+
+static void tellFirstFailure() {
+    const testing::UnitTest& all = *testing::UnitTest::GetInstance();
+    for (int i = 0; i < all.total_test_suite_count(); ++i) {
+        const testing::TestSuite& suite = *all.GetTestSuite(i);
+        for (int j = 0; j < suite.total_test_count(); ++j) {
+            const testing::TestInfo& test = *suite.GetTestInfo(j);
+            if (test.result()->Failed()) {
+                return tellFailure(test.name(), *test.result());
+            }
+        }
+        if (suite.Failed()) {
+            return tellFailure(suite.name(), suite.ad_hoc_test_result());
         }
     }
-
-    std::string mTest;
-    std::vector<std::string> mLines;
-};
-
-}  // namespace
+}
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    auto* const failure = new FirstFailure();  // belongs to the list
-    testing::UnitTest::GetInstance()->listeners().Append(failure);
     const int result = RUN_ALL_TESTS();
     tests::stopVm();
-    failure->tell();
+    tellFirstFailure();
     const bool complained = !tests::takeComplaints().empty();
     if (complained) {
-        puts("The virtual machine complained when it ended, as is shown above.");
+        std::cout << "The virtual machine complained when it ended, as is shown above.\n";
     }
     return result != 0 || complained ? 1 : 0;
 }
