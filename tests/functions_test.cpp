@@ -114,9 +114,9 @@ bool isJava(const Point& call) {
 // How functions.txt names the i'th call: a Java method by its name.
 std::string nameOf(const std::vector<Point>& calls, size_t i) {
     const auto nameOf = [](const Point& call) {
-        return call.of.empty() || call.of == "<init>" ? call.call
-               : isJava(call)                         ? call.of
-                                                      : call.call + " " + call.of;
+        return isJava(call) && call.of != "<init>" ? call.of
+               : isJava(call) || call.of.empty()   ? call.call
+                                                   : call.call + " " + call.of;
     };
     const std::string name = nameOf(calls[i]);
     const auto before = std::count_if(calls.begin(), calls.begin() + static_cast<ptrdiff_t>(i),
