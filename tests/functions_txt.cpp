@@ -55,9 +55,9 @@ void shorten(Lines* causes) {
 }  // namespace
 
 std::string normalized(const std::string& line, const Fixture& fixture) {
-    static const std::regex kNumber("-?[0-9][0-9a-fx]*");
-    std::string text;
-    std::string rest = line;
+    static const std::regex kNumber("-?[0-9][0-9a-fx]*"), kNewline("\n"), kReturn("\r"),
+        kSourceLine("^(I <[^:]*):[^>]*");
+    std::string text, rest = line;
     for (std::smatch found; std::regex_search(rest, found, kNumber); rest = found.suffix()) {
         const std::string word = found.str();
         const auto shows = [&](uint32_t handle) {
@@ -73,9 +73,9 @@ std::string normalized(const std::string& line, const Fixture& fixture) {
                                                                                       : word;
     }
     text += rest;
-    text = std::regex_replace(text, std::regex("\n"), "\\n");
-    text = std::regex_replace(text, std::regex("\r"), "\\r");
-    text = std::regex_replace(text, std::regex("^(I <[^:]*):[^>]*"), "$1");
+    text = std::regex_replace(text, kNewline, "\\n");
+    text = std::regex_replace(text, kReturn, "\\r");
+    text = std::regex_replace(text, kSourceLine, "$1");
     return text.substr(0, text.find(" at :"));
 }
 
