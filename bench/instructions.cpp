@@ -1,7 +1,7 @@
-// Makes every call of tests/functions.h between two calls of mark(), so that bench/instructions finds
-// in the emulator's trace what the library executed in between. Prints the name of the call, its
-// thread, and how often the library allocated. A call is made twice, and its second line counts; only
-// the load is not repeated. Rows whose arguments are refused do no work to count.
+// Makes every call of tests/functions.h between two calls of mark(). So bench/instructions finds in
+// the emulator's trace what the library executed in between. For each call this program prints its
+// name, its thread, and how often the library allocated. Each call except the load is made twice,
+// and the second line counts. Rows whose arguments are refused are left out: they do no work.
 
 #include <unistd.h>
 
@@ -16,7 +16,7 @@
 namespace {
 
 uintptr_t gStart, gEnd;  // where the library is
-int gAllocations;        // that it made
+int gAllocations;        // by the library
 
 __attribute__((noinline)) void mark() {
     asm volatile("");
@@ -41,7 +41,7 @@ bool make(const tests::Function& row, tests::Fixture* fixture) {
     const int result = row.call(*fixture);
     mark();
     printf("%s\t%s\t%d\n", row.name.c_str(), row.calledByJava ? "java" : "attached", gAllocations);
-    // The natives of filters return nothing.
+    // A filter's native methods return nothing.
     const bool good =
         result >= 0 && (!row.calledByJava || !row.takesHandle || tests::takeHeard() == 1);
     if (!good) {
@@ -54,7 +54,7 @@ bool make(const tests::Function& row, tests::Fixture* fixture) {
 }  // namespace
 
 extern "C" void* __libc_malloc(size_t size);
-// These two stand before everybody's.
+// These two replace those of all libraries.
 extern "C" void* malloc(size_t size) {
     const auto caller = reinterpret_cast<uintptr_t>(__builtin_return_address(0));
     if (caller >= gStart && caller < gEnd) {
@@ -70,8 +70,8 @@ void* operator new(size_t size) {
     return __libc_malloc(size);
 }
 
-// --where tells where the library starts and ends, and where mark() is. A run is given that line and
-// refuses another than its own, for which nothing would be counted.
+// --where prints where the library starts and ends, and where mark() is. A run takes that line as
+// its argument. It refuses a line with other addresses, because then nothing would be counted.
 int main(int argc, char** argv) {
     findLibrary();
     constexpr uintptr_t kThumb = 1;
@@ -105,5 +105,5 @@ int main(int argc, char** argv) {
         }
     }
     fflush(stdout);
-    _exit(good ? 0 : 1);  // the virtual machine is not taken down
+    _exit(good ? 0 : 1);  // without destroying the virtual machine
 }

@@ -1,5 +1,5 @@
-// Times some rows of tests/functions.h on this machine, called by one thread, and by two with a
-// pipeline each. The arguments and the output are Google Benchmark's.
+// Times some rows of tests/functions.h on this machine: called by one thread, and by two threads
+// that have a pipeline each. The arguments and the output are those of Google Benchmark.
 
 #include <benchmark/benchmark.h>
 #include <cutils/properties.h>
@@ -13,8 +13,8 @@
 #include "tests/functions.h"
 #include "tests/support/device.h"
 
-// In front of the development machine's own, which blocks signals and so takes longer than a whole
-// call: every property is unset, which closes the log gate.
+// Replaces the fake, which blocks signals and so takes longer than a whole call. Here every
+// property is unset, which closes the log gate.
 extern "C" int property_get(const char*, char* value, const char*) {
     value[0] = '\0';
     return 0;
@@ -25,7 +25,7 @@ namespace {
 enum Timed {
     kCall,
     kUnattached,  // each call attaches its thread anew
-    kWhole,       // the call cannot be repeated: with what comes before and after it
+    kWhole,       // the call cannot be repeated, so its preparation and undoing are timed too
 };
 constexpr struct {
     const char* row;
@@ -44,7 +44,7 @@ constexpr struct {
     {"x_velmora_filter_read (4096 bytes)", kCall},
 };
 
-// One call of the row does the work count times.
+// One call of the row does the timed work count times.
 void add(const tests::Function& row, Timed timed, const tests::Pipeline* pipelines, int count = 1) {
     const auto work = [=](benchmark::State& state) {
         tests::Fixture fixture = {pipelines[state.thread_index()].handle()};
@@ -66,7 +66,7 @@ void add(const tests::Function& row, Timed timed, const tests::Pipeline* pipelin
         row.undo(fixture);
     };
     const char* const notes[] = {"", ", unattached", ", whole"};
-    // The shortest repetition is the one that the machine's other work disturbed least.
+    // Other work on the machine disturbs the shortest repetition least.
     benchmark::RegisterBenchmark((row.name + notes[timed]).c_str(), work)
         ->UseRealTime()
         ->ThreadRange(1, 2)
@@ -75,7 +75,7 @@ void add(const tests::Function& row, Timed timed, const tests::Pipeline* pipelin
         });
 }
 
-// Java's compiled loop, unlike the rows, takes no longer than what it calls.
+// Unlike the rows, this loop is compiled Java: it adds little to the time of the calls.
 constexpr int kSections = 1000;
 int reportSections(tests::Fixture& fixture) {
     tests::takeHeard();
@@ -87,7 +87,7 @@ int reportSections(tests::Fixture& fixture) {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    // Java's compiler runs before what it compiles, not beside it, and collections are short.
+    // Java does not compile in the background, and its collections are short.
     tests::startVm({"-Xbatch", "-XX:+UseSerialGC", "-Xmx256m", "-Xmn64m"},
                    {"platform", "tests", "bench"});
     tests::loadLibrary();
@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
     tests::callStatic("bench.BenchDevice", "install", "()V");
     static const tests::Pipeline pipelines[2];
     tests::registerCountingCallbacks(pipelines[0].handle());
-    // Each run attaches the threads that it needs, this one too.
+    // Each run attaches the threads that it needs, including this one.
     tests::vm()->DetachCurrentThread();
     for (const auto& [name, timed] : kTimed) {
         for (const auto* rows : {&tests::functions(), &tests::measuredOnly()}) {
@@ -114,5 +114,5 @@ int main(int argc, char** argv) {
         kCall, pipelines, kSections);
     benchmark::RunSpecifiedBenchmarks();
     fflush(stdout);
-    _exit(0);  // the virtual machine is not taken down
+    _exit(0);  // without destroying the virtual machine
 }

@@ -6,7 +6,7 @@ import com.halvorin.tv.velmora.services.selector.connectmanager.ZytTvInnerFilter
 import fake.Device;
 import fake.Maker;
 
-/** A device that does as little as it can, so that it hides nothing of what is timed. */
+/** A device model that does as little as possible, so that it adds little to the measured times. */
 public final class BenchDevice {
     private static final int[] LIST = {1, 2, 3};
     private static final ZytTvInnerFilterCallback FILTER = new ZytTvInnerFilterCallback();
@@ -23,7 +23,7 @@ public final class BenchDevice {
         return switch (method) {
             case "onGetFrontendStatus" -> STATUS;
             case "onGetFrontendSetting" -> SETTINGS;
-            case "onRead" -> args[2]; // as many bytes as are wanted
+            case "onRead" -> args[2]; // as many bytes as the call asks for
             default -> self == STATUS ? LIST : null;
         };
     }
