@@ -27,12 +27,13 @@ import org.objectweb.asm.tree.MethodInsnNode;
 import org.objectweb.asm.tree.MethodNode;
 
 /**
- * Adapt CLASSES FOLDER [TABLE]: copies the classes of a folder or jar, changed so that dx translates them and Android's
- * runtime takes them: lambdas become plain objects, access between nested classes no longer needs the nest, and the
- * table's changes are made. ICU's packages get the name that the core library has for them.
+ * Adapt CLASSES FOLDER [TABLE]: copies the classes of a folder or jar, changed so that dx can
+ * translate them and Android's runtime can run them. Lambdas become plain objects, nested classes
+ * no longer need the nest to use each other's private members, and the changes of the table are
+ * made. ICU's packages get the names that the core library uses.
  */
 public final class Adapt implements Opcodes {
-    /** Above this version private members may be used by the other classes of the nest. */
+    /** In later class files, the classes of a nest use each other's private members. */
     private static final int WITHOUT_NESTS = V10;
 
     private final Map<String, ClassNode> mClasses = new TreeMap<>();
@@ -48,7 +49,8 @@ public final class Adapt implements Opcodes {
                 adapt.read(jar.getPath("/"));
             }
         }
-        for (String row : args.length > 2 ? Files.readAllLines(Path.of(args[2])) : List.<String>of()) {
+        for (String row : args.length > 2 ? Files.readAllLines(Path.of(args[2]))
+                : List.<String>of()) {
             if (!row.isBlank() && !row.startsWith("#")) {
                 adapt.change(row.split("\\s+"));
             }
@@ -72,7 +74,8 @@ public final class Adapt implements Opcodes {
             }
         };
         try (Stream<Path> files = Files.walk(folder)) {
-            for (Path file : (Iterable<Path>) files.filter(path -> path.toString().endsWith(".class"))::iterator) {
+            for (Path file : (Iterable<Path>) files.filter(path ->
+                    path.toString().endsWith(".class"))::iterator) {
                 final ClassNode node = new ClassNode();
                 new ClassReader(Files.readAllBytes(file)).accept(new ClassRemapper(node, names), 0);
                 mClasses.put(node.name, node);
@@ -88,7 +91,7 @@ public final class Adapt implements Opcodes {
         Files.write(file, writer.toByteArray());
     }
 
-    /** Makes the change that a row of the table says. */
+    /** Makes the change in one row of the table. */
     private void change(String[] row) {
         final String name = row[1];
         if (row[0].equals("class")) {
@@ -104,15 +107,18 @@ public final class Adapt implements Opcodes {
         switch (row[0]) {
             case "field" -> node.visitField(ACC_PRIVATE, row[2], row[3], null, null);
             case "native" -> node.visitMethod(ACC_PUBLIC | ACC_NATIVE, row[2], row[3], null, null);
-            case "static" -> node.visitMethod(ACC_PUBLIC | ACC_NATIVE | ACC_STATIC, row[2], row[3], null, null);
+            case "static" -> node.visitMethod(ACC_PUBLIC | ACC_NATIVE | ACC_STATIC, row[2], row[3],
+                    null, null);
             case "makes" -> {
-                node.methods.removeIf(method -> method.name.equals(row[2]) && method.desc.equals(row[3]));
+                node.methods.removeIf(method -> method.name.equals(row[2])
+                        && method.desc.equals(row[3]));
                 generate(node, ACC_PRIVATE | ACC_STATIC, row[2], row[3], make -> {
                     final Type made = Type.getObjectType(name);
                     make.newInstance(made);
                     make.dup();
                     make.loadArgs();
-                    make.invokeConstructor(made, new Method("<init>", Type.VOID_TYPE, Type.getArgumentTypes(row[3])));
+                    make.invokeConstructor(made,
+                            new Method("<init>", Type.VOID_TYPE, Type.getArgumentTypes(row[3])));
                 });
             }
             case "rename" -> {
@@ -137,7 +143,8 @@ public final class Adapt implements Opcodes {
             for (AbstractInsnNode instruction : method.instructions) {
                 if (instruction instanceof InvokeDynamicInsnNode dynamic) {
                     if (!dynamic.bsm.getOwner().equals("java/lang/invoke/LambdaMetafactory")) {
-                        throw new IllegalArgumentException(node.name + "." + method.name + " uses " + dynamic.bsm);
+                        throw new IllegalArgumentException(node.name + "." + method.name + " uses "
+                                + dynamic.bsm);
                     }
                     method.instructions.set(dynamic, lambda(node, dynamic));
                 }
@@ -145,7 +152,7 @@ public final class Adapt implements Opcodes {
         }
     }
 
-    /** Lets the other classes of the nest, which are in the same package, use the private members. */
+    /** Lets the other classes of the nest, all in one package, use the private members. */
     private static void open(ClassNode node) {
         node.version = V1_8;
         node.nestHostClass = null;
@@ -159,7 +166,8 @@ public final class Adapt implements Opcodes {
                 if ((node.access & ACC_INTERFACE) != 0) {
                     method.access |= ACC_PUBLIC;
                 } else if (!method.name.equals("<init>")) {
-                    // Should a subclass have a method of this name, it is refused instead of called.
+                    // A subclass with a method of this name is refused; otherwise its method would
+                    // be called.
                     method.access |= ACC_FINAL;
                 }
             }
@@ -167,8 +175,9 @@ public final class Adapt implements Opcodes {
     }
 
     /**
-     * Adds a method that does what the lambda says, and a class whose objects keep the captured values and call that
-     * method. The result makes such an object of the captured values, which are on the stack.
+     * Adds a method that does what the lambda does, and a class whose objects keep the captured
+     * values and call that method. The returned instruction makes such an object from the captured
+     * values, which are on the stack.
      */
     private MethodInsnNode lambda(ClassNode node, InvokeDynamicInsnNode dynamic) {
         final Type[] captured = Type.getArgumentTypes(dynamic.desc);
@@ -179,7 +188,8 @@ public final class Adapt implements Opcodes {
         interfaces.add(Type.getReturnType(dynamic.desc).getInternalName());
         final List<Type> signatures = new ArrayList<>();
         signatures.add(erased);
-        // What altMetafactory is given besides: its flags, then marker interfaces and more signatures, as they say.
+        // The further arguments of altMetafactory: flags, then the marker interfaces and signatures
+        // that they announce.
         if (dynamic.bsmArgs.length > 3) {
             final int flags = (Integer) dynamic.bsmArgs[3];
             for (int i = 4; i < dynamic.bsmArgs.length; ++i) {
@@ -195,7 +205,8 @@ public final class Adapt implements Opcodes {
                 interfaces.add("java/io/Serializable");
             }
         }
-        final Type[] taken = Stream.of(captured, actual.getArgumentTypes()).flatMap(Stream::of).toArray(Type[]::new);
+        final Type[] taken = Stream.of(captured, actual.getArgumentTypes()).flatMap(Stream::of)
+                .toArray(Type[]::new);
         final String does = Type.getMethodDescriptor(actual.getReturnType(), taken);
         final String name = node.name + "$$Lambda" + mLambdas.size();
         final String method = "lambda$$" + mLambdas.size();
@@ -229,7 +240,8 @@ public final class Adapt implements Opcodes {
                     make.loadArg(i);
                     convert(make, signature.getArgumentTypes()[i], actual.getArgumentTypes()[i]);
                 }
-                make.visitMethodInsn(INVOKESTATIC, node.name, method, does, (node.access & ACC_INTERFACE) != 0);
+                make.visitMethodInsn(INVOKESTATIC, node.name, method, does,
+                        (node.access & ACC_INTERFACE) != 0);
                 convert(make, actual.getReturnType(), signature.getReturnType());
             });
         }
@@ -237,7 +249,7 @@ public final class Adapt implements Opcodes {
         return new MethodInsnNode(INVOKESTATIC, name, "of", dynamic.desc, false);
     }
 
-    /** The method stands in the class that has the lambda, because it may call what is private or protected there. */
+    /** Adds the method to the lambda's class, because it may call private members there. */
     private static void addCall(ClassNode node, String name, String descriptor, Handle target) {
         final Type owner = Type.getObjectType(target.getOwner());
         final boolean constructs = target.getTag() == H_NEWINVOKESPECIAL;
@@ -246,7 +258,8 @@ public final class Adapt implements Opcodes {
         if (!constructs && !isStatic) {
             takes.add(0, owner);
         }
-        final int access = ACC_STATIC | ACC_SYNTHETIC | ((node.access & ACC_INTERFACE) != 0 ? ACC_PUBLIC : 0);
+        final int access = ACC_STATIC | ACC_SYNTHETIC
+                | ((node.access & ACC_INTERFACE) != 0 ? ACC_PUBLIC : 0);
         generate(node, access, name, descriptor, make -> {
             if (constructs) {
                 make.newInstance(owner);
@@ -271,7 +284,8 @@ public final class Adapt implements Opcodes {
         void make(GeneratorAdapter adapter);
     }
 
-    private static void generate(ClassNode node, int access, String name, String descriptor, Body body) {
+    private static void generate(ClassNode node, int access, String name, String descriptor,
+            Body body) {
         final GeneratorAdapter adapter = new GeneratorAdapter(
                 node.visitMethod(access, name, descriptor, null, null), access, name, descriptor);
         body.make(adapter);
@@ -279,7 +293,7 @@ public final class Adapt implements Opcodes {
         adapter.endMethod();
     }
 
-    /** Converts the value on the stack, as a lambda does. */
+    /** Converts the value on the stack as a lambda does. */
     private static void convert(GeneratorAdapter make, Type from, Type to) {
         final boolean fromObject = from.getSort() >= Type.ARRAY;
         final boolean toObject = to.getSort() >= Type.ARRAY;
@@ -301,7 +315,7 @@ public final class Adapt implements Opcodes {
             make.unbox(Type.CHAR_TYPE);
             make.cast(Type.CHAR_TYPE, to);
         } else {
-            make.unbox(to); // of any number, to any
+            make.unbox(to); // from any number to any number
         }
     }
 }

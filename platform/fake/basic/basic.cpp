@@ -1,4 +1,4 @@
-// The middleware's basic services, faked. Numbers are issued in ascending order and never again.
+// The fake of the middleware's basic services. Numbers ascend and are never issued again.
 
 #include <fake/basic_faults.h>
 
@@ -18,13 +18,13 @@ constexpr int32_t kFailed = -1;
 
 std::atomic<fake_service_hook_fct> gHook;
 
-// The code of a call that is to fail, else 0.
+// The code with which this call must fail, or 0.
 int32_t fault(fake_service_t service) {
     const fake_service_hook_fct hook = gHook;
     return hook != nullptr ? hook(service) : 0;
 }
 
-// Numbered objects, any thread's.
+// Numbered objects, for use by any thread.
 template <typename Object>
 class Table {
   public:
@@ -52,7 +52,7 @@ class Table {
         return true;
     }
 
-    // Of several that take the same one, one succeeds.
+    // If several threads take the same object, only one succeeds.
     bool take(uint32_t number, Object* object) {
         const std::lock_guard<std::mutex> lock(mLock);
         const auto entry = mObjects.find(number);
@@ -72,7 +72,7 @@ class Table {
   private:
     std::mutex mLock;
     std::map<uint32_t, Object> mObjects;
-    uint32_t mNext = 0x10001;  // a handle that looks like none of the types, and is not 0
+    uint32_t mNext = 0x10001;  // so a handle looks like no handle type, and is not 0
 };
 
 struct Handle {
@@ -165,7 +165,7 @@ int32_t handle_get_obj(uint32_t handle, void** ppv_obj) {
     return 0;
 }
 
-// The handle is gone before its callback runs, and the callback runs without a lock.
+// The handle is gone before its callback runs. No lock is held while the callback runs.
 int32_t handle_free(uint32_t handle, uint8_t ui1_flag) {
     const int32_t code = fault(FAKE_HANDLE_FREE);
     Handle entry;

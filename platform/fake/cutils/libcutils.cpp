@@ -1,6 +1,6 @@
-// The system properties of the development machine. A property starts with the value of the environment
-// variable PROPERTY_ and its name with underscores for dots. Any thread and a signal handler may call:
-// nothing is allocated.
+// The fake of the system properties. A property's first value is that of the environment variable
+// whose name is PROPERTY_ and the property's name, with underscores for dots. Any thread and a
+// signal handler may call these functions: they do not allocate.
 
 #include <cutils/properties.h>
 #include <errno.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr size_t kKeySize = 92;  // newer devices do not hold names to PROPERTY_KEY_MAX
+constexpr size_t kKeySize = 92;  // newer devices allow names longer than PROPERTY_KEY_MAX
 
 struct Property {
     char key[kKeySize];
@@ -24,7 +24,7 @@ Property gProperties[64];
 size_t gPropertyCount;
 pthread_mutex_t gLock = PTHREAD_MUTEX_INITIALIZER;
 
-// Holds the lock with all signals blocked: no handler can interrupt its holder and wait for itself.
+// Holds the lock with all signals blocked, so no handler can interrupt its holder and wait for it.
 class Locked {
   public:
     Locked() {
@@ -62,8 +62,8 @@ const char* startValue(const char* key) {
     return fits(value, PROPERTY_VALUE_MAX) ? value : "";
 }
 
-// The property, made with its start value on its first use; null when there is no room. The lock is
-// held.
+// The property, made with its first value when it is first used; null when there is no room. The
+// caller holds the lock.
 Property* find(const char* key) {
     for (size_t i = 0; i < gPropertyCount; ++i) {
         if (strcmp(gProperties[i].key, key) == 0) {

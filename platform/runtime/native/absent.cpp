@@ -1,5 +1,6 @@
-// The core library registers the natives of these classes too. Nothing here calls them, and Debian lacks what they are
-// built on: big numbers need BoringSSL, the strict functions fdlibm. Java throws when they are called.
+// The core library also registers the native methods of these classes. Nothing here calls them, and
+// Debian lacks what they need: BoringSSL for big numbers, fdlibm for the strict functions. A call
+// of one throws an error.
 
 #include <jni.h>
 

@@ -1,4 +1,5 @@
-// java [OPTION...] -cp JARS CLASS ARGUMENT...: runs a program on Android's runtime with CheckJNI on, as a device's app_process does.
+// java [OPTION...] -cp JARS CLASS ARGUMENT...: runs a Java program on Android's runtime with
+// CheckJNI on.
 
 #include <jni.h>
 #include <locale.h>
@@ -20,7 +21,7 @@ namespace {
 }  // namespace
 
 int main(int argc, char** argv) {
-    setlocale(LC_ALL, "");  // for what native code prints, as OpenJDK's does
+    setlocale(LC_ALL, "");  // for what native code prints, as OpenJDK's launcher does
     std::string path = "-Djava.class.path=";
     char check[] = "-Xcheck:jni";
     std::vector<JavaVMOption> options = {{check, nullptr}};
@@ -36,13 +37,13 @@ int main(int argc, char** argv) {
         give("usage: java [OPTION...] -cp JARS CLASS ARGUMENT...");
     }
     options.push_back({path.data(), nullptr});
-    // OpenJDK's options say nothing to it.
+    // Unknown options, such as OpenJDK's, are ignored.
     JavaVMInitArgs args = {JNI_VERSION_1_6, static_cast<jint>(options.size()), options.data(),
                            JNI_TRUE};
     JavaVM* vm = nullptr;
     JNIEnv* env = nullptr;
     if (JNI_CreateJavaVM(&vm, &env, &args) != JNI_OK) {
-        give("the runtime does not start");
+        give("The runtime does not start.");
     }
     std::string name = argv[at++];
     std::replace(name.begin(), name.end(), '.', '/');
@@ -63,6 +64,6 @@ int main(int argc, char** argv) {
         env->ExceptionDescribe();
         env->ExceptionClear();
     }
-    vm->DestroyJavaVM();  // waits for Java's threads
+    vm->DestroyJavaVM();  // waits for the Java threads
     return failed ? 1 : 0;
 }

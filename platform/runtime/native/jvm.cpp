@@ -1,4 +1,5 @@
-// What the core library's natives ask of the virtual machine, made of what the runtime exports.
+// The functions of the virtual machine that the core library's native methods call, made from what
+// the runtime exports.
 
 #include "jvm.h"
 
@@ -16,7 +17,7 @@
 
 namespace art {
 
-// Every JavaVM is one.
+// Every JavaVM is an object of this class.
 class JavaVMExt {
   public:
     bool LoadNativeLibrary(JNIEnv* env, const std::string& path, jobject loader, jclass caller,
@@ -27,10 +28,10 @@ class JavaVMExt {
 
 namespace {
 
-constexpr jint kDeleteAfterwards = 0x10000;  // an open flag of ZipFile's own
+constexpr jint kDeleteAfterwards = 0x10000;  // an open flag that only ZipFile uses
 
 [[noreturn]] void missing(const char* what) {
-    fprintf(stderr, "%s: the runtime exports nothing for it\n", what);
+    fprintf(stderr, "%s: the runtime exports no function for it\n", what);
     abort();
 }
 
@@ -49,16 +50,16 @@ jstring JVM_NativeLoad(JNIEnv* env, jstring file, jobject loader, jclass caller)
     if (runtime->LoadNativeLibrary(env, path, loader, caller, &error)) {
         return nullptr;
     }
-    env->ExceptionClear();  // Java throws an error with the text
+    env->ExceptionClear();  // Java throws an error with this text
     return env->NewStringUTF(error.c_str());
 }
 
-// As in a process that is no application: what was registered for the exit runs.
+// As in a process that is not an application: exit handlers run.
 void JVM_Exit(jint status) {
     exit(status);
 }
 
-// A collection comes when memory is asked for, never on demand.
+// The heap is collected only when something is allocated, never on request.
 void JVM_GC() {}
 jlong JVM_FreeMemory() {
     missing("Runtime.freeMemory");

@@ -1,4 +1,4 @@
-// In place of ICU's internal header: where it keeps what it knows of currencies.
+// Replaces ICU's internal header: the place of its data about currencies.
 
 #include <unicode/udata.h>
 

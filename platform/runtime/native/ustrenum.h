@@ -1,4 +1,5 @@
-// In place of ICU's internal header: an enumeration of its C interface as one of its C++ interface, which owns it.
+// Replaces ICU's internal header: turns an enumeration of the C interface into one of the C++
+// interface, which owns it.
 
 #include <unicode/strenum.h>
 #include <unicode/uenum.h>

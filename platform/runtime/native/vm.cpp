@@ -1,5 +1,6 @@
-// The invocation interface: starts Android's runtime, takes options as OpenJDK's does, and tells of wrong uses of
-// JNI in the same way. A program that loads it as libjvm.so needs to know little of which of the two it has.
+// The invocation interface. It starts Android's runtime, takes options as OpenJDK does, and reports
+// wrong uses of JNI in the same way. So a program that loads it as libjvm.so hardly needs to know
+// which of the two it has.
 
 #include <dlfcn.h>
 #include <jni.h>
@@ -27,7 +28,7 @@ void complain(void*, const std::string& text) {
     print("%s\n", text.c_str());
 }
 
-// The beginning of the runtime's JavaVM. Without a function here a complaint ends the process.
+// The beginning of the runtime's JavaVM. If complain is null, a complaint ends the process.
 struct Runtime {
     const void* functions;
     void* runtime;
@@ -37,13 +38,13 @@ struct Runtime {
 }  // namespace
 
 extern "C" JNIEXPORT jint JNI_CreateJavaVM(JavaVM** vm, JNIEnv** env, void* args) {
-    // The folders of a device in which the core library looks for its data.
+    // On a device, the core library looks for its data in these folders.
     for (const char* folder :
          {"ANDROID_ROOT", "ANDROID_DATA", "ANDROID_ART_ROOT", "ANDROID_I18N_ROOT",
           "ANDROID_RUNTIME_ROOT", "ANDROID_TZDATA_ROOT"}) {
         setenv(folder, PIPELINE_RUNTIME "/root", 1);
     }
-    setenv("ANDROID_LOG_TAGS", "*:f", 0);  // it warns of what is as it is to be here
+    setenv("ANDROID_LOG_TAGS", "*:f", 0);  // otherwise it warns of things that are intended here
     const auto* given = static_cast<const JavaVMInitArgs*>(args);
     std::vector<JavaVMOption> options(given->options, given->options + given->nOptions);
     gPrint = nullptr;
@@ -52,7 +53,7 @@ extern "C" JNIEXPORT jint JNI_CreateJavaVM(JavaVM** vm, JNIEnv** env, void* args
             gPrint = reinterpret_cast<Print>(option.extraInfo);
         }
     }
-    // Nothing is compiled: neither the core library beforehand nor methods while they run.
+    // Nothing is compiled, neither the core library beforehand nor methods while they run.
     std::string more = "-Xbootclasspath:" PIPELINE_RUNTIME
                        "/boot.jar -Ximage:/none -Xnoimage-dex2oat -Xnorelocate -Xusejit:false ";
     const char* environment = getenv("JAVA_TOOL_OPTIONS");

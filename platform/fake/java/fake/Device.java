@@ -1,8 +1,8 @@
 package fake;
 
-/** Hands every call to the device model in force. */
+/** Passes every call to the current device model. */
 public final class Device {
-    /** Replaceable at any time. */
+    /** May be replaced at any time. */
     public static volatile DeviceModel model = (self, method, args) -> null;
 
     private Device() {}

@@ -1,6 +1,6 @@
 package fake;
 
-/** Loads native libraries; like an application's class, it is known to a child class loader only. */
+/** Loads native libraries. Only a child class loader knows it, as with an application's classes. */
 public final class Loader {
     private Loader() {}
 

@@ -7,13 +7,14 @@ import java.lang.reflect.Constructor;
 public final class Maker {
     private Maker() {}
 
-    /** arguments: of the constructor; those that are left out are 0, false or null. */
+    /** arguments: the first ones of the constructor; the others are 0, false or null. */
     public static <T> T make(Class<T> clazz, Object... arguments) {
         final Constructor<?> constructor = clazz.getDeclaredConstructors()[0];
         final Class<?>[] types = constructor.getParameterTypes();
         final Object[] all = new Object[types.length];
         for (int i = 0; i < all.length; ++i) {
-            all[i] = i < arguments.length ? arguments[i] : Array.get(Array.newInstance(types[i], 1), 0);
+            all[i] = i < arguments.length ? arguments[i]
+                    : Array.get(Array.newInstance(types[i], 1), 0);
         }
         constructor.setAccessible(true);
         try {

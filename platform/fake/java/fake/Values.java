@@ -3,19 +3,19 @@ package fake;
 import java.util.Arrays;
 import java.util.StringJoiner;
 
-/** An object of the platform that holds what its constructor was given. */
+/** An object of the platform that keeps the arguments of its constructor. */
 public abstract class Values {
     private String mNames;
     private Object[] mValues;
 
-    /** names: of the values, separated by commas. */
+    /** names: those of the values, separated by commas. */
     protected Values(String names, Object... values) {
         mNames = names;
         mValues = values;
         Device.call(this, "<init>", values);
     }
 
-    /** The last one of this name, without asking the device model; null when there is none. */
+    /** The last value with this name, without asking the device model; null when there is none. */
     public final Object value(String name) {
         final int index = Arrays.asList(mNames.split(", ")).lastIndexOf(name);
         return index < 0 ? null : mValues[index];
@@ -27,7 +27,7 @@ public abstract class Values {
         mValues[mValues.length - 1] = value;
     }
 
-    /** The value that a getter is named after; the device model may answer in its place, or throw. */
+    /** The value that the getter is named after, unless the device model answers or throws. */
     protected final int read(String getter) {
         final Object answer = Device.call(this, getter);
         final String name = Character.toLowerCase(getter.charAt(3)) + getter.substring(4);

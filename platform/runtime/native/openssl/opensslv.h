@@ -1,3 +1,3 @@
-// In place of OpenSSL's header: the core library only tells Java its version.
+// Replaces OpenSSL's header: the core library only reports this version to Java.
 
 #define OPENSSL_VERSION_TEXT "none"

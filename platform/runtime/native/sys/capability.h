@@ -1,4 +1,4 @@
-// In place of libcap's header, which Debian does not install with its C library.
+// Replaces libcap's header, which Debian does not install with its C library.
 
 #include <linux/capability.h>
 

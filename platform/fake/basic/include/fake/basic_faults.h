@@ -1,4 +1,4 @@
-// Of the fake basic services only: how many of each resource are live, and calls that fail on demand.
+// Only the fake basic services have this: counts of live resources, and calls that fail on demand.
 #ifndef FAKE_BASIC_FAULTS_H
 #define FAKE_BASIC_FAULTS_H
 
@@ -23,23 +23,24 @@ typedef enum {
 } fake_service_t;
 
 /*
- * Called at the start of every service call, on its caller's thread; its result is the code that the call
- * returns at once (x_mem_alloc: null), or 0. A failing handle_free, x_sema_unlock or x_sema_delete does
- * its work all the same. Null: none.
+ * Every service call calls the hook first, on its caller's thread. If the hook returns a code other
+ * than 0, the service call returns that code at once (x_mem_alloc: null). But handle_free,
+ * x_sema_unlock and x_sema_delete still do their work. With null there is no hook.
  */
 typedef int32_t (*fake_service_hook_fct)(fake_service_t service);
 void fake_set_service_hook(fake_service_hook_fct hook);
-/* As a code, for handle_get_type_obj and handle_get_obj: they report success, with type 0 and a null object. */
+/* A code for handle_get_type_obj and handle_get_obj: they report success with type 0 and a null
+ * object. */
 #define FAKE_ANSWER_EMPTY INT32_MIN
-/* As a code, for x_sema_unlock: it fails and does not release the semaphore. */
+/* A code for x_sema_unlock: it fails and does not release the semaphore. */
 #define FAKE_KEEP_TAKEN (INT32_MIN + 1)
 
-/* What is alive. */
+/* How many exist now. */
 unsigned fake_live_handles(void);
 unsigned fake_live_semaphores(void);
 unsigned fake_live_blocks(void);
 
-/* Calls of handle_free so far for what is no live handle, or whose callback did not return 1. */
+/* Calls of handle_free so far that named no live handle, or whose callback did not return 1. */
 unsigned fake_bad_frees(void);
 
 #ifdef __cplusplus

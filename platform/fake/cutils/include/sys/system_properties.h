@@ -1,4 +1,4 @@
-// The sizes that the platform's <cutils/properties.h> takes from a device's C library.
+// The platform's <cutils/properties.h> takes these sizes from a device's C library.
 #ifndef SYS_SYSTEM_PROPERTIES_H
 #define SYS_SYSTEM_PROPERTIES_H
 

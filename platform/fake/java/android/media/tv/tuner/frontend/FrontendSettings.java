@@ -4,10 +4,10 @@ import fake.Device;
 import fake.Values;
 
 /**
- * The platform's, as are the other classes of this package. The library makes and reads them on the
- * thread of the middleware's call, without a lock of its own; what a constructor or a getter throws
- * is printed and cleared, and C gets -1. When setEndFrequency throws, the object is used without an
- * end frequency, and nothing is printed.
+ * A fake of the platform's class, as are the other classes of this package. The library makes and
+ * reads the objects on the thread of the middleware's call, and holds no lock then. If a
+ * constructor or a getter throws, the exception is printed and cleared, and C gets -1. If
+ * setEndFrequency throws, the object is used without an end frequency, and nothing is printed.
  */
 public abstract class FrontendSettings extends Values {
     private final int mType;

@@ -3,16 +3,17 @@ package android.media.tv.tuner.frontend;
 import fake.Device;
 
 /**
- * Every value is the device model's; null is one that the frontend did not report. One whose getter
- * throws is 0 in C, and a list is left as it was.
+ * Every value comes from the device model; null means that the frontend did not report it. If a
+ * getter throws, C gets 0, and a list stays as it was.
  */
 public class FrontendStatus {
     private FrontendStatus() {}
 
     private Object reported(String getter) {
         final Object value = Device.call(this, getter);
-        if (value == null) { // The platform words it so: of isRfLocked alone the whole name.
-            throw new IllegalStateException(getter.replaceFirst("^(get|is(?!Rf))", "") + " status is empty");
+        if (value == null) { // The platform's text; only isRfLocked keeps its whole name.
+            throw new IllegalStateException(
+                    getter.replaceFirst("^(get|is(?!Rf))", "") + " status is empty");
         }
         return value;
     }
