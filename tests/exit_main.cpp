@@ -1,5 +1,5 @@
-// Ends the process in one of the ways of exit_test.cpp. The library is loaded after the virtual
-// machine, as on a device, and so ends before it.
+// Ends the process in one of the ways of exit_test.cpp. As on a device, the library is loaded after
+// the virtual machine, so it ends first.
 
 #include <dlfcn.h>
 
@@ -10,7 +10,7 @@ static void (*gReport)();
 
 int main(int, char** argv) {
     dlopen(TESTS_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
-    // Registered before the library is loaded: runs when the library has ended.
+    // Registered before the library is loaded, so it runs after the library has ended.
     atexit([] { gReport(); });
     void* test = dlopen(TESTS_EXIT_TEST, RTLD_NOW);
     if (test == nullptr) {

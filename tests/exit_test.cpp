@@ -1,6 +1,6 @@
-// The end of the process with tuners registered, and filters and callback threads open, in each way
-// that a process with a virtual machine can end; exit_main.cpp is the program. A way ends with a
-// status of its own.
+// Ends the process while tuners are registered and filters and callback threads are open, in each
+// way that a process with a virtual machine can end. exit_main.cpp is the program. Each way has its
+// own exit status.
 
 #include <chrono>
 #include <cstdio>
@@ -16,12 +16,12 @@ namespace {
 
 enum Status { kFailed = 1, kAfterVm = 41, kFromJava, kFromThread };
 
-// With a pipeline that is there until the end.
+// Its pipeline exists until the end.
 tests::Fixture newFixture() {
     return {(new tests::Pipeline())->handle()};
 }
 
-// Runs the functions of tuners, or those of filters and callback threads, until the process is gone.
+// Runs the functions of tuners, or those of filters and callback threads, until the process ends.
 [[noreturn]] void keepBusy(tests::Fixture fixture, bool ofTuner) {
     const tests::Intercepted intercepted;
     for (;;) {
@@ -54,12 +54,12 @@ extern "C" void reportEnd() {
         count += closed.find(std::to_string(pipeline)) != std::string::npos;
     }
     printf("tuners closed: %d\n", count);
-    // Threads that are still busy show here whether something that they use is gone.
+    // Gives threads that are still busy the time to crash if something that they use is gone.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 
-// Returns main's result, or does not return. In the ways "busy_..." middleware threads work
-// meanwhile, four on each pipeline.
+// Returns main's result, or does not return. In the ways "busy_...", middleware threads keep
+// working meanwhile, four on each of two pipelines.
 extern "C" int endProcess(const char* name) {
     tests::startInterceptedVm({tests::kSmallHeap, tests::kCheckJni});
     tests::loadInterceptedLibrary();
@@ -79,7 +79,7 @@ extern "C" int endProcess(const char* name) {
                 std::thread(keepBusy, fixture, ofTuner).detach();
             }
         }
-        // Java is slow at first; what is wrong at the end shows only between many calls.
+        // Java is slow at first. Faults at the end show only while calls are frequent.
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
     if (way.find("from_java") != std::string::npos) {
@@ -88,7 +88,7 @@ extern "C" int endProcess(const char* name) {
         std::thread(exit, kFromThread).join();
     }
     tests::vm()->DestroyJavaVM();
-    // The functions of a registered tuner fail without a virtual machine, and do not crash.
+    // Without a virtual machine, functions of a registered tuner fail; they do not crash.
     const bool refused = x_native_frontend_cancel_tuning(left.h_pipeline) == -1 &&
                          x_native_frontend_lnb_get_tone(left.h_pipeline) == 0;
     return refused ? kAfterVm : kFailed;

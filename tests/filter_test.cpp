@@ -54,8 +54,8 @@ class FilterTest : public tests::LibraryTest {
     }
 };
 
-// On this the tests rely, in what stands in for the middleware's service.
-TEST(SemaphoreTest, OnlyAHeldOneIsUnlocked) {
+// The other tests rely on this property of the fake.
+TEST(SemaphoreTest, UnlockFailsUnlessTheSemaphoreIsHeld) {
     uint32_t semaphore = 0;
     ASSERT_EQ(0, x_sema_create(&semaphore, X_SEMA_TYPE_BINARY_HELD, 0));
     EXPECT_EQ(0, x_sema_unlock(semaphore));
@@ -63,7 +63,7 @@ TEST(SemaphoreTest, OnlyAHeldOneIsUnlocked) {
     EXPECT_EQ(0, x_sema_delete(semaphore));
 }
 
-TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
+TEST_F(FilterTest, ReadCopiesWhatJavaGivesAndNeverMoreThanFits) {
     using Sizes = std::initializer_list<int64_t>;
     constexpr int64_t kMost = FLT_MAX_READ_SIZE;
     uint32_t h = 0;
@@ -75,7 +75,7 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
             SCOPED_TRACE(std::to_string(given) + " of " + std::to_string(size));
             const int64_t wanted = std::min(size, kMost);
             const bool isTaken = given >= 1 && given <= wanted;
-            // No longer than what is wanted, so that the sanitizers see an access beyond it.
+            // As long as the request and no longer, so that the sanitizers see an access beyond it.
             std::vector<int8_t> buffer(static_cast<size_t>(std::max<int64_t>(wanted, 1)));
             std::vector<int8_t> expected = buffer;
             for (size_t i = 0; isTaken && i < static_cast<size_t>(given); ++i) {
@@ -96,21 +96,21 @@ TEST_F(FilterTest, ReadCopiesWhatJavaHasWithinEveryBound) {
 }
 
 // The second delete begins while the first is about to free the handle.
-TEST_F(FilterTest, DeletesOfOneCallbackThreadThatMeetReleaseItOnce) {
+TEST_F(FilterTest, TwoDeletesOfOneCallbackThreadAtOnceReleaseItOnce) {
     uint32_t hthread = 0;
     EXPECT_EQ(0,
               callIntercepted([&] { return x_velmora_filter_create_callback_thread(&hthread); }));
     std::future<int> second;
     tests::atNext("handle_free", [&] {
         second = std::async(std::launch::async, deleteThread, hthread);
-        second.wait_for(std::chrono::milliseconds(200));  // in vain if it is kept out
+        second.wait_for(std::chrono::milliseconds(200));  // times out if a lock keeps it out
     });
     const int first = deleteThread(hthread);
     EXPECT_EQ(-1, first + second.get());
 }
 
-// A call that waits for a filter that is being opened, on as many threads; each gets 0 when the
-// filter served it, and -1 when not.
+// A call that waits for a filter that is being opened, on this number of threads. Each call returns
+// 0 if the filter served it, otherwise -1.
 struct Waiter {
     const char* name;
     int (*wait)(uint32_t hfilter);
@@ -121,7 +121,7 @@ const Waiter kWaiters[] = {{"operation", start, 1},
                            {"event", reportSection, 1},
                            {"two events", reportSection, 2}};
 
-// The handle that an open is about to issue.
+// The handle that the next open will issue.
 uint32_t nextHandle() {
     uint32_t probe = 0;
     handle_alloc(1, nullptr, nullptr, nullptr, &probe);
@@ -129,8 +129,8 @@ uint32_t nextHandle() {
     return probe + 1;
 }
 
-// Returns when one of the waiters has asked for the semaphore, and a second has had the time to ask
-// too.
+// Returns when one of the waiting threads has asked for the semaphore, and a second one has had
+// time to ask too.
 void startWaiting(const Waiter& waiter, uint32_t hfilter, std::vector<std::future<int>>* waiting) {
     std::atomic<bool> asked{false};
     tests::atNext("x_sema_lock", [&] { asked = true; });
@@ -143,8 +143,8 @@ void startWaiting(const Waiter& waiter, uint32_t hfilter, std::vector<std::futur
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
 }
 
-// The steps at which an open fails with its handle visible to others, and what it logs then; the
-// first succeeds.
+// The steps at which an open can fail while other threads can see its handle, and what it logs
+// then. The first one succeeds.
 struct Step {
     void (*prepare)();
     const char* line;
@@ -159,9 +159,9 @@ const Step kSteps[] = {
     {[] { tests::script("onOpenFilter", "3"); }, "nativeOpen fail: 3"},
 };
 
-// A call that waits for a filter that is being opened is served when the open ends well. Otherwise
-// it fails too, and nothing is freed twice, also when the semaphore cannot be released and only its
-// deletion wakes it.
+// A call that waits for a filter that is being opened is served if the open succeeds. If the open
+// fails, the call fails too, and nothing is freed twice. That holds even if the semaphore cannot be
+// released, so that only its deletion wakes the waiting thread.
 TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
     const auto openWith = [&](const Step& step, const Waiter& waiter, bool released) {
         SCOPED_TRACE(std::string(step.line) + ", " + waiter.name);
@@ -176,7 +176,7 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
         }
         tests::atNext(step.line, [&] { startWaiting(waiter, visible, &waiting); });
         tests::takeLog();
-        uint32_t h = 7;  // written in any case
+        uint32_t h = 7;  // open writes it in any case
         EXPECT_EQ(fails ? -1 : 0, open(&h));
         EXPECT_EQ(waiter.threads, waiting.size());
         for (std::future<int>& result : waiting) {
@@ -184,7 +184,7 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
         }
         EXPECT_EQ(fails ? 0 : visible, h);
         EXPECT_EQ(fails && !released, has(tests::takeLog(), "fail! return i4_rc"));
-        tests::recorded();  // nothing fails any more
+        tests::recorded();  // removes all faults
         close(h);
         EXPECT_EQ(-1, start(visible));
         EXPECT_EQ("", tests::changesSince(before));
@@ -197,9 +197,9 @@ TEST_F(FilterTest, WaitersOfAnOpenAreServedOrFailWithIt) {
     }
 }
 
-// An instance that is no address: only where pointers are narrower. What is behind it is never
-// looked at, and everything that is the record's is given back.
-TEST_F(FilterTest, InstanceThatIsNoAddressIsRefused) {
+// An instance value that is not an address exists only where pointers are narrower than the value.
+// The library never follows it, and still frees everything that belongs to the record.
+TEST_F(FilterTest, InstanceThatIsNotAnAddressIsRefused) {
     if (sizeof(void*) != 4) {
         GTEST_SKIP() << "every 64-bit value is an address here";
     }

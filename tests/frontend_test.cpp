@@ -1,5 +1,5 @@
-// Tuner frontends: the life of a tuner, and of scan and LNB events what a registration changes and
-// which lists are handed on.
+// Tuner frontends: the life of a tuner. Scan and LNB events: what a registration changes, and which
+// lists reach the middleware.
 
 #include "mw/frontend.h"
 
@@ -33,7 +33,7 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     const std::string handle = std::to_string(mPipeline->handle());
     const std::vector<std::string> expected = {
         "AtscFrontendSettings.<init>(0, 0)", "ZytTvInnerFrontend.onTune(AtscFrontendSettings)",
-        // A new tuner of the pipeline is another object.
+        // The pipeline's new tuner is another object.
         "ZytTvInnerFrontend.<init>(PipelineHandler)",
         "ZytTvInnerFrontend.onSetNativeHandle(" + handle + ")",
         "ZytTvInnerFrontend.onOpenFrontend()", "ZytTvInnerFrontend.onCloseFrontend()"};
@@ -41,11 +41,11 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     call(x_native_frontend_close_tuner);
 }
 
-constexpr uint32_t kNoPipeline = 99;  // of no frontend: events serve every pipeline
+constexpr uint32_t kNoPipeline = 99;  // has no frontend: scan and LNB events need none
 
-thread_local int gNews;  // on this thread
+thread_local int gNews;  // calls of operator new on this thread
 
-std::string gHeard;  // what the middleware was told last
+std::string gHeard;  // the last event that reached the middleware
 
 class EventsTest : public tests::LibraryTest {
   protected:
@@ -55,7 +55,7 @@ class EventsTest : public tests::LibraryTest {
         tests::registerCountingCallbacks(mPipeline->handle());
     }
 
-    // Reports a list with a length; empty when the event is refused.
+    // Reports a list with a length. Returns what reached the middleware, empty if nothing did.
     static std::string heard(Event event, jarray list, jint length) {
         gHeard.clear();
         const jint result = tests::report(event, kNoPipeline, {length}, list);
@@ -63,7 +63,7 @@ class EventsTest : public tests::LibraryTest {
         return gHeard;
     }
 
-    // tail: what follows the number of elements.
+    // tail: what follows the length in the heard text.
     template <typename Element>
     static void checkList(Event event, const std::string& tail, bool mayBeEmpty) {
         const std::string list = std::string(tests::methodOf(event)) + "(99, [10, 20], ";
@@ -80,7 +80,7 @@ class EventsTest : public tests::LibraryTest {
     }
 };
 
-TEST_F(EventsTest, ListsAreCutToTheirArrayAndBadOnesAreRefused) {
+TEST_F(EventsTest, ListLengthIsReducedToTheArrayAndBadListsAreRefused) {
     for (const Event event : {Event::kFrequencies, Event::kSymbolRates, Event::kPlpIds,
                               Event::kGroupIds, Event::kStreamIds}) {
         checkList<jint>(event, ", tag)", false);
@@ -88,7 +88,7 @@ TEST_F(EventsTest, ListsAreCutToTheirArrayAndBadOnesAreRefused) {
     checkList<jbyte>(Event::kDiseqc, ")", true);
 }
 
-TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
+TEST_F(EventsTest, RegistrationForAnUnknownPipelineChangesNothing) {
     EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(kNoPipeline, nullptr));
     EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(kNoPipeline, nullptr));
     EXPECT_EQ(0, tests::report(Event::kLnb, kNoPipeline, {1}));
@@ -97,7 +97,7 @@ TEST_F(EventsTest, RegistrationOfNoTunerChangesNothing) {
 }
 
 int gTags[2][1000];
-int gMixed;  // events whose callback was given a tag that is not among its own
+int gMixed;  // events whose callback got a tag of the other callback
 
 // Registers one of two callbacks, with each of its tags.
 template <int which>
@@ -113,7 +113,7 @@ void registerEach() {
     }
 }
 
-TEST_F(EventsTest, RegistrationsThatMeetAreKeptAndAnEventGetsCallbackAndTagOfOne) {
+TEST_F(EventsTest, EveryEventGetsCallbackAndTagOfOneRegistrationWhileOthersRegister) {
     std::atomic<bool> stop(false);
     std::atomic<int> news(0);
     const auto repeat = [&](void (*registering)()) {
@@ -131,12 +131,13 @@ TEST_F(EventsTest, RegistrationsThatMeetAreKeptAndAnEventGetsCallbackAndTagOfOne
     one.join();
     other.join();
     EXPECT_EQ(0, gMixed);
-    EXPECT_EQ(2000, news) << "each takes memory once, and is found again";
+    EXPECT_EQ(2000, news)
+        << "each registration takes memory once, and is found when it is repeated";
 }
 
 }  // namespace
 
-// Stands before everybody's, the library's too.
+// Replaces operator new of all libraries, including the one under test.
 void* operator new(size_t size) {
     ++gNews;
     if (void* memory = malloc(size))

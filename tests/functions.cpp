@@ -19,7 +19,7 @@ namespace {
 
 #define NAMED(function) #function, function
 
-constexpr int kBytesRead = 7;  // what onRead gives
+constexpr int kBytesRead = 7;  // what onRead returns
 
 using Call = std::function<int(Fixture&)>;
 
@@ -38,7 +38,7 @@ Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters..
     return ofTuner(name, [=](Fixture& fixture) { return call(fixture.h_pipeline, args...); });
 }
 
-// With any handles, or none.
+// For functions that need neither a tuner nor a filter, unless their steps make them.
 Function onFixture(const std::string& name, const Call& call, const Step& before = nothing,
                    const Step& after = nothing, bool takesHandle = false) {
     return {name, call, before, after, takesHandle};
@@ -61,8 +61,8 @@ Function fromJava(Function row) {
     return row;
 }
 
-// The native of an event. Those of the frontend's callback classes serve every pipeline.
-Function native(Event event) {
+// The native method of an event. Those of scan and LNB events serve every pipeline.
+Function nativeMethod(Event event) {
     const bool ofTuners = event < Event::kSection;
     const Call reports = [=](Fixture& fixture) {
         const LocalFrame frame;
@@ -121,11 +121,11 @@ int clearScanCallbacks() {
 
 int openFilter(Fixture& fixture) {
     FLT_EVT_CB_T evt = {31, 32, fixture.hthread};
-    fixture.hfilter = 1;  // shows whether it is written
+    fixture.hfilter = 1;  // shows whether open writes it
     return x_velmora_filter_open(fixture.h_pipeline, 1, 2, INT64_C(0x123456789a), &fixture.hfilter,
                                  &evt, &gTag);
 }
-// A pipeline's handle without an object.
+// Makes a pipeline's handle without an object.
 void allocNull(Fixture& fixture) {
     handle_alloc(HT_PIPELINE, nullptr, nullptr, nullptr, &fixture.hthread);
 }
@@ -167,7 +167,7 @@ void undoReferenced(Fixture& fixture) {
 
 std::vector<Function> makeRows() {
     static unsigned char message[] = {0xe0, 0x10, 0x38};
-    // Flags are handed on as booleans.
+    // Java gets the flags as booleans.
     static uint8_t patterns[] = "A pattern of 16.Its mask, of 16.The mode, of 16.";
     uint8_t* const mask = patterns + FLT_PATTERN_SIZE;
     uint8_t* const mode = mask + FLT_PATTERN_SIZE;
@@ -178,7 +178,7 @@ std::vector<Function> makeRows() {
         fromJava(onFixture("JNI_OnLoad", [](Fixture&) { return loadInterceptedLibrary(); })),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
-        // In place of another one.
+        // Replaces a tuner.
         onFixture("x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner),
         onFixture("x_native_frontend_close_tuner", closeTuner, requireTuner, nothing, true),
         ofTuner("x_native_frontend_tune", tune, MW_FE_TYPE_ATSC),
@@ -246,7 +246,7 @@ std::vector<Function> makeRows() {
         global(NAMED(subInnerFilterReference), 0).as("null"),
     };
     for (int event = 0; event <= static_cast<int>(Event::kFilterStatus); ++event) {
-        rows.push_back(native(static_cast<Event>(event)));
+        rows.push_back(nativeMethod(static_cast<Event>(event)));
     }
     return rows;
 }

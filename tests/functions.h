@@ -1,5 +1,5 @@
-// The functions and natives of the library as a table: each row is a call with what has to be there
-// before it. Tests, load and measurements run the rows.
+// The functions and native methods of the library as a table: each row is a call and what it needs
+// before. Tests, load and measurements run the rows.
 
 #ifndef TESTS_FUNCTIONS_H
 #define TESTS_FUNCTIONS_H
@@ -16,7 +16,8 @@
 
 namespace tests {
 
-// The handles that a row works on, and what its function fills; a failing one must leave that alone.
+// The handles that a row works on, and the output of its function. A failing function must not
+// write the output.
 struct Fixture {
     uint32_t h_pipeline = 0;
     uint32_t hfilter = 0;
@@ -25,26 +26,26 @@ struct Fixture {
     alignas(8) unsigned char output[FLT_MAX_READ_SIZE] = {};
 };
 using Step = std::function<void(Fixture&)>;
-// A filter that uses a callback thread; the filter's handle follows the thread's.
+// Makes a filter that uses a callback thread. The filter's handle is the thread's plus 1.
 void prepareFilter(Fixture& fixture);
 void undoFilter(Fixture& fixture);
 
 struct Function {
-    std::string name;  // in parentheses what tells rows of one function apart
+    std::string name;  // the function's, and in parentheses what distinguishes its rows
     std::function<int(Fixture&)> call;
     Step prepare;
     Step undo;
     bool takesHandle = false;
-    bool calledByJava = false;  // and so attached
-    bool written = true;        // in functions.txt; what the oracle says is not
-    bool refuses = false;       // its arguments, whatever else there is
+    bool calledByJava = false;  // so always on an attached thread
+    bool written = true;        // has a section in functions.txt; not where the oracle says all
+    bool refuses = false;       // refuses its arguments
 
-    // For GoogleTest, which prints the row that fails.
+    // GoogleTest prints a failing row with it.
     friend void PrintTo(const Function& row, std::ostream* out) { *out << row.name; }
     bool isLoad() const { return name == "JNI_OnLoad"; }
     bool ofTuner() const { return takesHandle && name.rfind("x_native_frontend_", 0) == 0; }
 
-    // With arguments that the function refuses.
+    // Marks the row's arguments as ones that the function refuses.
     Function refusing(const std::string& arguments) {
         name += " (" + arguments + ")";
         refuses = true;
@@ -60,10 +61,10 @@ struct Function {
     }
 };
 const std::vector<Function>& functions();
-// More arguments of some of them, which are worth measuring but do nothing else that could fail.
+// The same functions with other arguments, which are worth measuring but cannot fail differently.
 const std::vector<Function>& measuredOnly();
 
-// Lets Java answer as the rows need it: every method that returns a number returns the value.
+// Scripts the answers that the rows need. Java methods that return a number return the value.
 void scriptAnswers(int value);
 
 }  // namespace tests

@@ -1,7 +1,6 @@
-// Calls each function of the table in tests/functions.h plainly, and then with everything failing on
-// which it depends: every call that it makes, of JNI, of the invocation interface and of the
-// middleware's services, fails in turn, in each way in which it can. What is seen is compared with
-// docs/functions.txt.
+// Calls each function of the table in tests/functions.h plainly, and then with one fault at a time:
+// every call that it makes of JNI, of the invocation interface and of the middleware's services
+// fails in turn, in each way in which it can. The results are compared with docs/functions.txt.
 
 #include <android/log.h>
 #include <unistd.h>
@@ -32,26 +31,28 @@ using tests::Function;
 using tests::Lines;
 using tests::Point;
 
-constexpr int kJavaValue = 57;  // what Java's methods return: it stands out in the log
+constexpr int kJavaValue = 57;  // what Java methods return; easy to find in the log
 constexpr unsigned char kUntouched = 0xa5;
 
 #define WRITTEN PROJECT_FOLDER "/docs/functions.txt"
 #define SEEN BUILD_FOLDER "/functions.txt"
-constexpr char kRemedy[] = "When that is meant: cp " SEEN " " WRITTEN "\n";
-// Legend of the file.
+constexpr char kRemedy[] = "If the change is intended: cp " SEEN " " WRITTEN "\n";
+// The legend of the file.
 constexpr char kHead[] =
-    R"(# == FUNCTION: RESULT when nothing fails. Then, numbered, its log, its calls of Java, and the middleware's callbacks.
-# -- CAUSES: RESULT, and what comes of them. Numbers stand for the lines above. Causes that change nothing are left out.
+    R"(# == FUNCTION: RESULT when nothing fails. The numbered lines are its log, its calls of Java,
+#    and the calls of the middleware's callbacks.
+# -- CAUSES: RESULT with any of these causes, and the lines. A number stands for that line of the
+#    plain call. Causes that change nothing are left out.
 # 57 is what Java returns. "CALL #2" is the function's second such call.
-# "no environment": the virtual machine is not there yet, or gives the thread no environment.
-# "wrong handle": it is closed, or of something else.
+# "no environment": there is no virtual machine yet, or it gives the thread no environment.
+# "wrong handle": the handle is closed, or one of something else.
 
 )";
 
 // --- Running one function on a thread of its own ---
 
-// A run ends when the function returns, or when a fatal assertion fails. The process would be gone
-// then; here the thread stays in the assertion for good, with whatever it holds.
+// A run ends when the function returns or a fatal assertion fails. The assertion would end the
+// process. Here the thread stays in it for good, with everything that it holds.
 struct Attempt : tests::Outcome {
     bool exceptionLeft = false;
     std::vector<Point> calls;
@@ -60,7 +61,7 @@ thread_local std::promise<Attempt>* tAttempt;
 
 }  // namespace
 
-// In place of the platform's, which would end the process.
+// Replaces the platform's function, which would end the process.
 void __android_log_assert(const char* condition, const char*, const char* format, ...) {
     char text[256];
     va_list args;
@@ -81,7 +82,7 @@ void __android_log_assert(const char* condition, const char*, const char* format
 
 namespace {
 
-// call runs intercepted, on a thread that is attached or has never been.
+// Runs the call, intercepted, on a new thread that is attached or not.
 Attempt runOnThread(bool attached, const std::function<int()>& call) {
     std::promise<Attempt> promise;
     std::future<Attempt> run = promise.get_future();
@@ -89,7 +90,8 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
         tAttempt = &promise;
         void* env = nullptr;
         if (attached) {
-            // As a daemon: a thread that stays for good must not hold up the end of the process.
+            // As a daemon, because a thread that stays for good must not block the end of the
+            // process.
             tests::vm()->AttachCurrentThreadAsDaemon(&env, nullptr);
         }
         Attempt returned;
@@ -111,7 +113,7 @@ Attempt runOnThread(bool attached, const std::function<int()>& call) {
 bool isJava(const Point& call) {
     return call.call == "NewObjectA" || call.call.rfind("Call", 0) == 0;
 }
-// How functions.txt names the i'th call: a Java method by its name.
+// The name of the i'th call in functions.txt. A Java method has its own name.
 std::string nameOf(const std::vector<Point>& calls, size_t i) {
     const auto nameOf = [](const Point& call) {
         return isJava(call) && call.of != "<init>" ? call.of
@@ -124,7 +126,7 @@ std::string nameOf(const std::vector<Point>& calls, size_t i) {
     return before == 0 ? name : name + " #" + std::to_string(before + 1);
 }
 
-// Up to the failing call everything is as in the plain run.
+// Up to the failing call, the calls must be those of the plain run.
 void checkCalls(const Attempt& plain, size_t failing, const Attempt& failed) {
     ASSERT_LT(failing, failed.calls.size());
     for (size_t i = 0; i <= failing; ++i) {
@@ -133,7 +135,7 @@ void checkCalls(const Attempt& plain, size_t failing, const Attempt& failed) {
     }
 }
 
-// What a failing open has it gives back in this order.
+// A failing open must release what it has in this order.
 void checkGivenBack(const Attempt& failed, size_t failing) {
     const std::string order = "handle_free x_mem_free x_sema_unlock x_sema_delete";
     std::vector<size_t> steps;
@@ -146,9 +148,9 @@ void checkGivenBack(const Attempt& failed, size_t failing) {
     EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end()));
 }
 
-// The assertion that a missing class or method fails at load names the source of its side and, of a
-// method, the member that has its name, with that of its class where several classes have it.
-// Prefixes differ, so the first two letters are left out.
+// If a class or method is missing at load, an assertion fails. It must name the source of its side.
+// For a method it must also name the member with the method's name, and the class if several
+// classes have such a method. Prefixes differ, so the first two letters are not compared.
 void checkAssertion(const std::string& fatal, const std::string& clazz, const std::string& method) {
     const std::string name = method == "<init>"                   ? "constructor"
                              : method == "getExtendedModulations" ? "getModulationsExt"
@@ -169,15 +171,15 @@ void checkAssertion(const std::string& fatal, const std::string& clazz, const st
 
 // --- The test of one row ---
 
-int gFaults;                                   // tried
-std::map<std::string, std::string> gSections;  // of the rows that ran
+int gFaults;                                   // the faults tried so far
+std::map<std::string, std::string> gSections;  // those of the rows that ran
 
 std::string readFile(const char* path) {
     std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The section of docs/functions.txt; nothing when there is none.
+// The section in docs/functions.txt; empty when there is none.
 std::string writtenSection(const std::string& name) {
     static const std::string text = readFile(WRITTEN);
     const size_t before = text.find("\n== " + name + ": ");
@@ -187,7 +189,7 @@ std::string writtenSection(const std::string& name) {
 
 class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterface<Function> {
   protected:
-    // Writes the file as it should be: the sections of rows that did not run are as they were.
+    // Writes the file anew. Sections of rows that did not run are copied.
     static void TearDownTestSuite() {
         std::cout << "faults tried: " << gFaults << std::endl;
         std::string text = kHead;
@@ -199,7 +201,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         }
         std::ofstream(SEEN) << text;
         if (system("diff -u " WRITTEN " " SEEN) != 0) {
-            ADD_FAILURE() << "docs/functions.txt differs, as is shown above.\n" << kRemedy;
+            ADD_FAILURE() << "docs/functions.txt differs from what was seen, as shown above.\n"
+                          << kRemedy;
         }
     }
 
@@ -216,7 +219,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     }
 
     void TearDown() override {
-        mCounts = tests::resourceCounts();  // each run has been compared
+        mCounts = tests::resourceCounts();  // the counts of each run were already compared
         LibraryTest::TearDown();
     }
 
@@ -224,7 +227,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         tests::callIntercepted([&] { step(mFixture); });
     }
 
-    // What changes nothing is not noted.
+    // Notes an outcome that differs from the plain one.
     void note(const std::string& what, const char* way, bool attached, const Attempt& attempt) {
         const Attempt& plain = mPlain[attached];
         if (!attempt.fatal.empty() || attempt.result != plain.result ||
@@ -233,7 +236,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         }
     }
 
-    // The failing'th call, if one is given, fails.
+    // Runs the function. If failing is given, the call with that index fails.
     Attempt run(bool attached, std::optional<size_t> failing = {}, tests::Failure failure = {}) {
         tests::takeLog();
         tests::record();
@@ -247,7 +250,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             tests::addToLog("handle: " + std::to_string(mFixture.hfilter));
         }
         for (const Point& call : run.calls) {
-            // What Java gave for reading needs no copy back; the library's own arrays are written.
+            // Arrays that Java passed are only read, so nothing is copied back. The library's own
+            // are written.
             EXPECT_TRUE(call.call.rfind("Release", 0) != 0 ||
                         call.mode == (mFunction.calledByJava ? JNI_ABORT : 0));
         }
@@ -266,7 +270,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         return plain;
     }
 
-    // Holds each method of Java, while a second thread takes every mutex of the library.
+    // Stops in each Java method while a second thread takes every mutex of the library.
     void expectNoLockInJava() {
         for (const Point& javaCall : mPlain[true].calls) {
             if (!isJava(javaCall)) {
@@ -282,7 +286,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
                     x_velmora_filter_delete_callback_thread(0);
                 });
                 EXPECT_TRUE(other.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
-                    << "a lock of the library is held while Java runs " << javaCall.of;
+                    << "the library holds a lock while Java runs " << javaCall.of;
             });
             runOnThread(true, [this] { return mFunction.call(mFixture); });
             tests::recorded();
@@ -299,7 +303,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
                  {std::pair(tests::kFails, " fails"), std::pair(tests::kThrows, " throws"),
                   std::pair(tests::kEmpty, " gives nothing"),
                   std::pair(tests::kKeeps, " does not release")}) {
-                // A filter whose semaphore stays taken is lost, unless the semaphore goes next.
+                // A filter whose semaphore stays taken is lost, unless the semaphore is deleted
+                // next.
                 const bool isLost = failure == tests::kKeeps &&
                                     (i + 1 == calls.size() || calls[i + 1].call != "x_sema_delete");
                 if ((calls[i].ways & failure) == 0 || isLost) {
@@ -339,13 +344,13 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             checkGivenBack(failed, failing);
         }
         if (!fatal && !(throws && call.isNeglected)) {
-            // What is missing is told to the program that loads the library; elsewhere the log
-            // shows it.
+            // A load leaves the exception to the program that loads the library. All other
+            // functions describe it in the log.
             const bool load = mFunction.isLoad();
             const auto describes = [](const Point& p) { return p.call == "ExceptionDescribe"; };
             const auto& calls = failed.calls;
             EXPECT_EQ(throws && load, failed.exceptionLeft);
-            // A refused end frequency is no failure, and cleared in silence.
+            // A refused end frequency is not a failure, so its exception is only cleared.
             EXPECT_EQ(throws && !load && call.of != "setEndFrequency",
                       std::any_of(calls.begin(), calls.end(), describes));
         }
@@ -353,7 +358,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             EXPECT_EQ(sizeof(mFixture.output), std::count(std::begin(mFixture.output),
                                                           std::end(mFixture.output), kUntouched));
         }
-        // A plain call works: of a function that failed, with what it left.
+        // A plain call must still work. After a failure it uses what the failed call left.
         if (succeeded) {
             take(mFunction.undo);
         }
@@ -366,8 +371,9 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         return failed;
     }
 
-    // A load keeps its classes. A peer without an environment keeps its references, which is noted.
-    // What a thread holds that a fatal assertion would have ended is not looked at.
+    // A load keeps its classes. A peer without a Java environment keeps its references, which is
+    // noted. After a fatal assertion nothing is compared, because the thread still holds
+    // everything.
     void checkCounts(tests::ResourceCounts before, Attempt* attempt) {
         const int kept = tests::resourceCounts()[tests::kGlobalRefs] - before[tests::kGlobalRefs];
         before[tests::kGlobalRefs] += kept;
@@ -379,7 +385,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         }
     }
 
-    // There is no virtual machine before the load has ended.
+    // Until the load has ended, the library knows no virtual machine.
     void tryWithoutVm() {
         const tests::ResourceCounts before = tests::resourceCounts();
         take(mFunction.prepare);
@@ -393,7 +399,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         note("no virtual machine", "", true, attempt);
     }
 
-    // The cause is there already, or comes with the preparation.
+    // The caller has made the cause, or the preparation makes it.
     void tryWith(const std::string& cause) {
         take(mFunction.prepare);
         note(cause, "", true, run(true));
@@ -415,15 +421,15 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
 
     const Function mFunction = GetParam();
     Fixture mFixture;
-    Attempt mPlain[2];  // on a thread that is not attached, and on one that is
+    Attempt mPlain[2];  // [false]: on a thread that is not attached, [true]: on one that is
     tests::Section mSection;
 };
 
-TEST_P(FunctionsTest, DoesAndFailsAsIsWritten) {
+TEST_P(FunctionsTest, MatchesItsSection) {
     mPlain[true] = runPlain(true);
     expectNoLockInJava();
     if (HasFailure()) {
-        return;  // what follows may wait for the lock for ever
+        return;  // what follows could wait for the lock forever
     }
     mSection = tests::Section(mPlain[true]);
     tryFaults(true);

@@ -10,11 +10,11 @@ namespace {
 
 constexpr char kIndent[] = "\n   ";
 
-// The result and the lines. In place of those of the plain run stand their numbers, as in "1-3, 5".
+// The result and the lines. Numbers stand for lines of the plain run, as in "1-3, 5".
 std::string told(const Outcome& outcome, const Outcome& plain) {
     std::string text = outcome.fatal.empty() ? std::to_string(outcome.result) : "ends the process";
-    size_t next = 0;       // of the plain run's lines
-    bool counted = false;  // the line before stands there as a number
+    size_t next = 0;       // the plain run's next line
+    bool counted = false;  // the previous line was written as a number
     for (const std::string& line : outcome.lines) {
         const auto from = plain.lines.begin() + static_cast<ptrdiff_t>(next);
         const auto found = std::find(from, plain.lines.end(), line);
@@ -33,7 +33,7 @@ std::string told(const Outcome& outcome, const Outcome& plain) {
     return text + (outcome.fatal.empty() ? "\n" : kIndent + outcome.fatal + "\n");
 }
 
-// Names that stand for causes of which the same comes.
+// Replaces causes that all have the same outcome by one name.
 void shorten(Lines* causes) {
     const std::pair<const char*, Lines> kNames[] = {
         {"no environment",
@@ -97,7 +97,7 @@ std::string Section::text(const std::string& name) const {
         text += std::to_string(i + 1) + " " + mPlain.lines[i] + "\n";
     }
     struct Group {
-        std::string outcome, what;  // the latter of the last cause
+        std::string outcome, what;  // what: that of the last cause
         Lines causes;
     };
     std::vector<Group> groups;

@@ -1,4 +1,4 @@
-// The sections of docs/functions.txt: what a function does, and what comes of each cause.
+// The sections of docs/functions.txt: what a function does, and the outcome of each cause.
 
 #ifndef TESTS_FUNCTIONS_TXT_H
 #define TESTS_FUNCTIONS_TXT_H
@@ -13,17 +13,17 @@ using Lines = std::vector<std::string>;
 struct Outcome {
     int result = 0;
     Lines lines;
-    std::string fatal;  // what an assertion said that ends the process; empty: none failed
+    std::string fatal;  // the text of the fatal assertion that failed; empty: none did
 };
 
-// Without what differs from run to run: handles have names, addresses and the numbers of source lines
-// are gone, and the end of a line is seen.
+// Removes what differs from run to run: names replace handles and addresses, and the numbers of
+// source lines are left out. Line ends become visible.
 std::string normalized(const std::string& line, const Fixture& fixture);
 
 class Section {
   public:
     explicit Section(const Outcome& plain = {}) : mPlain(plain) {}
-    // What came of a cause, as "NewObjectA" and "fails", on a thread that is attached or was not.
+    // Adds the outcome of a cause, such as "NewObjectA" and "fails", on an attached thread or not.
     void note(const std::string& what, const std::string& way, bool attached,
               const Outcome& outcome);
     std::string text(const std::string& name) const;

@@ -1,5 +1,5 @@
-// Loading, in a process of its own where nothing was loaded before, and the log gate. How a load
-// fails is in functions.txt.
+// The load, in a process where the library was not loaded before, and the log gate. functions.txt
+// says how a load fails.
 
 #include <cutils/properties.h>
 #include <errno.h>
@@ -23,7 +23,7 @@ std::string dotted(std::string name) {
     return name;
 }
 
-// Of "name(II)V": "void name(int, int);". Adds the classes of the signature to those named.
+// For "name(II)V" returns "void name(int, int);". Adds the classes of the signature to named.
 std::string declaration(const std::string& member, Lines* named) {
     static const std::map<std::string, std::string> kPrimitives = {
         {"V", "void"}, {"Z", "boolean"}, {"B", "byte"},  {"C", "char"},  {"S", "short"},
@@ -49,7 +49,7 @@ std::string declaration(const std::string& member, Lines* named) {
     return text + ");";
 }
 
-// What a load looks up and registers, then the classes that only signatures name.
+// What a load looks up and registers, then the classes that appear only in signatures.
 Lines demandedBy(const std::vector<tests::Point>& load) {
     Lines lines;
     const auto add = [&](const std::string& line) {
@@ -73,7 +73,7 @@ Lines demandedBy(const std::vector<tests::Point>& load) {
     return lines;
 }
 
-// The same of java/keep.pro.
+// The same from java/keep.pro.
 Lines kept() {
     std::ifstream file(PROJECT_FOLDER "/java/keep.pro");
     static const std::regex kRule("-keep class ([^ ]+).*|    (.*)");
@@ -104,7 +104,7 @@ TEST_F(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
     EXPECT_EQ(nullptr, g_velmora_javaVM);
     tests::loadLibrary();
     EXPECT_EQ(tests::vm(), g_velmora_javaVM);
-    // A SIGINT is a log line, and leaves errno alone.
+    // SIGINT writes a log line and leaves errno alone.
     property_set("persist.vendor.zyt.broadcast.log.level", "E");
     tests::takeLog();
     errno = 1234;
@@ -125,10 +125,10 @@ TEST_F(LoadTest, DemandsOfJavaWhatTheKeepRulesList) {
             }
         }
     };
-    compare(demanded, listed, "lacks ");
-    compare(listed, demanded, "has, and the load does not ask for ");
+    compare(demanded, listed, "lacks: ");
+    compare(listed, demanded, "has what the load does not ask for: ");
     for (size_t i = 0; !HasFailure() && i < demanded.size(); ++i) {
-        EXPECT_EQ(demanded[i], listed[i]) << "java/keep.pro has another order than the load";
+        EXPECT_EQ(demanded[i], listed[i]) << "java/keep.pro has a different order than the load";
     }
 }
 
@@ -137,7 +137,7 @@ TEST(LogGateTest, FirstLetterOfThePropertyDecides) {
     const struct {
         const char* value;
         const char* fallback;
-        int lowest;  // gate level let through; 6: none
+        int lowest;  // the lowest level that passes the gate; 6: none
     } gates[] = {{"V", "", 1}, {"v", "", 1},    {"D", "", 2},  {"debug", "", 2},
                  {"i", "", 3}, {"W", "", 4},    {"E", "", 5},  {"error", "V", 5},
                  {"", "V", 1}, {"", "info", 3}, {"W", "V", 4}, {"?", "V", 6},
@@ -152,7 +152,7 @@ TEST(LogGateTest, FirstLetterOfThePropertyDecides) {
         EXPECT_EQ(1, __halvorin_log_is_loggable(0x7fffffff, kProperty));
     }
     EXPECT_EQ(0, __halvorin_log_is_loggable(5, nullptr));
-    // The fake takes from the environment a property's first value.
+    // The fake takes a property's first value from the environment.
     setenv("PROPERTY_start_level", "W", 1);
     EXPECT_EQ(1, __halvorin_log_is_loggable(4, "start.level"));
 }

@@ -1,3 +1,3 @@
-/* The headers of the middleware, as C11 and each by itself first; the records pin their own layout.
- */
+/* Compiles one of the middleware's headers alone, as C11. The headers check the layout of their
+ * records. */
 #include MW_HEADER

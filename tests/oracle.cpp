@@ -10,7 +10,7 @@
 
 #include "tests/support/fault_injection.h"
 
-// Declared once more, because the middleware's headers stay outside: a record is bytes here.
+// Declared again, because the middleware's headers are not used here: a record is bytes.
 extern "C" int x_native_frontend_require_tuner(uint32_t h_pipeline);
 extern "C" int x_native_frontend_close_tuner(uint32_t h_pipeline);
 extern "C" int x_native_frontend_tune(uint32_t h_pipeline, void* settings);
@@ -22,11 +22,11 @@ namespace oracle {
 
 namespace {
 
-// Delivery systems: what comes of settings before the object is made, and then. What stands in
-// braces is read from the record: a letter and an offset. I is 32 bits, J 64 bits, B a byte, K 32
-// bits times a thousand, which wraps, M 32 bits times a million, which is bounded. A + stands
-// behind offsets that lie 8 bytes further where pointers have 8 bytes, because they come after the
-// pointer to the code rate.
+// For each delivery system, the trace before the settings object is made, and the trace after that.
+// Braces mean a value of the record, by a letter and an offset. The letters are I for 32 bits, J
+// for 64 bits, B for a byte, K for 32 bits times a thousand, which wraps around, and M for 32 bits
+// times a million, which is limited to 32 bits. A + marks offsets after the pointer to the code
+// rate: they are 8 bytes larger where pointers have 8 bytes.
 const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
     {2,
      {"D [ATSC] mFrequency = {I56}, mModulation = {I0},\n",
@@ -75,11 +75,11 @@ const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
       "DtmbFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20})\n"}},
 };
 
-// A getter, what it returns (a letter as above, or L, a list), where that goes, and its name in the
-// log.
+// A getter, the type of its result (a letter as above, or L for a list), the offset of the field
+// that it fills, and the field's name in the log.
 using Getter = std::tuple<std::string, char, size_t, std::string>;
 
-// Of the settings in force, by delivery system; 0 is every one.
+// The getters of the settings in force, by delivery system; 0 means all systems.
 const std::multimap<int32_t, std::pair<const char*, Getter>> kReadbacks = {
     {0, {"FrontendSettings", {"getType", 'I', 64, "e_type"}}},
     {0, {"FrontendSettings", {"getFrequency", 'I', 56, "mFrequency"}}},
@@ -117,7 +117,7 @@ const std::map<int32_t, Getter> kStatusKinds = {
     {33, {"getRollOff", 'I', 200, "mRollOff"}},
 };
 
-// What is logged in the end, by entry: when the library itself failed, and of a result other than 0.
+// The last log lines, by entry: when the library itself failed, and when the result is not 0.
 constexpr const char* kFailures[][2] = {
     {"E tune, generate frontendsettings failed.\n", "tune, native tune fail: "},
     {"E scan, generate frontendsettings failed.\n", "scan, native scan fail: "},
@@ -129,18 +129,18 @@ constexpr size_t widthOf(char type) {
     return type == 'J' ? 8 : type == 'B' ? 1 : 4;
 }
 
-// What a table has in the record.
+// The bytes of the record to which a table points.
 uint8_t* in(Bytes& record, size_t offset, size_t width) {
     if (offset + width > record.size()) {
         fflush(stdout);
-        fprintf(stderr, "A table of tests/oracle.cpp has %zu bytes at offset %zu of %zu.\n", width,
-                offset, record.size());
+        fprintf(stderr, "A table of tests/oracle.cpp names %zu bytes at offset %zu of %zu.\n",
+                width, offset, record.size());
         _Exit(1);
     }
     return &record[offset];
 }
 
-// The text with values of the record for what stands in braces.
+// The text with the values of the record in place of the braces.
 std::string fill(std::string text, Bytes& record) {
     for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{')) {
         const size_t end = text.find('}');
@@ -168,7 +168,7 @@ std::string listOf(const std::vector<int32_t>& numbers) {
     return "[" + text + "]";
 }
 
-// What came of a call, with what the record was before and is after it.
+// The outcome of a call, from the record before and after it.
 std::string outcome(const std::string& trace, int result, const Bytes& before, const Bytes& after) {
     std::string text = trace + "result " + std::to_string(result) + "\n";
     for (size_t i = 0; i < after.size(); ++i) {
@@ -179,12 +179,12 @@ std::string outcome(const std::string& trace, int result, const Bytes& before, c
     return text;
 }
 
-// Says what must come of a call, and scripts Java to answer so. The parts return lines of the trace.
+// Says what a call must do, and scripts Java's answers for it. The parts return lines of the trace.
 struct Oracle {
     const Case& call;
     const Bytes& before;    // the record
-    Bytes record = before;  // afterwards
-    bool refused = true;    // a tune or scan is; the result of Java may be -1 too
+    Bytes record = before;  // the record afterwards
+    bool refused = true;    // the library refuses a tune or scan. Java's result may be -1 too
     int result = -1;
 
     std::string run() {
@@ -239,7 +239,7 @@ struct Oracle {
         std::string lines = "ZytTvInnerFrontend.onGetFrontendSetting()\n";
         for (const auto& [type, row] : kReadbacks) {
             if (type == 0 || type == call.javaInt) {
-                // Of the base class, which is abstract, there are no objects.
+                // The base class is abstract, so another class supplies the object.
                 tests::script("onGetFrontendSetting",
                               type == 0 ? "AtscFrontendSettings" : row.first);
                 lines += read(row.first, row.second, "D getFrontendSetting, ");
@@ -276,8 +276,8 @@ struct Oracle {
         return lines;
     }
 
-    // What a getter returns goes into the record and into the log. Of a list that is too long only
-    // the number of its elements is written, which comes behind the ten that have room.
+    // The getter's result goes into the record and into the log. If a list is too long, only its
+    // length is written, which follows the room for ten elements.
     std::string read(const std::string& clazz, const Getter& getter, const std::string& logged) {
         const auto& [method, type, offset, name] = getter;
         const std::string place = std::to_string(offset) + "}";
@@ -303,7 +303,7 @@ struct Oracle {
 
 Case caseFrom(Bytes bytes) {
     bytes.resize(sizeof(Case));
-    // CheckJNI lets only 0 and 1 through to Java. These are the booleans of settings and code rate.
+    // CheckJNI allows only 0 and 1. These are the booleans of settings and code rate.
     for (const size_t flag : {28U, 36U, 44U, 80U, 81U}) {
         bytes[flag] &= tests::kAndroidRuntime ? 1 : 255;
     }
@@ -332,7 +332,7 @@ std::pair<std::string, std::string> check(Case call) {
     }
     const auto* const bytes = reinterpret_cast<const uint8_t*>(&call);
     const Bytes before(bytes, bytes + 208);
-    // No more than the record, so that the sanitizers see an access beyond it.
+    // Exactly the record, so that the sanitizers see an access beyond it.
     Bytes record(bytes, bytes + (call.entry == kStatus ? 208 : 72));
 
     tests::resetModel();

@@ -1,5 +1,5 @@
-// The calls that carry records and bytes, compared with what the oracle says of them: each case that
-// matters once. The fuzzer makes the random ones.
+// Compares the calls that carry records with what the oracle says, once for each case that matters.
+// The fuzzer makes the random cases.
 
 #include "tests/oracle.h"
 
@@ -19,11 +19,12 @@ void expectRight(const Case& call) {
     if (expected != actual) {
         ADD_FAILURE() << kEntries[call.entry] << ", type " << call.type << ": "
                       << tests::firstDifference(expected, actual)
-                      << "What should be is said by the tables of tests/oracle.cpp.";
+                      << "The tables of tests/oracle.cpp say what is expected.";
     }
 }
 
-// No two bytes of its record are alike. The type is that in the record or, in a readback, from Java.
+// A case in whose record no two bytes are alike. The type is the record's or, in a readback,
+// Java's.
 Case caseOf(Entry entry, int32_t type, Pointer null = kNone) {
     Bytes bytes(offsetof(Case, answers));
     std::iota(bytes.begin(), bytes.end(), uint8_t{100});
@@ -44,8 +45,9 @@ TEST_F(OracleTest, SettingsOfEveryTypeAreTranslatedOrRefused) {
     }
 }
 
-// Java refuses an end frequency below 1.
-TEST_F(OracleTest, DvbsRefusesAFrequencyThatDoesNotFitButNoEndAndIsdbtAnAreaBelow0) {
+// DVB-S refuses a frequency that does not fit in Hz, but takes any end frequency. Java refuses one
+// below 1. ISDB-T refuses an area code below 0.
+TEST_F(OracleTest, FrequenciesAndAreaCodesAtTheirLimits) {
     for (const int32_t number : {1, 2147, 2148, -2147, -2148, -1, 0, INT32_MAX, INT32_MIN}) {
         for (const Entry entry : {kTune, kScan}) {
             Case call = caseOf(entry, kDvbs);
@@ -59,8 +61,8 @@ TEST_F(OracleTest, DvbsRefusesAFrequencyThatDoesNotFitButNoEndAndIsdbtAnAreaBelo
     }
 }
 
-TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachIsStoredInItsFieldAndNowhereElse) {
-    std::vector<int32_t> all(64);  // and those of the middleware's header, whatever they are
+TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachFillsOnlyItsField) {
+    std::vector<int32_t> all(64);  // all small kinds, and those of the middleware's header
     std::iota(all.begin(), all.end(), 0);
     Case call = caseOf(kStatus, 0);
     for (const int32_t kind : tests::statusKinds()) {
@@ -74,7 +76,7 @@ TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachIsStoredInItsFieldAndNowher
         const int32_t kinds[] = {kind, INT32_MIN + kind, 22, INT32_MAX - kind, 24};
         std::copy(std::begin(kinds), std::end(kinds), call.kinds);
         call.kindCount = 5;
-        call.listLength = static_cast<uint32_t>(kind) % 13;  // of 22 and 24
+        call.listLength = static_cast<uint32_t>(kind) % 13;  // for kinds 22 and 24
         expectRight(call);
     }
     std::iota(std::begin(call.kinds), std::end(call.kinds), 0);
@@ -87,7 +89,8 @@ TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachIsStoredInItsFieldAndNowher
     }
 }
 
-// The library hands it on as it is, which the other tests see on OpenJDK; CheckJNI ends the call.
+// The library passes the boolean on unchanged. The other tests see that on OpenJDK; CheckJNI ends
+// the call.
 TEST_F(OracleTest, CheckJniComplainsOfABooleanThatIsNeither0Nor1) {
     Case call = caseOf(kTune, 6);
     call.fields[36] = 2;

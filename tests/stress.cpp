@@ -1,14 +1,17 @@
-// Load: middleware threads call the functions of tests/functions.h at random, over few handles, while
-// Java threads report events for the same handles, for closed ones and for ones that never were.
+// The load: middleware threads call the functions of tests/functions.h at random, on few handles,
+// while Java threads report events for the same handles, for closed ones and for ones that never
+// existed.
 //
 //   stress [--seconds N] [--seed N] [--plant 1]
 //
-// What each thread does follows from the seed. Checked while running: every result is one that the
-// state of its handle allows (exactly one where only one thread may close it); every event of a
-// filter carries the values that were reported, and the tag and the record of the filter that was
-// opened with its handle; none comes that was reported after the close had returned; a Java object
-// gets no call before its open, after its close, or, a filter, while another runs. Checked at the
-// end: the resource counts.
+// The seed decides what each thread does. While it runs, it checks that
+//   - the state of the handle allows each result; where only one thread may close the handle, only
+//     one result is right;
+//   - every event of a filter has the reported values, and the tag and the record of that filter;
+//   - no event arrives that was reported after the close had returned;
+//   - no Java object gets a call before its open or after its close, and no filter gets one while
+//     another runs.
+// At the end it checks the resource counts.
 
 #include <signal.h>
 #include <unistd.h>
@@ -65,12 +68,12 @@ uint32_t pick(size_t choices) {
 
 // The tag of one opened filter.
 struct Opened {
-    uint32_t handle;  // written by the library; 0 when the open failed
+    uint32_t handle;  // the library writes it; 0 when the open failed
     FLT_EVT_CB_T evt;
     std::atomic<uint64_t> closedAt;
 };
-// A tag is used again only after so many opens that no event of its last filter can still come. The
-// first one is of no filter.
+// A tag is reused only after so many opens that no event of its last filter can still arrive. The
+// first tag belongs to no filter.
 Opened gTags[1 << 17];
 std::atomic<uint32_t> gOpens{1};
 std::atomic<uint64_t> gClock{1};
@@ -100,13 +103,14 @@ bool closeFilter(Opened* opened) {
 
 // --- Functions and events ---
 
-// What the calling thread runs: since when, on what, and what the callback of an event was told, as
-// a number like those of StressModel. The callback runs on the thread that reports the event.
+// What the calling thread runs: since when, on which handles, and what an event's callback
+// received, as a number like those of StressModel. The callback runs on the thread that reports the
+// event.
 thread_local uint64_t tSince;
 thread_local const Fixture* tFixture;
 thread_local int tTold;
 
-// Returns the result without what shows the handle.
+// Returns the result without the part that shows the handle.
 int run(const tests::Function& function, Fixture* fixture) {
     tSince = ++gClock;
     tFixture = fixture;
@@ -116,13 +120,13 @@ int run(const tests::Function& function, Fixture* fixture) {
     return result > 0 ? result - static_cast<int>(handle % 8) : result;
 }
 
-// What comes of a function.
+// The results of a function.
 struct Row {
     const tests::Function* function;
     int result;
-    int failure;  // of a handle that is not open
+    int failure;  // with a handle that is not open
 };
-// Of tuners, and of filters.
+// [0]: those of tuners, [1]: those of filters.
 std::vector<Row> gCalls[2];
 std::vector<Row> gReports[2];
 
@@ -131,8 +135,8 @@ bool hasAny(const std::string& name, std::initializer_list<const char*> words) {
                        [&](const char* word) { return name.find(word) != std::string::npos; });
 }
 
-// Runs each row alone and keeps what comes of it. Left out are the functions that open and close,
-// which the threads call themselves, and those that would take the events' callbacks away.
+// Runs each row alone and keeps its results. Functions that open and close are left out, because
+// the threads call them directly. So are functions that would remove the events' callbacks.
 void learn(uint32_t h_pipeline) {
     const tests::Intercepted intercepted;
     x_native_frontend_require_tuner(h_pipeline);
@@ -155,7 +159,7 @@ void learn(uint32_t h_pipeline) {
 enum class Are { kOpen, kClosed, kShared };
 
 void runAny(const std::vector<Row>* rows, Fixture* fixture, Are handles) {
-    // Mostly of filters: their calls and events are what waits for each other.
+    // Mostly those of filters, because their calls and events wait for each other.
     const std::vector<Row>& some = rows[pick(4) != 0];
     const Row& row = some[pick(some.size())];
     const int result = run(*row.function, fixture);
@@ -171,7 +175,7 @@ void onEvent(uint32_t hfilter, const FLT_EVT_CB_T& evt, const FLT_EVT_DATA_T& da
     check(memcmp(&evt, &opened.evt, sizeof(evt)) == 0, "event record of ", hfilter);
     const uint64_t closedAt = opened.closedAt;
     check(closedAt == 0 || tSince < closedAt, "event after the close of ", hfilter);
-    // A fault of this program, where it uses the library: a race, in which memory is lost.
+    // A planted fault, in this program and not in the library: a race that loses memory.
     if (gPlant != 0) {
         gPlanted = new char[16];
     }
@@ -193,14 +197,14 @@ void onStatus(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, int32_t status, void* pv_t
 
 // --- Threads ---
 
-// What all threads share. The filter is the latest opened here, perhaps closed by now.
+// What all threads share. The filter is the last one opened here; it may be closed by now.
 struct Place {
     tests::Pipeline pipeline;
     std::atomic<Opened*> filter{gTags};
     Fixture fixture() const { return {pipeline.handle(), filter.load()->handle}; }
 };
 
-// Opens and closes a tuner and a filter of its own. Between that it works them and the shared ones.
+// Opens and closes a tuner and a filter of its own. In between it uses them and the shared ones.
 void middlewareThread(Place* places, uint32_t h_pipeline) {
     const tests::Intercepted intercepted;
     while (!gStop) {
@@ -233,8 +237,8 @@ void middlewareThread(Place* places, uint32_t h_pipeline) {
 void javaThread(const Place* places) {
     for (; !gStop; ++gEvents) {
         Fixture fixture = places[pick(kPlaces)].fixture();
-        // Half of them for a handle nearby: of a thread's own filter, of one that is just being
-        // opened, of a closed one, of none.
+        // Half of them for a handle nearby: that of a thread's own filter, of one that is just
+        // being opened, of a closed one, or of none.
         fixture.hfilter += pick(2) == 0 ? pick(8) - 4 : 0;
         runAny(gReports, &fixture, Are::kShared);
     }
@@ -248,7 +252,7 @@ void runThreads(Place* places, const tests::Pipeline* own) {
         threads.emplace_back([=] {
             tRandom.seed(gSeed * 1000 + i);
             const bool isJava = i >= kMiddlewareThreads;
-            // Another component of the device may have attached one of the middleware's for life.
+            // On a device, a middleware thread may be attached for its whole life. Here one is.
             const auto attached = isJava || i == 0 ? std::make_unique<tests::Attached>() : nullptr;
             isJava ? javaThread(places) : middlewareThread(places, own[i].handle());
         });

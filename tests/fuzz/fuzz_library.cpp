@@ -1,5 +1,5 @@
-// The oracle's cases, from the bytes that a fuzzer finds. To run one again that it found:
-// build/fuzz/bin/fuzz_library -handle_segv=0 FILE
+// Runs the oracle's cases that a fuzzer makes from bytes. To run a file again that the fuzzer
+// wrote: build/fuzz/bin/fuzz_library -handle_segv=0 FILE
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 #include "tests/oracle.h"
 #include "tests/support/fault_injection.h"
 
-// The error stream, also when the fuzzer has closed it for everybody else.
+// The error stream. It stays open when the fuzzer closes the standard one.
 static const int gReport = dup(STDERR_FILENO);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

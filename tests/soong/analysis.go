@@ -1,5 +1,5 @@
-// analysis LIST: Soong's analysis of the Blueprint files that LIST names, with its module types for C and C++. The
-// device is described in out/soong.variables, and what would be built comes to out/build.ninja.
+// analysis LIST: runs Soong's analysis of the Blueprint files that LIST names, with its module types for C and C++.
+// out/soong.variables describes the device. The commands that would be run go to out/build.ninja.
 package main
 
 import (

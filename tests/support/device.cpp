@@ -24,7 +24,7 @@ constexpr Native kNatives[] = {
 #define EVENT_NATIVE(event, method, signature) {method, signature},
     EVENTS(EVENT_NATIVE)};
 
-// The Java objects that report events, in the order of their events.
+// The Java objects that report events, in the order of the events.
 struct Reporter {
     const char* of;
     jobject object;
@@ -40,7 +40,7 @@ std::string told(void* tag) {
 }
 template <typename Element>
 std::string told(const Element* list, size_t count = 2) {
-    std::string text = "[" + told(list[0]);  // what is listened to has two elements at least
+    std::string text = "[" + told(list[0]);  // lists that are heard have two elements or more
     for (size_t i = 1; i < count; ++i) {
         text += ", " + told(list[i]);
     }
@@ -61,7 +61,7 @@ Result on(uint32_t handle, Args... args) {
         ((text += ", " + told(args)), ...);
         gListener(text + ")");
     }
-    return static_cast<Result>(77);  // must not reach Java
+    return static_cast<Result>(77);  // a result that must not reach Java
 }
 
 }  // namespace
@@ -109,7 +109,7 @@ void registerCountingCallbacks(uint32_t h_pipeline, bool registers) {
     scan.pf_dvbt_standard_nfy = on<Event::kDvbtStandard>;
     scan.pf_hierarchy_nfy = on<Event::kHierarchy>;
     scan.pv_tag = &gTag;
-    // The callback of an event, or none.
+    // Gives the callback, or null.
     const auto of = [=](auto callback) { return registers ? callback : nullptr; };
     x_native_frontend_register_scan_callback(of(&scan));
     x_velmora_filter_register_section_callback(of(flt_section_nfy_fct(on<Event::kSection>)));
@@ -156,7 +156,8 @@ void script(const std::string& method, const std::string& does) {
                toJava(method), toJava(does));
 }
 
-// The first also makes what reports events: a class cannot be loaded while its thread is intercepted.
+// The first pipeline also makes the objects that report events, because an intercepted thread
+// cannot load their classes.
 Pipeline::Pipeline() {
     const LocalFrame frame;
     const std::string services = "com.halvorin.tv.velmora.services.";

@@ -1,5 +1,5 @@
-// What is around the library on a device: pipelines, the framework's objects with the scripted model
-// behind them, and the events that they report.
+// What surrounds the library on a device: pipelines, the framework's objects with the scripted
+// model behind them, and the events that they report.
 
 #ifndef TESTS_DEVICE_H
 #define TESTS_DEVICE_H
@@ -10,8 +10,8 @@ namespace tests {
 
 // --- Events, as Java reports them: name, and native method ---
 
-// The methods from kLnb on are of the LNB callback, from kSection on of the filter callback, and
-// those before of the scan callback.
+// Events from kSection on belong to the filter callback, those from kLnb on before it to the LNB
+// callback, and all others to the scan callback.
 #define EVENTS(EVENT)                                               \
     EVENT(kLocked, "notifyScanOnLocked", "(I)I")                    \
     EVENT(kStopped, "notifyScanOnScanStopped", "(I)I")              \
@@ -37,38 +37,38 @@ enum class Event {
 #undef EVENT_NAME
 };
 
-// Calls the event's Java method on the calling thread, which is attached. The list is an array, for
-// kFrequencies to kStreamIds and kDiseqc. The numbers are, for these, the length to report; for
-// kSection four values; for every other but kLocked and kStopped one. Returns the method's result,
-// 0 when it has none.
+// Calls the event's Java method on the calling thread, which must be attached. kFrequencies to
+// kStreamIds and kDiseqc need a list, with the length to report as the only number. kSection needs
+// four numbers, kLocked and kStopped none, all others one. Returns the method's result, or 0 when
+// it has none.
 jint reportEvent(Event event, uint32_t handle, const std::vector<jint>& numbers, jarray list);
 const char* methodOf(Event event);
 
-// Registers a callback of its own for every event, or takes all back. They count the events and, if
-// there is a listener, tell it each as "method(handle, value...)". The pipeline must not be
-// registered.
+// Registers a callback for every event, or removes all of them. The callbacks count the events and
+// pass each to the listener, if there is one, as "method(handle, value...)". The pipeline must not
+// have a tuner.
 void registerCountingCallbacks(uint32_t h_pipeline, bool registers = true);
-int takeHeard();  // events that reached them on the calling thread since the last time
+int takeHeard();  // events that reached the callbacks on the calling thread since the last time
 extern void (*gListener)(const std::string& event);
 extern int gTag;  // its address is the tag of these registrations
 
-// --- What only the headers and the library's own sources tell ---
+// --- Facts that only the headers and the library's own sources know ---
 
-// The status kinds of the middleware's header, in its order.
+// The status kinds in the middleware's header, in its order.
 std::vector<int32_t> statusKinds();
-// Of an open filter, from the record that the library keeps with the handle service: the address of
-// its object.
+// The address of an open filter's object, in the record that the library keeps with the handle
+// service.
 int64_t& instanceOf(uint32_t hfilter);
 
 // --- The scripted device model, see tests.ScriptedModel ---
 
-// Puts it in force; it then answers nothing and remembers nothing.
+// Makes it the current model, without answers. Closed tuners are still remembered.
 void resetModel();
-// What a method does: returns "nothing", a number, "true" or "[1, 2]", or an object of a class of the
-// tuner's package, whose members are 0; or "throws".
+// Sets what a method does. It returns "nothing", a number, "true", "false", "[1, 2]", or an object
+// of a class of the tuner's package, whose members are 0. With "throws" it throws.
 void script(const std::string& method, const std::string& does);
 
-// A pipeline as another component of the device makes it.
+// A pipeline, made as another component of the device makes it.
 class Pipeline {
   public:
     Pipeline();

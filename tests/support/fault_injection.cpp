@@ -18,10 +18,10 @@ namespace {
 enum Counter { kNoCount, kGlobals, kLocals, kElements, kAttachments, kCounters };
 std::array<std::atomic<int>, kCounters> gCounts;
 
-// Every call that the library makes, each named as the function is: JNI functions with their ways
-// to fail, whether Java runs in them, and the count that they change; then the invocation interface
-// and, in the order of fake_service_t, the services. IsSameObject and the array regions never fail:
-// the library sets whole arrays.
+// Every call that the library makes, by the function's name. First come the JNI functions, each
+// with its ways to fail, whether Java runs in it, and the count that it changes. Then come the
+// invocation interface and, in the order of fake_service_t, the services. IsSameObject and the
+// array regions never fail, because the library sets whole arrays.
 #define CALLS(JNI, OTHER)                                            \
     JNI(FindClass, kFails | kThrows, true, kLocals, 1)               \
     JNI(GetMethodID, kFails | kThrows, true, kNoCount, 0)            \
@@ -68,7 +68,7 @@ enum class Call {
     CALLS(CALL_NAME, CALL_NAME)
 };
 
-// Never destroyed, as what follows: threads may still call at the end of the process.
+// Never destroyed, like the state below: threads may still call at the end of the process.
 struct CallTraits {
     const char* name;
     int ways;
@@ -87,13 +87,13 @@ const CallTraits& traits(Call call) {
 
 JNINativeInterface_ gInterceptingTable;
 thread_local bool tIntercepting;
-thread_local std::string tLastClass;  // that the library looked up
-thread_local jmethodID tLastMethod;   // that it called
+thread_local std::string tLastClass;  // the last class that the library looked up
+thread_local jmethodID tLastMethod;   // the last method that it called
 
 // Which call fails, and how.
 struct Fault {
     std::string call;  // empty: any
-    size_t left;       // such calls until it fails, itself included
+    size_t left;       // the number of such calls until one fails, including that one
     Failure failure;
 };
 
@@ -105,8 +105,8 @@ struct JavaMethod {
 };
 
 struct State {
-    std::atomic<bool> noting{false};  // any of what follows is in force
-    std::mutex lock;                  // of what follows
+    std::atomic<bool> noting{false};  // a recording runs, or there are faults
+    std::mutex lock;                  // protects what follows
     bool recording = false;
     std::vector<Point> points;
     std::vector<Fault> faults;
@@ -114,7 +114,7 @@ struct State {
 };
 State& gState = *new State();
 
-// Lets the calling thread see the function table that it is to see.
+// Gives the calling thread the function table that it must see.
 void setTable() {
     void* env = nullptr;
     if (vm()->GetEnv(&env, JNI_VERSION_1_4) == JNI_OK) {
@@ -129,15 +129,15 @@ JavaMethod methodOf(jmethodID id) {
 
 // What a JNI call is about, from its arguments.
 struct Subject {
-    const char* text = nullptr;       // the name that is looked up or registered
-    const char* signature = nullptr;  // of what is looked up
+    const char* text = nullptr;       // the name that the call looks up or registers
+    const char* signature = nullptr;  // that of the name
     const JNINativeMethod* natives = nullptr;
-    jmethodID method = nullptr;         // the Java method that is called
-    const jvalue* arguments = nullptr;  // of it
+    jmethodID method = nullptr;         // the Java method that the call calls
+    const jvalue* arguments = nullptr;  // those of the Java method
     jobject object = nullptr;
-    jint mode = 0;  // of a release; how many natives there are
+    jint mode = 0;  // the mode of a release, or the number of native methods
 
-    // What the virtual machine complains of until here is about the method called before.
+    // Until here, complaints of the virtual machine are about the method that was called before.
     ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
 
     void take(const char* argument) { (text == nullptr ? text : signature) = argument; }
@@ -167,13 +167,13 @@ struct Subject {
     }
 };
 
-// type: where the arguments' types stand in a signature.
+// type: points to the arguments' types in a signature.
 std::string textOf(const char* type, const jvalue* argument) {
     std::string text;
     for (const char* comma = ""; *type != ')'; comma = ", ", ++argument) {
         text += comma;
         if (strchr("ZIJ", *type) != nullptr) {
-            // Of a boolean the byte itself; Java would see true for every one but 0.
+            // A boolean appears as its byte. Java would see true for every byte except 0.
             text += std::to_string(*type == 'Z'   ? argument->z
                                    : *type == 'I' ? argument->i
                                                   : argument->j);
@@ -186,7 +186,7 @@ std::string textOf(const char* type, const jvalue* argument) {
     return text;
 }
 
-// How this call is to fail; a Java exception is then pending if that is how.
+// How this call must fail, if it must. With kThrows, a Java exception is pending afterwards.
 std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject& subject = {}) {
     if (!tIntercepting || !gState.noting) {
         return std::nullopt;
@@ -231,7 +231,7 @@ void account(Call call) {
     gCounts[traits(call).count] += traits(call).change;
 }
 
-// What a call that succeeded is known by later.
+// Remembers the result of a successful call.
 void learn(const Subject& subject, jclass) {
     tLastClass = subject.name();
 }
@@ -274,13 +274,13 @@ struct Hook<member, call> {
     }
 
     static Result JNICALL callReal(JNIEnv* env, Args... args) {
-        // What Java does in there is not the library's.
+        // Calls that Java makes in there are not calls of the library.
         const Intercepted intercepted(!traits(call).entersJava);
         return (realJni().*member)(env, args...);
     }
 };
 
-// What is not in the list stays null.
+// A function that is not in the list stays null.
 void fillTable() {
 #define HOOK(name, ...) gInterceptingTable.name = Hook<&JNINativeInterface_::name, Call::name>::run;
 #define NO_HOOK(...)
@@ -291,7 +291,7 @@ void fillTable() {
 
 thread_local bool tAttachedBefore;
 
-// How a call that asks for the environment is to fail.
+// How a call that asks for the environment must fail, if it must.
 std::optional<jint> failing(Call call, void** env) {
     const std::optional<Failure> failure = intercept(call);
     if (failure) {
@@ -327,7 +327,8 @@ jint JNICALL detachHook(JavaVM*) {
         intercept(Call::DetachCurrentThread, static_cast<JNIEnv*>(env));
     --gCounts[kAttachments];
     const Intercepted notIntercepted(false);
-    // A thread that was attached before GetEnv was made to fail stays so: others rely on it.
+    // If the thread was attached before GetEnv was made to fail, it stays attached: its owner
+    // relies on it.
     const jint result = tAttachedBefore ? JNI_OK : vm()->DetachCurrentThread();
     return failure ? JNI_ERR : result;
 }
@@ -343,7 +344,7 @@ int32_t serviceHook(fake_service_t service) {
                                : kServiceError;
 }
 
-// It is about an exception, and comes after a neglected method.
+// The complaint is about an exception, and follows a call of a neglected method.
 bool toleratesComplaint(const std::string& complaint) {
     const std::lock_guard<std::mutex> lock(gState.lock);
     return complaint.find("exception") != std::string::npos && methodOf(tLastMethod).isNeglected();
@@ -373,7 +374,7 @@ jint loadInterceptedLibrary() {
     table.AttachCurrentThread = attachHook;
     table.DetachCurrentThread = detachHook;
     static JavaVM_ intercepting = {&table};
-    const Intercepted notIntercepted(false);  // on the way to the entry
+    const Intercepted notIntercepted(false);  // until the entry runs
     return callFromJava(
         [] { return callIntercepted([] { return JNI_OnLoad(&intercepting, nullptr); }); });
 }

@@ -1,7 +1,7 @@
-// Fault injection: the calls that the library makes of the virtual machine and of the middleware's
-// services are intercepted, counted, and made to fail on demand. An intercepted thread sees a
-// function table of its own. A JNI function that is not in the list of fault_injection.cpp is null
-// there, so that its call ends the process: none is missed.
+// Fault injection intercepts the calls that the library makes of the virtual machine and of the
+// middleware's services, counts them, and lets them fail on demand. An intercepted thread has its
+// own JNI function table. A JNI function that is not in the list of fault_injection.cpp is null
+// there: a call of it ends the process, so none goes unnoticed.
 
 #ifndef TESTS_FAULT_INJECTION_H
 #define TESTS_FAULT_INJECTION_H
@@ -16,9 +16,9 @@
 
 namespace tests {
 
-// --- Whose calls are intercepted ---
+// --- Interception ---
 
-// Those of the calling thread.
+// While it exists, the calls of the calling thread are intercepted; with false they are not.
 class Intercepted {
   public:
     explicit Intercepted(bool intercepting = true);
@@ -36,61 +36,61 @@ auto callIntercepted(const Function& function) {
     return function();
 }
 
-// As reportEvent, intercepted.
+// Like reportEvent, but intercepted.
 inline jint report(Event event, uint32_t handle, const std::vector<jint>& numbers,
                    jarray list = nullptr) {
     return callIntercepted([&] { return reportEvent(event, handle, numbers, list); });
 }
 
-// Starts the virtual machine so that calls can be intercepted, and keeps the log.
+// Starts the virtual machine, prepares interception, and keeps the log.
 void startInterceptedVm(const std::vector<std::string>& options);
-// Calls the library's load entry, intercepted, below a Java method; returns its result.
+// Calls the library's load entry, intercepted, below a Java method. Returns its result.
 jint loadInterceptedLibrary();
 
 // --- Calls that fail ---
 
-// A call's ways to fail are some of these.
+// The ways to fail. A call has some of them.
 enum Failure {
-    kFails = 1,   // null, or an error code. A failing detach, handle_free, x_sema_unlock or
-                  // x_sema_delete does its work all the same
+    kFails = 1,   // returns null or an error code. A detach, handle_free, x_sema_unlock and
+                  // x_sema_delete still do their work
     kThrows = 2,  // the same, with a Java exception pending
     kEmpty = 4,   // reports success, but has no result
-    kKeeps = 8,   // of x_sema_unlock: an error code, and the semaphore is not released
+    kKeeps = 8,   // only x_sema_unlock: returns an error code and does not release the semaphore
 };
 constexpr int kServiceError = -17;  // what a failing service returns
 
-// The nth such call from now on (1: the next) on an intercepted thread fails, once. Without a name
-// every call counts; with one that is not in the list of fault_injection.cpp nothing ever fails.
+// The nth such call from now on (1: the next) on an intercepted thread fails, once. An empty name
+// means any call. A name that is not in the list of fault_injection.cpp never fails.
 void failCall(const std::string& call, size_t nth, Failure failure);
 
-// A recording keeps the intercepted calls, in order when one thread makes them. Those of Java it also
-// writes to the log, as "Class.method(arguments)" with the class that the method was looked up in;
-// those that are made to fail too.
+// A recording keeps the intercepted calls, in their order if one thread makes them. It also adds
+// the calls of Java methods to the log, as "Class.method(arguments)", even those that fail. The
+// class is the one in which the method was looked up.
 struct Point {
     std::string call;
     std::string of;  // the Java method that is called, or the name that is looked up or registered
-    // The same, whole: "a/b/Class", "name(signature)"; of a registration every native.
+    // The same in full: "a/b/Class", "name(signature)". For a registration, every native method.
     std::vector<std::string> whole;
-    jint mode;  // of a release of array elements
-    int ways;   // in which it can fail
-    // A method of a filter, whose exceptions the filter side neither tests nor clears: such an
-    // exception is pending while the function goes on and when it returns. What the virtual machine
-    // complains of after such a call is tolerated.
+    jint mode;  // that of a release of array elements
+    int ways;   // the ways in which it can fail
+    // Calls a method of a filter. The library neither checks for its exception nor clears it, so
+    // the exception is pending while the function goes on and when it returns. Complaints of the
+    // virtual machine about it are tolerated.
     bool isNeglected;
 };
 void record();
-std::vector<Point> recorded();  // ends the recording; and no call is made to fail any more
+std::vector<Point> recorded();  // ends the recording and removes all faults
 
 // --- What the library holds ---
 
-// By name, counted only on intercepted threads: references, "elements" (arrays whose elements are
-// held), attachments, and what the services gave out. "bad frees" are those so far, see
-// fake_bad_frees.
+// Counts by name. References and "elements" (arrays whose elements are held) are counted only on
+// intercepted threads, attachments only those that the library made. Handles, semaphores, blocks
+// and peers are all that exist. "bad frees" are those so far, see fake_bad_frees.
 using ResourceCounts = std::map<std::string, int>;
 constexpr char kGlobalRefs[] = "global references";
 ResourceCounts resourceCounts();
-int liveRefBases();  // reference-counted objects of the platform's, see refbase_count.cpp
-// "handles: +1" for each count that has changed since.
+int liveRefBases();  // objects that derive from the platform's RefBase, see refbase_count.cpp
+// The counts that have changed since, each as "handles: +1".
 std::string changesSince(const ResourceCounts& before);
 
 }  // namespace tests

@@ -24,13 +24,13 @@ JNINativeInterface_ gJni;
 jobject gLoader;  // global reference; null: the virtual machine's own
 
 // Never destroyed: threads may still call at the end of the process.
-std::mutex& gLock = *new std::mutex();  // of what follows; no JNI call is made with it held
+std::mutex& gLock = *new std::mutex();  // protects what follows; never held during a JNI call
 std::vector<std::string>& gLog = *new std::vector<std::string>();
 std::vector<std::string>& gComplaints = *new std::vector<std::string>();
 std::string& gAwaited = *new std::string();
 std::function<void()>& gAction = *new std::function<void()>();
 
-std::atomic<bool> gAwaits;  // there is an action. Without one, what happens takes no lock
+std::atomic<bool> gAwaits;  // there is an action. Without one, happens() takes no lock
 
 thread_local const std::function<jint()>* tFromJava;
 thread_local jint tFromJavaResult;
@@ -41,7 +41,7 @@ void JNICALL runFromJava(JNIEnv*, jclass) {
     tFromJavaResult = (*tFromJava)();
 }
 
-// What Android's runtime itself logs, at any time, has the program's name as its tag.
+// Lines that Android's runtime itself logs, at any time, have the program's name as their tag.
 void keepLogLine(const __android_logger_data* data, const char* text) {
     if (strcmp(data->tag, program_invocation_short_name) == 0) {
         return;
@@ -49,18 +49,18 @@ void keepLogLine(const __android_logger_data* data, const char* text) {
     addToLog(std::string(1, "??VDIWEF"[data->priority]) + " " + text);
 }
 
-// The virtual machine calls this for everything that it prints: for a complaint, and then for each
-// piece of the stack that follows it.
+// The virtual machine calls this for everything that it prints: for a complaint, then for each
+// piece of the stack that follows.
 jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     char* text = nullptr;
     const int length = vasprintf(&text, format, args);
-    // Exceptions that the library describes print themselves, or not: see tests.MadeToFail.
+    // The heading of a described exception is not printed, see tests.MadeToFail.
     const bool isHeading =
         length > 0 && (strcmp(text, "Exception ") == 0 || strstr(text, "in thread \"") == text);
     const bool complains =
         length > 0 && (strstr(text, "WARNING") == text || strstr(text, "FATAL ERROR") == text ||
                        strstr(text, "JNI DETECTED ERROR") == text);
-    thread_local bool tolerated;  // what is complained of, and so the stack that follows
+    thread_local bool tolerated;  // the last complaint, and so the stack that follows it
     tolerated = complains ? gTolerates(text) : tolerated;
     if (length > 0 && !isHeading && !tolerated) {
         if (complains) {
@@ -74,7 +74,7 @@ jint JNICALL vmPrints(FILE* stream, const char* format, va_list args) {
     return length;
 }
 
-// --- The virtual machine that it is ---
+// --- What depends on which virtual machine it is ---
 
 void createVm(const std::vector<std::string>& options) {
     void* library = dlopen(TESTS_JAVA_HOME "/lib/server/libjvm.so", RTLD_NOW);
@@ -175,7 +175,7 @@ jint callFromJava(const std::function<jint()>& work) {
     tFromJava = &work;
     const jclass clazz = findClass("tests.FromJava");
     gJni.CallStaticVoidMethod(env(), clazz, gJni.GetStaticMethodID(env(), clazz, "run", "()V"));
-    gJni.ExceptionCheck(env());  // -Xcheck:jni wants to see that it is asked
+    gJni.ExceptionCheck(env());  // -Xcheck:jni complains if a program does not ask
     return tFromJavaResult;
 }
 

@@ -1,6 +1,6 @@
-// The process that tests, load, fuzzer and measurements share: a real Java virtual machine into which
-// the library is loaded as on a device. host.cpp alone knows which virtual machine it is. A test
-// helper that fails ends the process: nothing that follows would mean anything.
+// The host of tests, load, fuzzer and measurements: a real Java virtual machine that loads the
+// library as on a device. Only host.cpp knows which virtual machine it starts. If a helper here
+// fails, the process ends, because no later result would mean anything.
 
 #ifndef TESTS_HOST_H
 #define TESTS_HOST_H
@@ -20,19 +20,21 @@ constexpr bool kAndroidRuntime = true;
 constexpr bool kAndroidRuntime = false;
 #endif
 
-// Options of the virtual machine. The check complains about each wrong use of JNI and is slow.
+// Options of the virtual machine. With the check it complains about wrong uses of JNI, and is slow.
 constexpr char kCheckJni[] = "-Xcheck:jni";
 constexpr char kSmallHeap[] = "-Xmx128m";
 
-// Starts it on the calling thread; a process has at most one. Its class path is empty, because a
-// native thread of a device cannot find the framework's classes either: a child class loader knows
-// those of the build's jars that are given.
+// Starts the virtual machine on the calling thread; a process has at most one. Its class path is
+// empty, because on a device a thread of the middleware cannot find the framework's classes either.
+// A child class loader knows the classes of the given jars of the build.
 void startVm(const std::vector<std::string>& options,
              const std::vector<std::string>& jars = {"platform", "tests"});
-// Destroys it, if there is one, on the thread that started it. What is left then has leaked.
+// Destroys the virtual machine, if there is one, on the thread that started it. What is left has
+// leaked.
 void stopVm();
-// What the virtual machine complained of since the last time. Each complaint is printed too, with
-// Java's stack. One that is tolerated, on the thread that it is about, is neither kept nor printed.
+// The complaints of the virtual machine since the last time. Each is also printed, with Java's
+// stack. tolerates runs on the complaint's thread. A complaint that it tolerates is neither kept
+// nor printed.
 std::vector<std::string> takeComplaints();
 void tolerateComplaints(bool (*tolerates)(const std::string& complaint));
 
@@ -41,11 +43,11 @@ JNIEnv* env();                         // of the calling thread, which must be a
 const JNINativeInterface_& realJni();  // the function table before calls were intercepted
 jobject classLoader();                 // the child class loader
 
-// Loads the library through that class loader. The load takes SIGINT: a program that runs for long
-// gives it back afterwards, so that it ends with Ctrl-C.
+// Loads the library through that class loader. The load takes over SIGINT. A program that runs for
+// long should reset SIGINT afterwards, so that Ctrl-C ends it.
 void loadLibrary();
-// Does the work below a Java method of a class of that loader, and returns its result: from there
-// the library's load entry finds its classes. A Java exception that the work leaves stays pending.
+// Does the work below a Java method of a class of that loader, where the library's load entry finds
+// its classes. Returns the work's result. An exception that the work leaves stays pending.
 jint callFromJava(const std::function<jint()>& work);
 
 // Keeps the calling thread attached.
@@ -59,7 +61,7 @@ class Attached {
     void* mEnv = nullptr;
 };
 
-// Deletes at its end the local references that the calling thread made since.
+// At its end it deletes the local references that the calling thread has made since its start.
 class LocalFrame {
   public:
     LocalFrame() { realJni().PushLocalFrame(env(), 64); }
@@ -70,11 +72,11 @@ class LocalFrame {
 void setLogLevel(const char* level);
 void keepLog();                          // from now on lines are kept instead of printed
 void addToLog(const std::string& line);  // something else that happened
-std::vector<std::string> takeLog();      // those since the last time, "E message", in order
-// Does this once, when the next thing happens that has the text: a line of the log, which may be a
-// call of Java, or the call of a service. The thread on which it happens goes on afterwards.
+std::vector<std::string> takeLog();      // the lines since the last time, as "E message", in order
+// Runs the action once, at the next log line (a recorded call of Java is one) or service call that
+// contains the text. The thread that logs or calls goes on afterwards.
 void atNext(const std::string& text, const std::function<void()>& action);
-void happens(const std::string& what);  // tells of what is not in the log
+void happens(const std::string& what);  // reports something that is not in the log to atNext
 
 }  // namespace tests
 

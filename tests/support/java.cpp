@@ -8,7 +8,7 @@ namespace tests {
 
 namespace {
 
-// Of a call that must not throw.
+// Returns the result of a call that must not have thrown.
 template <typename Result>
 Result ok(Result result) {
     mustNotHaveThrown();

@@ -11,17 +11,17 @@
 
 namespace tests {
 
-// Where two texts of several lines begin to differ.
+// The first line in which two texts differ.
 std::string firstDifference(const std::string& expected, const std::string& actual);
 
-// The library loaded, with the scripted device behind it. Fails the test that leaves something
-// behind: every resource count must be what it was.
+// Loads the library, with the scripted device behind it. A test fails if a resource count is not
+// what it was at the start.
 class LibraryTest : public testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
 
-    std::optional<Pipeline> mPipeline;  // of this test
+    std::optional<Pipeline> mPipeline;  // made for this test
     ResourceCounts mCounts;             // at the start
 
   private:

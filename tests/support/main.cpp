@@ -1,5 +1,5 @@
-// The fixture, and the tests' entry: as GoogleTest's own, but the virtual machine is gone before the
-// process ends.
+// The fixture, and the main function of the tests. Unlike GoogleTest's own, it destroys the virtual
+// machine before the process ends.
 
 #include <algorithm>
 #include <iostream>
@@ -37,7 +37,7 @@ void LibraryTest::SetUp() {
 }
 
 void LibraryTest::TearDown() {
-    recorded();  // nothing fails any more
+    recorded();  // removes all faults
     EXPECT_FALSE(env()->ExceptionCheck());
     EXPECT_EQ("", changesSince(mCounts));
     EXPECT_EQ(std::vector<std::string>(), takeComplaints());
@@ -47,7 +47,7 @@ void LibraryTest::TearDown() {
 
 }  // namespace tests
 
-// Tells the first failure once more, where it is seen.
+// Prints the first failure again at the end, where people look.
 static void tellFailure(const std::string& test, const testing::TestResult& result) {
     for (int i = 0; i < result.total_part_count(); ++i) {
         const testing::TestPartResult& part = result.GetTestPartResult(i);
@@ -88,7 +88,7 @@ int main(int argc, char** argv) {
     tellFirstFailure();
     const bool complained = !tests::takeComplaints().empty();
     if (complained) {
-        std::cout << "The virtual machine complained when it ended, as is shown above.\n";
+        std::cout << "The virtual machine complained when it ended, as shown above.\n";
     }
     return result != 0 || complained ? 1 : 0;
 }

@@ -1,6 +1,6 @@
-// Counts by standing before the platform's constructor and destructor of RefBase: what a class that
-// derives from it calls is looked for here first. The thread sanitizer is told here of references
-// too.
+// Counts objects by replacing the constructor and destructor of the platform's RefBase: a class
+// that derives from RefBase finds these first. This file also tells the thread sanitizer about
+// references.
 #include <dlfcn.h>
 
 #include <atomic>
@@ -15,7 +15,7 @@ namespace {
 
 std::atomic<int> gLive;
 
-// On ARM constructors and destructors return the object; elsewhere the result is not used.
+// On ARM, constructors and destructors return the object. Elsewhere the result is not used.
 using Structor = void* (*)(void*);
 
 template <typename Function = Structor>
@@ -45,10 +45,10 @@ void* _ZN7android7RefBaseD2Ev(void* object) {
 }
 
 #ifdef __SANITIZE_THREAD__
-// The platform's libutils is not instrumented: without this, the thread that drops the last
-// reference and destroys the object seems to race with those that used it and dropped theirs
-// before. The names are those of RefBase::decStrong(const void*) and RefBase::onLastStrongRef(const
-// void*).
+// The platform's libutils is not instrumented. Without this, the thread that drops the last
+// reference and destroys the object seems to race with threads that used it and dropped their
+// reference before. The names are those of RefBase::decStrong(const void*) and
+// RefBase::onLastStrongRef(const void*).
 void _ZNK7android7RefBase9decStrongEPKv(void* object, const void* id) {
     using Drop = void (*)(void*, const void*);
     static const Drop drop = platforms<Drop>(__func__);

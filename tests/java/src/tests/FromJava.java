@@ -1,6 +1,6 @@
 package tests;
 
-/** Calls native code, which then has a class above it that knows the framework's classes. */
+/** Calls native code from a class whose loader knows the framework's classes. */
 public final class FromJava {
     private FromJava() {}
 

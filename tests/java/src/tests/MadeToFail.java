@@ -2,7 +2,7 @@ package tests;
 
 import java.io.PrintStream;
 
-/** What Java throws in the tests. To describe it prints nothing, so that a failure is not lost among traces. */
+/** What Java throws in the tests. It prints no stack trace, so failures stay easy to find. */
 public final class MadeToFail extends RuntimeException {
     private static final long serialVersionUID = 1;
 

@@ -11,11 +11,12 @@ import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
 
 /**
- * The device model of the tests: answers or throws as told. A method is named as in "onTune" or, to tell classes
- * apart, "DvbsCodeRate.<init>"; "*" is every other.
+ * The device model of the tests. It answers or throws as scripted. A method is named as in "onTune"
+ * or, with its class, as in "DvbsCodeRate.<init>". "*" stands for every other method.
  */
 public final class ScriptedModel {
-    private static final Map<String, Object> sAnswers = Collections.synchronizedMap(new HashMap<>());
+    private static final Map<String, Object> sAnswers =
+            Collections.synchronizedMap(new HashMap<>());
     private static final Set<Integer> sClosed = ConcurrentHashMap.newKeySet();
 
     private ScriptedModel() {}
@@ -25,7 +26,10 @@ public final class ScriptedModel {
         Device.model = ScriptedModel::call;
     }
 
-    /** does: "throws", "nothing", "true", "false", a list as "[1, 2]", a number, or a class of the tuner's package. */
+    /**
+     * does: "throws", "nothing", "true", "false", a list such as "[1, 2]", a number, or a class of
+     * the tuner's package.
+     */
     public static void script(String method, String does) throws ClassNotFoundException {
         sAnswers.put(method, switch (does) {
             case "throws" -> new MadeToFail();
@@ -33,19 +37,20 @@ public final class ScriptedModel {
             case "nothing" -> null;
             case "[]" -> new int[0];
             default -> does.startsWith("[")
-                    ? Arrays.stream(does.substring(1, does.length() - 1).split(", ")).mapToInt(Integer::parseInt).toArray()
+                    ? Arrays.stream(does.substring(1, does.length() - 1).split(", "))
+                            .mapToInt(Integer::parseInt).toArray()
                     : Character.isLetter(does.charAt(0))
                     ? Maker.make(Class.forName("android.media.tv.tuner.frontend." + does))
                     : Long.valueOf(does);
         });
     }
 
-    /** The handles of the tuners that were closed. */
+    /** The handles of the tuners that have been closed. */
     public static String closedTuners() {
         return sClosed.toString();
     }
 
-    /** What an argument holds; of an object its class. */
+    /** The value of an argument; for most objects, the class. */
     public static String show(Object value) {
         if (value instanceof byte[] bytes) {
             return bytes.length > 64 ? "[" + bytes.length + " bytes]" : Arrays.toString(bytes);
@@ -67,7 +72,8 @@ public final class ScriptedModel {
             }
         }
         final String full = self.getClass().getSimpleName() + "." + method;
-        final Object answer = sAnswers.getOrDefault(full, sAnswers.getOrDefault(method, sAnswers.get("*")));
+        final Object answer =
+                sAnswers.getOrDefault(full, sAnswers.getOrDefault(method, sAnswers.get("*")));
         if (answer instanceof RuntimeException exception) {
             throw exception;
         }

@@ -12,14 +12,14 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.atomic.AtomicInteger;
 
 /**
- * The device model of the stress: answers that show which object gave them, so that the middleware's side can
- * tell what every result must be, and a check of the calls that each object gets.
+ * The device model of the load. Its answers show which object gave them, so the middleware's side
+ * knows what every result must be. It also checks the calls that each object receives.
  */
 public final class StressModel {
-    /** The type of filters whose open fails. */
+    /** The type of the filters whose open fails. */
     private static final int REFUSED_TYPE = 9;
 
-    /** The calls that run, of each open object. */
+    /** For each open object, the number of calls that are running. */
     private static final Map<Object, AtomicInteger> OPEN = new ConcurrentHashMap<>();
 
     public static void install() {
@@ -41,32 +41,45 @@ public final class StressModel {
         return switch (method) {
             case "<init>", "setNativeHandle", "onSetNativeHandle" -> null;
             case "onOpenFilter", "onOpenFrontend" ->
-                Arrays.asList(args).contains(REFUSED_TYPE) ? 3 : OPEN.put(self, new AtomicInteger());
+                Arrays.asList(args).contains(REFUSED_TYPE)
+                        ? 3 : OPEN.put(self, new AtomicInteger());
             default -> self instanceof FrontendStatus ? new int[] {1, 2, 3} // a list, 0 or false
-                    : self instanceof ZytTvInnerFilter filter ? checked(self, filter.nativeHandle(), true, method, args)
-                    : self instanceof ZytTvInnerFrontend tuner ? checked(self, tuner.nativeHandle(), false, method, args)
+                    : self instanceof ZytTvInnerFilter filter
+                    ? checked(self, filter.nativeHandle(), true, method, args)
+                    : self instanceof ZytTvInnerFrontend tuner
+                    ? checked(self, tuner.nativeHandle(), false, method, args)
                     : null;
         };
     }
 
-    /** Calls of one object: none before its open, none after its close; of a filter, and to close, one at a time. */
-    private static Object checked(Object self, int handle, boolean isFilter, String method, Object[] args) {
+    /**
+     * An object gets no call before its open or after its close. A filter's calls, and a close,
+     * never overlap others.
+     */
+    private static Object checked(Object self, int handle, boolean isFilter, String method,
+            Object[] args) {
         final boolean closes = method.startsWith("onClose");
         final AtomicInteger calls = closes ? OPEN.remove(self) : OPEN.get(self);
         check(calls != null, method + " of an object that is not open");
-        check(calls.incrementAndGet() == 1 || !(isFilter || closes), method + " while another call runs");
+        check(calls.incrementAndGet() == 1 || !(isFilter || closes),
+                method + " while another call runs");
         final Object answer = answer(handle % 8, method, args);
         calls.decrementAndGet();
         return answer;
     }
 
-    /** A number bears the end of the handle, in its lowest bits, and beside it the method and the arguments. */
+    /**
+     * The lowest bits of a number show the end of the handle, the others the method and the
+     * arguments.
+     */
     private static Object answer(int end, String method, Object[] args) {
         return switch (method) {
             case "onGetFrontendStatus" -> Maker.make(FrontendStatus.class);
-            case "onGetFrontendSetting" -> Maker.make(DtmbFrontendSettings.class, 9000, 0, 0, 0, 0, 0, 6);
+            case "onGetFrontendSetting" ->
+                    Maker.make(DtmbFrontendSettings.class, 9000, 0, 0, 0, 0, 0, 6);
             case "onRead" -> 1 + end;
-            case "onGetServiceAreaCode" -> 0; // among the arguments of the tune or scan that follows
+            // Becomes an argument of the tune or scan that follows.
+            case "onGetServiceAreaCode" -> 0;
             default -> 8 + 8 * ((method + Arrays.deepToString(args)).hashCode() & 0xfffff) + end;
         };
     }
