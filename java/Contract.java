@@ -37,20 +37,22 @@ import org.objectweb.asm.Type;
 import org.objectweb.asm.tree.ClassNode;
 
 /**
- * What the library demands of Java, as keep.pro lists it: prints it as a table, or checks files against it. Class files
- * and dex are read into one model, and the check knows only the model.
+ * What the library demands of Java, as keep.pro lists it: prints it as a table, or checks files
+ * against it. Class files and dex are read into one model, and the check knows only the model.
  */
 public final class Contract {
-    /** A method; its declaration has full names and no modifiers, for example "int onScan(a.b.Settings, int)". */
+    /** A method. Its declaration is like "int onScan(a.b.Settings, int)", without modifiers. */
     private record Member(String name, String declaration, int access, int hiddenFlags) {
         private static final List<String> LISTS = List.of(
-                "sdk", "unsupported", "blocked", "max-target-o", "max-target-p", "max-target-q", "max-target-r");
-        /** Of the list, and of core-platform-api and test-api, which decide nothing for an application. */
+                "sdk", "unsupported", "blocked", "max-target-o", "max-target-p", "max-target-q",
+                "max-target-r");
+        /** The list, and core-platform-api and test-api, which do not matter to applications. */
         private static final int KNOWN_FLAGS = 0x1f;
 
         Member(String name, Type result, List<Type> parameters, int access, int hiddenFlags) {
             this(name, (name.equals("<init>") ? "" : result.getClassName() + " ") + name
-                    + parameters.stream().map(Type::getClassName).collect(Collectors.joining(", ", "(", ")")),
+                    + parameters.stream().map(Type::getClassName)
+                            .collect(Collectors.joining(", ", "(", ")")),
                     access, hiddenFlags);
         }
 
@@ -69,12 +71,14 @@ public final class Contract {
 
         @Override
         public String toString() {
-            return (Modifier.isStatic(access) ? "static " : "") + (Modifier.isNative(access) ? "native " : "")
+            return (Modifier.isStatic(access) ? "static " : "")
+                    + (Modifier.isNative(access) ? "native " : "")
                     + declaration.replaceAll("[^ (]+\\.", "");
         }
     }
 
-    private record Model(String name, int access, String superclass, List<String> interfaces, List<Member> members) {
+    private record Model(String name, int access, String superclass, List<String> interfaces,
+            List<Member> members) {
         /** What JNI finds in it for a class below it. */
         Stream<Member> inherited() {
             return members.stream().filter(member -> !Modifier.isInterface(access)
@@ -89,10 +93,12 @@ public final class Contract {
     private static final Pattern RULE = Pattern.compile("-keep class (" + CLASS + ")( \\{)?");
     private static final Pattern METHOD =
             Pattern.compile("    (native )?((?:void|" + TYPE + ") ([\\w$]+)" + PARAMETERS + ");");
-    private static final Pattern CONSTRUCTOR = Pattern.compile("    ()((<init>)" + PARAMETERS + ");");
+    private static final Pattern CONSTRUCTOR =
+            Pattern.compile("    ()((<init>)" + PARAMETERS + ");");
 
     private static final Pattern PLATFORM = Pattern.compile(
-            "(?:javax?|dalvik|libcore|org\\.(?:json|w3c|xml)|android|com\\.android\\.internal)\\..*");
+            "(?:javax?|dalvik|libcore|org\\.(?:json|w3c|xml)|android"
+                    + "|com\\.android\\.internal)\\..*");
     private static final int LIMIT_MIB = 256;
 
     private final Map<String, List<Member>> mDemanded;
@@ -163,7 +169,8 @@ public final class Contract {
                 members = rule.group(2) == null ? null : demanded.get(rule.group(1));
             } else if (members != null && member.matches()) {
                 final boolean isNative = "native ".equals(member.group(1));
-                members.add(new Member(member.group(3), member.group(2), isNative ? Modifier.NATIVE : 0, 0));
+                members.add(new Member(member.group(3), member.group(2),
+                        isNative ? Modifier.NATIVE : 0, 0));
             } else if (members != null && line.equals("}")) {
                 members = null;
             } else if (!line.isBlank() && !line.startsWith("#")) {
@@ -179,12 +186,14 @@ public final class Contract {
     private void printTable() {
         System.out.println("| class, member | the library |\n|---|---|");
         mDemanded.forEach((owner, members) -> {
-            System.out.println("| **" + owner + "** | " + (members.isEmpty() ? "passes" : "looks up") + " |");
+            System.out.println("| **" + owner + "** | "
+                    + (members.isEmpty() ? "passes" : "looks up") + " |");
             for (Member member : members) {
                 final String does = Modifier.isNative(member.access) ? "registers"
                         : member.isConstructor() ? "constructs" : "calls";
-                System.out.println("| `" + member.toString().replace("<init>", owner.replaceAll(".*\\.", "")) + "` | "
-                        + does + " |");
+                System.out.println("| `"
+                        + member.toString().replace("<init>", owner.replaceAll(".*\\.", ""))
+                        + "` | " + does + " |");
             }
         });
     }
@@ -218,19 +227,23 @@ public final class Contract {
         if (!start.startsWith("PK")) {
             throw new IOException("neither a jar, an APK nor a dex file");
         }
-        final ZipFile zip = new ZipFile(file.toFile()); // stays open: a class file is read when it is needed
+        // Stays open: a class file is read when it is needed.
+        final ZipFile zip = new ZipFile(file.toFile());
         final Map<String, Callable<Model>> classes = new HashMap<>();
         ZipEntry dex = zip.getEntry("classes.dex");
-        for (int next = 2; dex != null; ++next) { // at the first number that is missing, a device stops too
+        // At the first number that is missing, a device stops too.
+        for (int next = 2; dex != null; ++next) {
             final ZipEntry entry = dex;
-            read(entry.getName() + " ", () -> classesOfDex(bytes(zip.getInputStream(entry), entry.getSize())))
+            read(entry.getName() + " ",
+                    () -> classesOfDex(bytes(zip.getInputStream(entry), entry.getSize())))
                     .forEach(classes::putIfAbsent);
             dex = zip.getEntry("classes" + next + ".dex");
         }
         if (zip.getEntry("classes.dex") == null) {
-            zip.stream().filter(entry -> entry.getName().endsWith(".class")).forEach(entry -> classes.put(
-                    javaName(entry.getName().substring(0, entry.getName().length() - ".class".length())),
-                    () -> ofClassFile(bytes(zip.getInputStream(entry), entry.getSize()))));
+            zip.stream().filter(entry -> entry.getName().endsWith(".class"))
+                    .forEach(entry -> classes.put(
+                            javaName(entry.getName().replaceFirst("\\.class$", "")),
+                            () -> ofClassFile(bytes(zip.getInputStream(entry), entry.getSize()))));
         }
         if (classes.isEmpty()) {
             throw new IOException("holds neither classes.dex nor class files");
@@ -260,14 +273,17 @@ public final class Contract {
         try {
             reader = new ClassReader(bytes);
         } catch (IllegalArgumentException e) {
-            throw new IOException("is newer than can be read (Java " + (header.getShort(6) - 44) + ")");
+            throw new IOException(
+                    "is newer than can be read (Java " + (header.getShort(6) - 44) + ")");
         }
         final ClassNode node = new ClassNode();
         reader.accept(node, ClassReader.SKIP_CODE);
         return new Model(javaName(node.name), node.access, javaName(node.superName),
                 node.interfaces.stream().map(Contract::javaName).toList(),
-                node.methods.stream().map(method -> new Member(method.name, Type.getReturnType(method.desc),
-                        List.of(Type.getArgumentTypes(method.desc)), method.access, 0)).toList());
+                node.methods.stream()
+                        .map(method -> new Member(method.name, Type.getReturnType(method.desc),
+                                List.of(Type.getArgumentTypes(method.desc)), method.access, 0))
+                        .toList());
     }
 
     private static Map<String, Callable<Model>> classesOfDex(byte[] bytes) throws IOException {
@@ -276,7 +292,8 @@ public final class Contract {
             throw new IOException("is newer than can be read (dex " + version + ")");
         }
         final DexBackedDexFile dex = new DexBackedDexFile(Opcodes.getDefault(), bytes, 0);
-        if (version < 0 || dex.getBuffer().readSmallUint(HeaderItem.FILE_SIZE_OFFSET) != bytes.length) {
+        if (version < 0
+                || dex.getBuffer().readSmallUint(HeaderItem.FILE_SIZE_OFFSET) != bytes.length) {
             throw new IOException("is broken");
         }
         // A size, then for each class where its flags are, or 0 when it has none.
@@ -285,7 +302,8 @@ public final class Contract {
         final Map<String, Callable<Model>> classes = new HashMap<>();
         for (int i = 0; i < types.size(); ++i) {
             final DexBackedClassDef type = types.get(i);
-            final int flags = hidden == null ? 0 : dex.getDataBuffer().readSmallUint(hidden.getOffset() + 4 + 4 * i);
+            final int flags = hidden == null ? 0
+                    : dex.getDataBuffer().readSmallUint(hidden.getOffset() + 4 + 4 * i);
             classes.putIfAbsent(nameOf(type.getType()), () -> ofDex(type,
                     flags == 0 ? null : dex.getDataBuffer().readerAt(hidden.getOffset() + flags)));
         }
@@ -294,17 +312,20 @@ public final class Contract {
 
     /** flags: a number for each field, then for each method; null when there are none. */
     private static Model ofDex(DexBackedClassDef type, DexReader<?> flags) {
-        for (Iterable<? extends Field> fields : List.of(type.getStaticFields(false), type.getInstanceFields(false))) {
+        for (Iterable<? extends Field> fields
+                : List.of(type.getStaticFields(false), type.getInstanceFields(false))) {
             fields.forEach(field -> next(flags));
         }
         final List<Member> members = new ArrayList<>();
         for (Iterable<? extends DexBackedMethod> methods
                 : List.of(type.getDirectMethods(false), type.getVirtualMethods(false))) {
-            methods.forEach(method -> members.add(new Member(method.getName(), Type.getType(method.getReturnType()),
-                    method.getParameterTypes().stream().map(Type::getType).toList(), method.getAccessFlags(),
-                    next(flags))));
+            methods.forEach(method -> members.add(
+                    new Member(method.getName(), Type.getType(method.getReturnType()),
+                            method.getParameterTypes().stream().map(Type::getType).toList(),
+                            method.getAccessFlags(), next(flags))));
         }
-        return new Model(nameOf(type.getType()), type.getAccessFlags(), nameOf(type.getSuperclass()),
+        return new Model(nameOf(type.getType()), type.getAccessFlags(),
+                nameOf(type.getSuperclass()),
                 type.getInterfaces().stream().map(Contract::nameOf).toList(), members);
     }
 
@@ -313,7 +334,8 @@ public final class Contract {
     }
 
     private static String nameOf(String descriptor) {
-        return javaName(descriptor == null ? null : descriptor.substring(1, descriptor.length() - 1));
+        return javaName(
+                descriptor == null ? null : descriptor.substring(1, descriptor.length() - 1));
     }
 
     /** null: there is no superclass. */
@@ -335,15 +357,18 @@ public final class Contract {
         mFaults.forEach(System.out::println);
         mHidden.forEach(System.out::println);
         if (!unchecked.isEmpty()) {
-            System.out.println("Not checked, because none of the files has them: " + unchecked.size()
-                    + " classes of the platform, such as " + unchecked.get(0));
+            System.out.println("Not checked, because none of the files has them: "
+                    + unchecked.size() + " classes of the platform, such as " + unchecked.get(0));
         }
         System.out.println(mFaults.isEmpty()
-                ? "All " + mDemanded.size() + (unchecked.isEmpty() ? "" : " other") + " classes and their "
-                        + mDemanded.values().stream().mapToInt(List::size).sum() + " members are there."
+                ? "All " + mDemanded.size() + (unchecked.isEmpty() ? "" : " other")
+                        + " classes and their "
+                        + mDemanded.values().stream().mapToInt(List::size).sum()
+                        + " members are there."
                 : "Faults: " + mFaults.size() + ". The library does not work with these classes.");
         if (!mHidden.isEmpty()) {
-            System.out.println("Hidden: " + mHidden.size() + ", found only in an exempt process: its application is "
+            System.out.println("Hidden: " + mHidden.size()
+                    + ", found only in an exempt process: its application is "
                     + "signed with the platform's key, or is on the system's partitions and has "
                     + "android:usesNonSdkApi=\"true\" or is a hidden-api-whitelisted-app.");
         }
@@ -352,7 +377,8 @@ public final class Contract {
 
     private void check(String owner, List<Member> members) {
         if (!mClasses.containsKey(owner)) {
-            mFaults.add(owner + ": is missing" + (members.isEmpty() ? "" : "; members: " + members.size()));
+            mFaults.add(owner + ": is missing"
+                    + (members.isEmpty() ? "" : "; members: " + members.size()));
             return;
         }
         final Map<String, Model> lineage = new LinkedHashMap<>();
@@ -375,9 +401,9 @@ public final class Contract {
         }
     }
 
-    /** Adds the class, its superclasses, then their interfaces: the order in which JNI looks for a method. */
-    private void addLineage(String name, String prefix, List<String> below, Map<String, Model> lineage,
-            Set<String> absent) throws IOException {
+    /** Adds the class, its superclasses, then their interfaces, as JNI looks for a method. */
+    private void addLineage(String name, String prefix, List<String> below,
+            Map<String, Model> lineage, Set<String> absent) throws IOException {
         if (below.contains(name)) {
             throw new IOException("its superclasses or interfaces lead back to " + name);
         }
@@ -391,7 +417,8 @@ public final class Contract {
             }
             lineage.put(name, type);
             below.add(name);
-            for (String above : Stream.concat(Stream.ofNullable(type.superclass), type.interfaces.stream()).toList()) {
+            for (String above : Stream.concat(
+                    Stream.ofNullable(type.superclass), type.interfaces.stream()).toList()) {
                 addLineage(above, "needs " + above + ", which ", below, lineage, absent);
             }
             below.remove(name);
@@ -402,7 +429,8 @@ public final class Contract {
         final List<Member> named = lineage.stream().flatMap(Model::inherited)
                 .filter(member -> member.name.equals(wanted.name)).toList();
         final Member found = named.stream()
-                .filter(member -> member.declaration.equals(wanted.declaration)).findFirst().orElse(null);
+                .filter(member -> member.declaration.equals(wanted.declaration))
+                .findFirst().orElse(null);
         if (found == null) {
             mFaults.add(owner + ": " + wanted + " is missing"
                     + (absent.isEmpty() ? "" : ", unless it is in " + String.join(" or ", absent))

@@ -18,8 +18,8 @@ enum { STATUS_INPUT = 1, LOCAL_REFERENCES = 16 };
 static JavaVM* g_vm;
 static jclass g_main; /* global reference */
 
-/* The environment of a thread that may have none yet, for some local references; *pi4_attached tells
- * leave whether to detach it. */
+/* The environment of a thread that may have none yet, for some local references; *pi4_attached
+ * tells leave whether to detach it. */
 static JNIEnv* enter(int* pi4_attached) {
     JNIEnv* env = NULL;
     *pi4_attached = (*g_vm)->GetEnv(g_vm, (void**)&env, JNI_VERSION_1_4) != JNI_OK;
@@ -114,7 +114,8 @@ typedef int (*middleware_fct)(const BOX_T* pt_box, int argc, char** argv);
 static middleware_fct load(const char* library) {
     const struct sigaction end = {.sa_handler = SIG_DFL};
     struct sigaction terminate;
-    /* Java's own end waits until a library is loaded, which its constructors may never let happen. */
+    /* Java's own end waits until a library is loaded, which its constructors may never let
+     * happen. */
     sigaction(SIGTERM, &end, &terminate);
     sigaction(SIGINT, &end, NULL);
     /* The middleware need not name the libraries of its box: these are found without. */

@@ -25,13 +25,13 @@ typedef struct {
 /* Scans the band of a file, tunes its transponders and prints a row. */
 void tune_file(DEMO_T* pt_demo, const char* file);
 
-/* Sums up why entries make no request, as a line that begins with a label, when there are any. Result:
- * how many. */
+/* Sums up why entries make no request, as a line that begins with a label, when there are any.
+ * Result: how many. */
 int show_reasons(const char* label, const int* pi4_sum);
 
-/* Opens filters for the PAT, the SDT and each PMT of a stream, prints what they carry, and counts as a
- * fault each section that did not arrive whole. The file has failed when it has no programme, or not the
- * PMT of each. */
+/* Opens filters for the PAT, the SDT and each PMT of a stream, prints what they carry, and counts
+ * as a fault each section that did not arrive whole. The file has failed when it has no programme,
+ * or not the PMT of each. */
 void show_services(DEMO_T* pt_demo, const char* file);
 
 #endif /* SIM_DEMO_H */

@@ -4,7 +4,8 @@
 #include "mw/frontend_values.h"
 #include "sim/middleware/tuning.h"
 
-/* A word of a scan file in the platform's values. The first row of a table leaves it to the tuner. */
+/* A word of a scan file in the platform's values. The first row of a table leaves it to the
+ * tuner. */
 typedef struct {
     const char* word;
     int32_t value;

@@ -1,7 +1,7 @@
 /*
- * libdvbv5's reader is not used: it ignores a line that it does not understand, cuts a number that does
- * not fit, gives up the whole file for a word that it does not know, and writes behind its record when a
- * field comes too often. None of that leaves a verdict that can be trusted.
+ * libdvbv5's reader is not used: it ignores a line that it does not understand, cuts a number that
+ * does not fit, gives up the whole file for a word that it does not know, and writes behind its
+ * record when a field comes too often. None of that leaves a verdict that can be trusted.
  */
 #include <ctype.h>
 #include <stdlib.h>

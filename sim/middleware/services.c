@@ -18,8 +18,8 @@ static uint16_t bits(const uint8_t* bytes, int mask) {
     return (uint16_t)((bytes[0] << 8 | bytes[1]) & mask);
 }
 
-/* The tag of the filter whose stream has been played to its end. No two filters have the same, because
- * an event may come after the close of its own. */
+/* The tag of the filter whose stream has been played to its end. No two filters have the same,
+ * because an event may come after the close of its own. */
 static atomic_uintptr_t g_ended;
 
 static void on_section(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, FLT_EVT_DATA_T* pt_data,

@@ -90,8 +90,8 @@ static void compare(dvbpsi_t* pt_dvbpsi, dvbpsi_psi_section_t* pt_section) {
     dvbpsi_DeletePSISections(pt_section);
 }
 
-/* Hands a packet over. Where a section begins, libdvbpsi would take its bytes for the rest of one that
- * lost some on the way: that one is given up before. */
+/* Hands a packet over. Where a section begins, libdvbpsi would take its bytes for the rest of one
+ * that lost some on the way: that one is given up before. */
 static void push(dvbpsi_t* pt_dvbpsi, uint8_t* packet) {
     const int payload = (packet[3] & 0x20) != 0 ? 5 + packet[4] : 4;
     dvbpsi_decoder_t* pt_decoder = pt_dvbpsi->p_decoder;

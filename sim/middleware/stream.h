@@ -27,19 +27,20 @@ typedef struct {
     int damaged;    /* that arrived as they are in the stream, with a wrong CRC */
     int programmes; /* of the PAT */
     int lacking;    /* of them, that have no PMT */
-    /* The sections that were received last, and of which table on which PID they are, with a table id
-     * extension or -1 for any. */
+    /* The sections that were received last, and of which table on which PID they are, with a table
+     * id extension or -1 for any. */
     uint16_t pid;
     uint8_t table;
     int extension;
     SECTIONS_T* pt_received;
-    /* Of the stream, and of them those that are cut short, have no sync byte or are marked as erroneous. */
+    /* Of the stream, and of them those that are cut short, have no sync byte or are marked as
+     * erroneous. */
     long packets;
     long skipped;
 } RECEPTION_T;
 
-/* Says and counts which whole sections of the stream were not received, and the other way round; counts
- * the packets. */
+/* Says and counts which whole sections of the stream were not received, and the other way round;
+ * counts the packets. */
 void stream_compare(RECEPTION_T* pt_reception);
 
 /* Whether a section is whole: its length and its CRC. */

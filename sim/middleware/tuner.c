@@ -15,7 +15,8 @@ enum { DISEQC_OK = 0xe4, DISEQC_SECONDS = 2, SCAN_SECONDS = 10 };
 /* Whether an LNB receives a frequency, and how. */
 static bool reaches(const struct dvb_sat_lnb* pt_lnb, uint32_t khz, bool horizontal,
                     LNB_T* pt_chosen) {
-    /* The upper oscillator serves a band or, in an LNB for both polarisations at once, one of them. */
+    /* The upper oscillator serves a band or, in an LNB for both polarisations at once, one of
+     * them. */
     const bool high_band = pt_lnb->rangeswitch != 0 ? khz >= pt_lnb->rangeswitch * 1000u
                                                     : pt_lnb->highfreq != 0 && horizontal;
     const int64_t oscillator = high_band ? pt_lnb->highfreq : pt_lnb->lowfreq;

@@ -1,5 +1,5 @@
-/* The steps of tuning: scan_file.c reads a file's entries, request.c makes requests of them, and tuner.c
- * works a frontend with these. */
+/* The steps of tuning: scan_file.c reads a file's entries, request.c makes requests of them, and
+ * tuner.c works a frontend with these. */
 #ifndef SIM_TUNING_H
 #define SIM_TUNING_H
 
@@ -21,8 +21,8 @@ typedef struct {
     bool malformed; /* a field comes twice and differs, or is too long */
 } ENTRY_T;
 
-/* The entries of a file, up to one with line 0, as an array to be freed; null, told why, when it cannot be
- * opened, has a line that is not in the format, or no entry. */
+/* The entries of a file, up to one with line 0, as an array to be freed; null, told why, when it
+ * cannot be opened, has a line that is not in the format, or no entry. */
 ENTRY_T* entries_read(const char* file);
 
 /* The value of an entry's field; "" for none. */
@@ -60,19 +60,19 @@ bool lnb_choose(const struct dvb_sat_lnb* pt_lnb, uint32_t khz, bool horizontal,
 bool lnb_open(uint32_t h_pipeline);
 
 /*
- * Sets voltage, tone and position, reads them back, and switches to the first input of the switch. False
- * when one of the commands fails, a value is read back otherwise, or the switch does not acknowledge
- * within two seconds. Says in text what was done.
+ * Sets voltage, tone and position, reads them back, and switches to the first input of the switch.
+ * False when one of the commands fails, a value is read back otherwise, or the switch does not
+ * acknowledge within two seconds. Says in text what was done.
  */
 bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t size);
 
-/* Scans on a registered pipeline, says with --verbose what it finds as it arrives, and waits for the
- * end. False when the scan does not start, does not report progress up to 100, a finding, a lock
- * and its end, or reports nothing for ten seconds. */
+/* Scans on a registered pipeline, says with --verbose what it finds as it arrives, and waits for
+ * the end. False when the scan does not start, does not report progress up to 100, a finding, a
+ * lock and its end, or reports nothing for ten seconds. */
 bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band);
 
-/* Reads the settings back, and in one query every status kind that the box reports, which it writes as a
- * line. Result: null when both are what was asked for; otherwise what is wrong. */
+/* Reads the settings back, and in one query every status kind that the box reports, which it writes
+ * as a line. Result: null when both are what was asked for; otherwise what is wrong. */
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size);
 

@@ -20,7 +20,7 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 
-/** Section filters on a transport stream from a file. Each section of a filter is delivered once per start. */
+/** Section filters on a transport stream from a file. Each start delivers each section once. */
 final class SimulatedDemux implements DeviceModel {
     private static final int OK = 0;
     private static final int REFUSED = 1;
@@ -54,13 +54,15 @@ final class SimulatedDemux implements DeviceModel {
             mFilter = filter;
         }
 
-        /** By pattern, mask and mode, of which byte 0 is for the table; the others follow the length. */
+        /** By pattern, mask and mode. Byte 0 is for the table; the others follow the length. */
         private boolean admits(byte[] section) {
-            final byte[] pattern = (byte[]) config[4], mask = (byte[]) config[5], mode = (byte[]) config[6];
+            final byte[] pattern = (byte[]) config[4], mask = (byte[]) config[5];
+            final byte[] mode = (byte[]) config[6];
             int different = 0, negative = 0, negatives = 0;
             for (int i = 0; i < pattern.length; ++i) {
                 final int at = i == 0 ? 0 : i + 2;
-                final int difference = at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
+                final int difference =
+                        at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
                 different |= difference & ~mode[i];
                 negative |= difference & mode[i];
                 negatives |= mask[i] & mode[i];
@@ -87,7 +89,8 @@ final class SimulatedDemux implements DeviceModel {
             try (InputStream in = new BufferedInputStream(new FileInputStream(stream))) {
                 while (active && in.read(packet) == PACKET) {
                     final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
-                    if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET || (packet[3] & 0x10) == 0
+                    if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET
+                            || (packet[3] & 0x10) == 0
                             || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != (Integer) config[0]
                             || (packet[3] & 0x0f) == counter) {
                         continue; // damaged, without a payload, of another PID, or sent twice
@@ -117,7 +120,7 @@ final class SimulatedDemux implements DeviceModel {
             append(packet, first, PACKET, true);
         }
 
-        /** Appends bytes to the section; when it is complete, another one may begin behind it or not. */
+        /** Appends bytes to the section. another: a new one may begin when it is complete. */
         private void append(byte[] packet, int from, int to, boolean another) {
             for (int at = from; at < to && mBegun; ++at) {
                 mSection[mLength++] = packet[at];
@@ -141,8 +144,8 @@ final class SimulatedDemux implements DeviceModel {
                 while (active && !mSections.offer(section)) {
                     Thread.yield(); // a file can wait for its reader
                 }
-                mCallback.nativeFilterSectionEvent(mFilter.nativeHandle(), section[0] & 0xff, section[5] >> 1 & 0x1f,
-                        section[6] & 0xff, section.length);
+                mCallback.nativeFilterSectionEvent(mFilter.nativeHandle(), section[0] & 0xff,
+                        section[5] >> 1 & 0x1f, section[6] & 0xff, section.length);
             }
         }
     }
@@ -162,7 +165,8 @@ final class SimulatedDemux implements DeviceModel {
             }
             return null;
         }
-        final Filter filter = mFilters.computeIfAbsent(self, key -> new Filter((ZytTvInnerFilter) key));
+        final Filter filter =
+                mFilters.computeIfAbsent(self, key -> new Filter((ZytTvInnerFilter) key));
         switch (method) {
             case "onOpenFilter":
                 filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
@@ -172,8 +176,10 @@ final class SimulatedDemux implements DeviceModel {
                 return OK;
             case "onStart":
                 final String fault = filter.config == null ? "it has no configuration"
-                        : stream == null || !new File(stream).canRead() ? "it cannot read the stream " + stream
-                        : filter.thread == null || filter.thread.isShutdown() ? "its callback thread is deleted" : null;
+                        : stream == null || !new File(stream).canRead()
+                        ? "it cannot read the stream " + stream
+                        : filter.thread == null || filter.thread.isShutdown()
+                        ? "its callback thread is deleted" : null;
                 if (fault != null) {
                     System.err.println("The filter cannot start: " + fault);
                     return REFUSED;

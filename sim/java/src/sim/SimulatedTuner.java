@@ -33,7 +33,8 @@ final class SimulatedTuner implements DeviceModel {
     /** By native handle. */
     private final Map<Integer, State> mStates = new ConcurrentHashMap<>();
     /** What the getters of the status objects that are in use return. */
-    private final Map<Object, Function<String, Object>> mStatuses = Collections.synchronizedMap(new WeakHashMap<>());
+    private final Map<Object, Function<String, Object>> mStatuses =
+            Collections.synchronizedMap(new WeakHashMap<>());
 
     String received(int pipeline) {
         final FrontendSettings settings = state(pipeline).settings;
@@ -58,7 +59,8 @@ final class SimulatedTuner implements DeviceModel {
                 state.settings = (FrontendSettings) args[0];
                 final int mhz = state.settings.getFrequency() / 1_000_000;
                 final boolean satellite = state.settings instanceof DvbsFrontendSettings;
-                return mhz >= (satellite ? 950 : 42) && mhz <= (satellite ? 2150 : 1002) ? OK : REFUSED;
+                return mhz >= (satellite ? 950 : 42) && mhz <= (satellite ? 2150 : 1002)
+                        ? OK : REFUSED;
             case "onScan":
                 final FrontendSettings band = (FrontendSettings) args[0];
                 new Thread(() -> scan(frontend.nativeHandle(), band), "scan").start();
@@ -90,7 +92,7 @@ final class SimulatedTuner implements DeviceModel {
         }
     }
 
-    /** A signal that is as good as its frequency is low, and otherwise as it was asked for; null is not reported. */
+    /** A signal as requested, and as good as its frequency is low; null means not reported. */
     private static Object reported(String getter, FrontendSettings settings, int voltage) {
         final int mhz = settings.getFrequency() / 1_000_000;
         return switch (getter) {
@@ -100,18 +102,21 @@ final class SimulatedTuner implements DeviceModel {
             case "getSignalStrength" -> -30_000 - 10 * mhz;
             case "getAgc" -> mhz % 256;
             case "getModulation" ->
-                settings.value(settings instanceof DvbtFrontendSettings ? "constellation" : "modulation");
+                settings.value(
+                        settings instanceof DvbtFrontendSettings ? "constellation" : "modulation");
             case "getSymbolRate" -> settings.value("symbolRate");
             case "getInnerFec" ->
-                settings.value("codeRate") instanceof DvbsCodeRate rate ? rate.value("innerFec") : settings.value("fec");
+                settings.value("codeRate") instanceof DvbsCodeRate rate
+                        ? rate.value("innerFec") : settings.value("fec");
             case "getLnbVoltage" -> settings instanceof DvbsFrontendSettings ? voltage : null;
             case "getExtendedModulations" ->
-                settings instanceof IsdbtFrontendSettings ? new int[] {(Integer) settings.value("modulation")} : null;
+                settings instanceof IsdbtFrontendSettings
+                        ? new int[] {(Integer) settings.value("modulation")} : null;
             default -> null;
         };
     }
 
-    /** The switch acknowledges, and repeats the last byte that it was sent. An empty message reaches none. */
+    /** The switch acknowledges and repeats the last byte. An empty message does not reach it. */
     private static void answer(int pipeline, byte[] message) {
         if (message.length > 0) {
             final byte[] reply = {DISEQC_OK, message[message.length - 1]};
@@ -132,15 +137,19 @@ final class SimulatedTuner implements DeviceModel {
             scan.notifyScanOnProgress(pipeline, percent);
             if (percent == 50) {
                 scan.notifyScanOnLocked(pipeline);
-                report(band, "frequency", list -> scan.notifyScanOnFrequenciesReport(pipeline, list, 1));
+                report(band, "frequency",
+                        list -> scan.notifyScanOnFrequenciesReport(pipeline, list, 1));
                 report(band, "symbolRate", list -> scan.notifyScanOnSymbolRates(pipeline, list, 1));
-                report(band, "inputStreamId", list -> scan.notifyScanOnInputStreamIds(pipeline, list, 1));
+                report(band, "inputStreamId",
+                        list -> scan.notifyScanOnInputStreamIds(pipeline, list, 1));
                 report(band, "plpId", list -> scan.notifyScanOnPlpIds(pipeline, list, 1));
                 report(band, "plpGroupId", list -> scan.notifyScanOnGroupIds(pipeline, list, 1));
                 if (band instanceof DvbsFrontendSettings) {
-                    report(band, "standard", list -> scan.notifyScanOnDvbsStandard(pipeline, list[0]));
+                    report(band, "standard",
+                            list -> scan.notifyScanOnDvbsStandard(pipeline, list[0]));
                 } else {
-                    report(band, "standard", list -> scan.notifyScanOnDvbtStandard(pipeline, list[0]));
+                    report(band, "standard",
+                            list -> scan.notifyScanOnDvbtStandard(pipeline, list[0]));
                 }
                 report(band, "hierarchy", list -> scan.notifyScanOnHierarchy(pipeline, list[0]));
                 scan.notifyScanOnSignalType(pipeline, 1);
