@@ -1,12 +1,12 @@
 /*
  * Section filters: how the middleware uses them through libhalvorin_velmora_pipeline.
  *
- * x_velmora_filter_open issues a handle, which names the filter from then on. Each function calls
- * one method of the filter's Java object.
+ * x_velmora_filter_open makes a filter and issues the handle that names it. Start, stop, flush,
+ * read, configuration and close each call one method of the filter's Java object.
  *
  * Unless a function says otherwise:
  *   Threads   Any thread may call it, even one that the Java virtual machine does not know. Such a
- *             thread is attached for the length of the Java call, which makes the call some 150
+ *             thread is attached for the length of the Java call, which makes the call many
  *             times as expensive. A thread that calls often should attach itself once, for its
  *             whole life, to g_velmora_javaVM. That is a JavaVM* that the library exports; it is
  *             null until the library is loaded. If a thread cannot be attached or detached, the

@@ -2,12 +2,12 @@
  * Tuner frontends and LNBs: how the middleware uses them through libhalvorin_velmora_pipeline.
  *
  * The handle of a pipeline, h_pipeline (type HT_PIPELINE), names its frontend.
- * x_native_frontend_require_tuner makes the pipeline's Java frontend object. Every other function
- * calls one method of that object.
+ * x_native_frontend_require_tuner makes the pipeline's Java frontend object. Most other functions
+ * call one method of that object.
  *
  * Unless a function says otherwise:
  *   Threads   Any thread may call it, even one that the Java virtual machine does not know. Such a
- *             thread is attached for the length of the call, which makes the call some 150 times as
+ *             thread is attached for the length of the call, which makes the call many times as
  *             expensive. A thread that calls often should attach itself once, for its whole life,
  *             to g_velmora_javaVM. That is a JavaVM* that the library exports; it is null until the
  *             library is loaded. Calls for one pipeline may overlap.
@@ -55,7 +55,8 @@ int x_native_frontend_require_tuner(unsigned int h_pipeline);
 int x_native_frontend_close_tuner(unsigned int h_pipeline);
 
 /* Tunes to *pt_fesettings. The library refuses these with -1 and without onTune: a null record, a
- * type that is not supported, a DVB-S frequency above 2147 MHz, and ISDB-T without a service area.
+ * type that is not supported, a DVB-S frequency above 2147 or below -2147 MHz, and ISDB-T
+ * without a service area.
  * For DVB-S, Java may refuse the end frequency by throwing, as the platform does below 1 Hz. The
  * library clears that exception without logging it, and the request has no end frequency. */
 int x_native_frontend_tune(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings);
@@ -79,8 +80,8 @@ int x_native_frontend_get_frontend_info(unsigned int h_pipeline, FE_INFO_T* pt_i
 /*
  * Reads status kinds of the frontend.
  *   pi4_type     the kinds: ui1_len values of 32 bits, not null; duplicates are allowed. All of
- *                them are passed to Java, which may refuse the whole query because of one. The
- *                library then skips those that are not in FE_STATUS_TYPE_E
+ *                them are passed to Java, which may refuse the whole query because of one. If
+ *                it does not, the library skips those that are not in FE_STATUS_TYPE_E
  *   ui1_len      1 to FE_STATUS_MAX_TYPES
  *   pt_festatus  not null; receives the values, see FE_STATUS_T
  * Result: 0 when the frontend gave its status, even if some kinds are missing in it, see

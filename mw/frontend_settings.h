@@ -1,12 +1,12 @@
 /*
  * MW_FESETTING_T: one tuning or scanning request, or the settings read back from a tuner frontend.
  *
- * The record belongs to the caller. The library uses it only during the call, and so the code-rate
- * record of a DVB-S request. Fields with an enumerated value or flags (modulation, code rate, guard
- * interval, standard and so on) hold the platform's own constants, which the settings classes in
- * android.media.tv.tuner.frontend define; mw/frontend_values.h lists the common ones. The library
- * passes them on unchanged. A boolean is one byte, 0 or 1. Any other value reaches Java as it is,
- * and ends the process on a device where JNI is checked.
+ * The record belongs to the caller. The library uses it only during the call. The same holds for
+ * the code-rate record of a DVB-S request. Fields with an enumerated value or flags (modulation,
+ * code rate, guard interval, standard and so on) hold the platform's own constants, which the
+ * settings classes in android.media.tv.tuner.frontend define; mw/frontend_values.h lists the common
+ * ones. The library passes them on unchanged. A boolean is one byte, 0 or 1. Any other value
+ * reaches Java as it is, and ends the process on a device where JNI is checked.
  */
 #ifndef MW_FRONTEND_SETTINGS_H
 #define MW_FRONTEND_SETTINGS_H
@@ -62,7 +62,7 @@ typedef struct {
     int32_t mModulation;
     /* Null: no code rate is given, as for a blind scan */
     MW_FE_DVBS_CODE_RATE_T* pt_code_rate;
-    /* Thousands of symbols per second */
+    /* Thousands of symbols per second; a product above 32 bits wraps */
     int32_t mSymbolRate;
     int32_t mRolloff;
     int32_t mPilot;
@@ -137,8 +137,8 @@ typedef struct {
     /* DVB-S: MHz, refused above 2147 and below -2147; other systems: Hz. A readback stores Hz for
      * all */
     int32_t mFrequency;
-    /* DVB-S only: end of the scan range in MHz. One above 2147 becomes 2147483647 Hz, one below
-     * -2147 the lowest number. The platform refuses one below 1: then there is no end */
+    /* DVB-S only: end of the scan range in MHz. Above 2147 it becomes 2147483647 Hz, below -2147 it
+     * becomes -2147483648. The platform refuses a value below 1; then there is no end */
     int32_t mEndFrequency;
     /* MW_FE_TYPE_E */
     int32_t e_type;

@@ -13,7 +13,7 @@ extern "C" {
 
 /*
  * Status kinds, in the platform's numbering. A kind that is missing here is passed to Java like any
- * other, and Java may refuse the whole query because of it. The library only does not read it.
+ * other, and Java may refuse the whole query because of it. The library does not read its value.
  */
 typedef enum {
     FE_STATUS_TYPE_DEMOD_LOCK = 0,

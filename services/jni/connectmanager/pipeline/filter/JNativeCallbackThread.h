@@ -1,5 +1,5 @@
-// Callback threads. The middleware creates them and names one when it opens a filter. Here are the
-// native peer of the Java object, and its handle.
+// Callback threads. The middleware creates them and names one when it opens a filter. This declares
+// the native peer of the Java object, and what looks up its handle.
 
 #ifndef J_NATIVE_CALLBACK_THREAD_H
 #define J_NATIVE_CALLBACK_THREAD_H

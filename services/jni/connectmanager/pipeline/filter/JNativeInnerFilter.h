@@ -16,8 +16,9 @@ namespace android {
 // record does not change after open, and the event holds the peer.
 //
 // Note: if a thread cannot be attached or detached, the process ends. Exceptions of the Java
-// methods stay pending, except for those of the constructor. A JNI function that fails leaves none.
-// The destructor runs on whichever thread drops the last reference. It does not call onCloseFilter.
+// methods stay pending, except for those of the constructor. A JNI function that fails leaves no
+// exception. The destructor runs on whichever thread drops the last reference. It does not call
+// onCloseFilter.
 class JNativeInnerFilter : public RefBase {
   public:
     JNativeInnerFilter();

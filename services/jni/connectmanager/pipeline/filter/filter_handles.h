@@ -1,6 +1,6 @@
 // Filter handles, and FilterAccess, through which every operation and every event reaches a live
-// filter. Only the middleware's handle service knows which filters there are. Here are the locks,
-// because of which accesses to one filter happen one after the other.
+// filter. Only the middleware's handle service knows which filters there are. Because of the
+// locks here, accesses to one filter happen one after the other.
 
 #ifndef FILTER_HANDLES_H
 #define FILTER_HANDLES_H
@@ -38,7 +38,7 @@ void undoFilter(uint32_t hfilter, FLT_INST_T* ptFltInst, uint32_t h_sema);
 //
 // Note: while one thread waits for a filter, every other thread that wants any filter waits as
 // well. So a thread that has access and runs a Java method must not ask for access to any filter:
-// it would wait for a thread that waits for it. The destructor may destroy the peer, which calls
+// the two threads could wait for each other. The destructor may destroy the peer, which calls
 // Java.
 class FilterAccess {
   public:
