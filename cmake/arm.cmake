@@ -19,9 +19,9 @@ set(CMAKE_C_COMPILER_TARGET arm-linux-gnueabihf)
 set(CMAKE_CXX_COMPILER_TARGET arm-linux-gnueabihf)
 set(CMAKE_C_FLAGS_INIT "-march=armv7-a -mthumb -ffunction-sections -fdata-sections")
 set(CMAKE_CXX_FLAGS_INIT
-    "${CMAKE_C_FLAGS_INIT} -stdlib=libc++ -cxx-isystem ${llvm}/include/c++/v1")
-string(JOIN " " CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld -L${llvm}/lib
-       -Wl,-rpath-link,${arm_libraries},--gc-sections,--icf=safe,--hash-style=gnu
+    "${CMAKE_C_FLAGS_INIT} -stdlib=libc++ -cxx-isystem \"${llvm}/include/c++/v1\"")
+string(JOIN " " CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld "-L\"${llvm}/lib\""
+       "-Wl,-rpath-link,\"${arm_libraries}\",--gc-sections,--icf=safe,--hash-style=gnu"
        -Wl,--no-undefined-version,--fatal-warnings)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT ${CMAKE_EXE_LINKER_FLAGS_INIT})
 set(CMAKE_MODULE_LINKER_FLAGS_INIT ${CMAKE_EXE_LINKER_FLAGS_INIT})

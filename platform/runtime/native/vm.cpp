@@ -54,10 +54,12 @@ extern "C" JNIEXPORT jint JNI_CreateJavaVM(JavaVM** vm, JNIEnv** env, void* args
         }
     }
     // Nothing is compiled, neither the core library beforehand nor methods while they run.
-    std::string more = "-Xbootclasspath:" PIPELINE_RUNTIME
-                       "/boot.jar -Ximage:/none -Xnoimage-dex2oat -Xnorelocate -Xusejit:false ";
+    for (const char* option : {"-Xbootclasspath:" PIPELINE_RUNTIME "/boot.jar", "-Ximage:/none",
+                               "-Xnoimage-dex2oat", "-Xnorelocate", "-Xusejit:false"}) {
+        options.push_back({const_cast<char*>(option), nullptr});
+    }
     const char* environment = getenv("JAVA_TOOL_OPTIONS");
-    more += environment != nullptr ? environment : "";
+    std::string more = environment != nullptr ? environment : "";
     for (char* word = strtok(more.data(), " "); word != nullptr; word = strtok(nullptr, " ")) {
         options.push_back({word, nullptr});
     }
