@@ -1,10 +1,16 @@
 package fake;
 
 import java.util.Arrays;
+import java.util.List;
+import java.util.Map;
 import java.util.StringJoiner;
+import java.util.concurrent.ConcurrentHashMap;
 
 /** An object of the platform that keeps the arguments of its constructor. */
 public abstract class Values {
+    /** What was split once already: a getter must not cost more than what the bench times. */
+    private static final Map<String, List<String>> SPLIT = new ConcurrentHashMap<>();
+
     private String mNames;
     private Object[] mValues;
 
@@ -17,7 +23,7 @@ public abstract class Values {
 
     /** The last value with this name, without asking the device model; null when there is none. */
     public final Object value(String name) {
-        final int index = Arrays.asList(mNames.split(", ")).lastIndexOf(name);
+        final int index = names().lastIndexOf(name);
         return index < 0 ? null : mValues[index];
     }
 
@@ -37,10 +43,13 @@ public abstract class Values {
     @Override
     public final String toString() {
         final StringJoiner text = new StringJoiner(", ", getClass().getSimpleName() + "(", ")");
-        final String[] names = mNames.split(", ");
-        for (int i = 0; i < names.length; ++i) {
-            text.add(names[i] + "=" + mValues[i]);
+        for (int i = 0; i < mValues.length; ++i) {
+            text.add(names().get(i) + "=" + mValues[i]);
         }
         return text.toString();
+    }
+
+    private List<String> names() {
+        return SPLIT.computeIfAbsent(mNames, names -> List.of(names.split(", ")));
     }
 }
