@@ -69,6 +69,7 @@ class EventsTest : public tests::LibraryTest {
         const std::string list = std::string(tests::methodOf(event)) + "(99, [10, 20], ";
         const jarray given = tests::newArray(std::vector<Element>{10, 20, 30});
         EXPECT_EQ(list + "3" + tail, heard(event, given, 3));
+        EXPECT_EQ(list + "1" + tail, heard(event, given, 1));
         EXPECT_EQ(list + "3" + tail, heard(event, given, 9)) << "longer than the array";
         EXPECT_EQ(mayBeEmpty ? list + "0" + tail : "", heard(event, given, 0));
         tests::setLogLevel("E");
