@@ -13,7 +13,7 @@
 enum { PID_PAT = 0, TABLE_PAT = 0, PATIENCE_SECONDS = 10 };
 enum { PAT_HEADER = 8, PAT_ENTRY = 4, CRC = 4 };
 
-/* A callback may still run when its filter is closed, so what it writes to outlives the filter. */
+/* A callback may still run after its filter is closed, so these outlive the filter. */
 static uint8_t g_pat[FLT_MAX_READ_SIZE];
 static int g_length;
 static sem_t g_received;

@@ -1,4 +1,4 @@
-/* Between the box's Java and its middleware: pipelines, and the middleware's main program. */
+/* Connects the box's Java with its middleware: pipelines, and the middleware's main program. */
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <dlfcn.h>
@@ -18,14 +18,14 @@ enum { STATUS_INPUT = 1, LOCAL_REFERENCES = 16 };
 static JavaVM* g_vm;
 static jclass g_main; /* global reference */
 
-/* The environment of a thread that may have none yet, for some local references; *pi4_attached
- * tells leave whether to detach it. */
+/* Attaches the thread if necessary and opens a frame for local references. *pi4_attached tells
+ * leave whether to detach it. */
 static JNIEnv* enter(int* pi4_attached) {
     JNIEnv* env = NULL;
     *pi4_attached = (*g_vm)->GetEnv(g_vm, (void**)&env, JNI_VERSION_1_4) != JNI_OK;
     if ((*pi4_attached && (*g_vm)->AttachCurrentThread(g_vm, (void**)&env, NULL) != JNI_OK) ||
         (*env)->PushLocalFrame(env, LOCAL_REFERENCES) != JNI_OK) {
-        fprintf(stderr, "a thread could not be attached\n");
+        fprintf(stderr, "cannot attach a thread\n");
         abort();
     }
     return env;
@@ -42,7 +42,7 @@ static void leave(JNIEnv* env, int i4_attached) {
     }
 }
 
-/* Calls a static method of the main class that returns an object; null when it throws. */
+/* Calls a static method of the main class that returns an object. Null if it throws. */
 static jobject call(JNIEnv* env, const char* method, const char* signature, ...) {
     const jmethodID id = (*env)->GetStaticMethodID(env, g_main, method, signature);
     va_list arguments;
@@ -101,24 +101,24 @@ static void set_stream(const char* file) {
 
 static void set_log_level(const char* level) {
     property_set("vendor.zyt.broadcast.log.level", level);
-    /* Off a device the log begins at INFO. */
+    /* Outside a device, liblog drops everything below INFO by default. */
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
-/* The action of SIGINT before the library was loaded, which takes the signal over. */
+/* The action of SIGINT before the library was loaded; the load takes the signal over. */
 static struct sigaction g_interrupt;
 
 typedef int (*middleware_fct)(const BOX_T* pt_box, int argc, char** argv);
 
-/* The middleware_main of a shared object; null, told why, when there is none to be had. */
+/* The middleware_main of a shared object. Null after a message if there is none. */
 static middleware_fct load(const char* library) {
     const struct sigaction end = {.sa_handler = SIG_DFL};
     struct sigaction terminate;
-    /* Java's own end waits until a library is loaded, which its constructors may never let
-     * happen. */
+    /* Java's own handlers would wait for dlopen, and a constructor of the library may never
+     * return. */
     sigaction(SIGTERM, &end, &terminate);
     sigaction(SIGINT, &end, NULL);
-    /* The middleware need not name the libraries of its box: these are found without. */
+    /* So that a middleware need not be linked to the libraries of its box. */
     dlopen("libhalvorin_velmora_pipeline.so", RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
     void* handle = dlopen(library, RTLD_NOW);
     sigaction(SIGTERM, &terminate, NULL);
@@ -136,7 +136,7 @@ JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void* reserved) {
     return JNI_VERSION_1_4;
 }
 
-/* arguments: the middleware's file, and what it is given. */
+/* arguments: the middleware's file, then its arguments. */
 JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjectArray arguments) {
     g_main = (*env)->NewGlobalRef(env, main);
     const jsize count = (*env)->GetArrayLength(env, arguments);
@@ -148,7 +148,7 @@ JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjec
         argv = argv[i] != NULL ? argv : NULL;
     }
     if (argv == NULL) {
-        fprintf(stderr, "no memory for the arguments\n");
+        fprintf(stderr, "out of memory for the arguments\n");
         return STATUS_INPUT;
     }
     static BOX_T box = {create_pipeline, destroy_pipeline, received, set_stream, NULL,
@@ -157,7 +157,7 @@ JNIEXPORT jint JNICALL Java_sim_Main_middleware(JNIEnv* env, jclass main, jobjec
     const middleware_fct middleware = load(argv[0]);
     int status = middleware != NULL ? middleware(&box, count, argv) : STATUS_INPUT;
     if (fflush(stdout) != 0 || ferror(stdout)) {
-        fprintf(stderr, "the output cannot be written: %s\n", strerror(errno));
+        fprintf(stderr, "cannot write the output: %s\n", strerror(errno));
         status = status != 0 ? status : STATUS_INPUT;
     }
     return status;

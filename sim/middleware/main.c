@@ -41,7 +41,7 @@ static int show_verdict(const DEMO_T* pt_demo) {
     return status;
 }
 
-/* On a thread that the virtual machine has not seen. */
+/* Runs on a thread that the virtual machine does not know. */
 static void* run(void* pv_demo) {
     DEMO_T* pt_demo = pv_demo;
     const bool defaults = *pt_demo->files == NULL && pt_demo->stream == NULL;
@@ -78,13 +78,13 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
                 break;
             case 'l':
                 fault = strlen(optarg) != 1 || strchr("VDIWE", *optarg) == NULL
-                            ? "is none of V D I W E"
+                            ? "is not one of V D I W E"
                             : NULL;
                 pt_box->set_log_level(optarg);
                 break;
             case 'n':
                 t_demo.pt_lnb = dvb_sat_get_lnb(dvb_sat_search_lnb(optarg));
-                fault = t_demo.pt_lnb == NULL ? "is no LNB of libdvbv5" : NULL;
+                fault = t_demo.pt_lnb == NULL ? "is not an LNB of libdvbv5" : NULL;
                 break;
             case 't':
                 fault = t_demo.stream != NULL ? "is a second stream" : NULL;
@@ -102,7 +102,7 @@ int middleware_main(const BOX_T* pt_box, int argc, char** argv) {
     t_demo.files = argv + optind;
     pthread_t thread;
     if (pthread_create(&thread, NULL, run, &t_demo) != 0) {
-        say(PROBLEM, "no thread could be started");
+        say(PROBLEM, "cannot start a thread");
         return STATUS_INPUT;
     }
     pthread_join(thread, NULL);

@@ -1,16 +1,16 @@
-/* Names as they are written in DVB. */
+/* Names in the encodings of DVB. */
 #include <iconv.h>
 
 #include "sim/middleware/support.h"
 
 enum { FIRST_CHARACTER = 0x20, PART_OF_ISO_8859 = 0x10, EURO = 0xa4 };
 
-/* By the first byte; a name that begins with a character has none. */
+/* By the first byte. A name that begins with a character uses ISO 6937. */
 static const char* const k_tables[FIRST_CHARACTER] = {
     [0x01] = "ISO-8859-5",  [0x02] = "ISO-8859-6",  [0x03] = "ISO-8859-7",  [0x04] = "ISO-8859-8",
     [0x05] = "ISO-8859-9",  [0x06] = "ISO-8859-10", [0x07] = "ISO-8859-11", [0x09] = "ISO-8859-13",
     [0x0a] = "ISO-8859-14", [0x0b] = "ISO-8859-15", [0x11] = "UTF-16BE",    [0x13] = "GB2312",
-    [0x14] = "UTF-16BE", /* of which it uses the characters that Big5 has */
+    [0x14] = "UTF-16BE", /* only the characters that are in Big5 */
     [0x15] = "UTF-8"};
 
 int append_name(char* text, size_t size, const uint8_t* name, size_t length) {
@@ -41,7 +41,7 @@ int append_name(char* text, size_t size, const uint8_t* name, size_t length) {
         } else {
             iconv(converter, &in, &left, &out, &room);
         }
-        if (in == before) { /* not converted, or the euro sign: one unit further */
+        if (in == before) { /* not converted, or the euro sign: skip one unit */
             const size_t unit = name[0] == 0x11 || name[0] == 0x14 ? 2 : 1;
             in += unit < left ? unit : left;
             left -= unit < left ? unit : left;

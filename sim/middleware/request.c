@@ -4,14 +4,14 @@
 #include "mw/frontend_values.h"
 #include "sim/middleware/tuning.h"
 
-/* A word of a scan file in the platform's values. The first row of a table leaves it to the
- * tuner. */
+/* A word of a scan file and the platform's value for it. The first row of a table is for fields
+ * that are left to the tuner. */
 typedef struct {
     const char* word;
     int32_t value;
 } VALUE_T;
 
-/* Packed: each word stands beside its value. */
+/* Not formatted, to keep each word beside its value. */
 // clang-format off
 static const VALUE_T k_fec[] = {
     {"AUTO", MW_FE_FEC_AUTO}, {"NONE", MW_FE_FEC_UNDEFINED}, {"1/2", MW_FE_FEC_1_2},
@@ -104,7 +104,7 @@ static const SYSTEM_T* system_of(const ENTRY_T* pt_entry) {
     return pt_system;
 }
 
-/* An entry that is being read, and the first reason why it cannot be; TUNED: none. */
+/* An entry that is being read, and the first reason against it; TUNED if there is none. */
 typedef struct {
     const ENTRY_T* pt_entry;
     OUTCOME_E e_reason;
@@ -123,18 +123,18 @@ static int32_t mapped(READING_T* pt_reading, const char* key, const VALUE_T* pt_
     return pt_row->value;
 }
 
-/* A number; 0 when there is none, which -1 says too and may not be allowed. */
+/* A number. Only an optional field may be missing, 0 or -1; the result is then 0. */
 static int32_t number(READING_T* pt_reading, const char* key, bool optional) {
     const char* word = entry_value(pt_reading->pt_entry, key);
     char* end;
-    const long long value = strtoll(word, &end, 10); /* at most the largest there is */
+    const long long value = strtoll(word, &end, 10); /* limited to the type's range */
     const bool fits = value >= -1 && value <= INT32_MAX;
     const bool missing = *end != '\0' || (value <= 0 && fits && !optional);
     note(pt_reading, missing ? NO_FIELD : fits ? TUNED : NO_FIT);
     return value > 0 ? (int32_t)value : 0;
 }
 
-/* Chooses the LNB of a satellite's transponder, which says the frequency behind it. */
+/* Chooses the LNB for a transponder of a satellite, and with it the frequency after the LNB. */
 static void choose_lnb(READING_T* pt_reading, const struct dvb_sat_lnb* pt_lnb,
                        REQUEST_T* pt_request) {
     static const VALUE_T k_polarization[] = {{"", -1},          {"VERTICAL", 0}, {"RIGHT", 0},
@@ -175,7 +175,7 @@ OUTCOME_E request_from_entry(const ENTRY_T* pt_entry, const struct dvb_sat_lnb* 
             pt_settings->u.t_dvbc = (MW_FE_DVBC_SETTING_T){
                 .mModulation = mapped(r, "MODULATION", k_dvbc_modulation),
                 .mFec = mapped(r, "INNER_FEC", k_fec),
-                /* In annex B the modulation says it. */
+                /* In annex B the modulation determines it. */
                 .mSymbolRate = number(r, "SYMBOL_RATE", pt_system->variant == MW_FE_DVBC_ANNEX_B),
                 .mOuterFec = MW_FE_DVBC_OUTER_FEC_RS,
                 .mAnnex = pt_system->variant,

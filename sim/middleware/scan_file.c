@@ -1,7 +1,7 @@
 /*
- * libdvbv5's reader is not used: it ignores a line that it does not understand, cuts a number that
- * does not fit, gives up the whole file for a word that it does not know, and writes behind its
- * record when a field comes too often. None of that leaves a verdict that can be trusted.
+ * libdvbv5's reader is not used, because its results cannot be trusted. It ignores a line that it
+ * does not understand, truncates a number that does not fit, rejects the whole file for an unknown
+ * word, and writes past the end of its record when a field comes too often.
  */
 #include <ctype.h>
 #include <stdlib.h>
@@ -10,7 +10,7 @@
 #include "sim/middleware/support.h"
 #include "sim/middleware/tuning.h"
 
-/* Cuts the blanks at both ends. */
+/* Removes the blanks at both ends. */
 static char* trimmed(char* text) {
     text += strspn(text, " \t");
     size_t length = strlen(text);
@@ -65,7 +65,7 @@ ENTRY_T* entries_read(const char* file) {
     while (fault == NULL && (length = getline(&line, &size, in)) > 0) {
         const bool marked = ++number == 1 && strncmp(line, "\xef\xbb\xbf", 3) == 0;
         const bool has_nul = strlen(line) < (size_t)length;
-        char* text = trimmed(marked ? line + 3 : line); /* behind a byte order mark */
+        char* text = trimmed(marked ? line + 3 : line); /* after a byte order mark */
         char* equals = strchr(text, '=');
         if (has_nul || !is_text(text)) {
             fault = "not text";
@@ -85,7 +85,7 @@ ENTRY_T* entries_read(const char* file) {
         free(entries);
         entries = NULL;
     } else if (count == 0) {
-        say(PROBLEM, "%s: not in DVBv5 format: it has no entry, which begins with [", file);
+        say(PROBLEM, "%s: not in DVBv5 format: no line begins an entry with [", file);
     }
     free(line);
     fclose(in);

@@ -18,8 +18,8 @@ static uint16_t bits(const uint8_t* bytes, int mask) {
     return (uint16_t)((bytes[0] << 8 | bytes[1]) & mask);
 }
 
-/* The tag of the filter whose stream has been played to its end. No two filters have the same,
- * because an event may come after the close of its own. */
+/* The tag of the filter whose stream has been played to its end. Every filter has its own tag,
+ * because an event may come after the filter was closed. */
 static atomic_uintptr_t g_ended;
 
 static void on_section(uint32_t hfilter, FLT_EVT_CB_T* pt_evt, FLT_EVT_DATA_T* pt_data,
@@ -50,7 +50,7 @@ static void take_sections(RECEPTION_T* pt_reception, uint32_t hfilter, uintptr_t
     }
 }
 
-/* Receives sections through a filter of their own, and compares them with what the stream holds. */
+/* Receives sections through a filter of their own, and compares them with those of the stream. */
 static void receive(RECEPTION_T* pt_reception, uint16_t pid, uint8_t table, int extension,
                     SECTIONS_T* pt_received) {
     static uintptr_t tag;
@@ -77,10 +77,10 @@ static void receive(RECEPTION_T* pt_reception, uint16_t pid, uint8_t table, int 
     stream_compare(pt_reception);
 }
 
-/* Appends the name and the provider of a service descriptor; result: the columns. */
+/* Appends the name and the provider of a service descriptor. Result: the columns they take. */
 static int append_names(char* text, size_t size, const uint8_t* descriptor, int length) {
     const int provider = length > 1 ? descriptor[1] : 0;
-    const int at = 2 + provider; /* of the name's length */
+    const int at = 2 + provider; /* where the name's length is */
     if (at >= length || at + 1 + descriptor[at] > length) {
         return 0;
     }
@@ -93,7 +93,7 @@ static int append_names(char* text, size_t size, const uint8_t* descriptor, int 
     return columns;
 }
 
-/* Appends what the SDT calls a service; result: the columns, 0 when it does not. */
+/* Appends the SDT's name of a service. Result: the columns it takes, 0 if there is none. */
 static int append_service(char* text, size_t size, const SECTIONS_T* pt_sdt, uint16_t service) {
     int columns = 0;
     for (int i = 0; i < pt_sdt->count && columns == 0; ++i) {
@@ -139,7 +139,7 @@ static void show_programme(RECEPTION_T* pt_reception, const SECTIONS_T* pt_sdt, 
     ++pt_reception->programmes;
     pt_reception->lacking += streams < 0;
     say(RESULT,
-        streams < 0 ? "  %5u  %s%*s  PMT %4u: NEVER CAME" : "  %5u  %s%*s  PMT %4u: %d streams",
+        streams < 0 ? "  %5u  %s%*s  PMT %4u: NEVER ARRIVED" : "  %5u  %s%*s  PMT %4u: %d streams",
         programme, name, columns < NAME_COLUMNS ? NAME_COLUMNS - columns : 0, "", pid, streams);
     if (streams > 0) {
         say(DETAIL, "         streams%s", text);
@@ -159,7 +159,7 @@ static void show_programmes(RECEPTION_T* pt_reception) {
         const uint8_t* section = pat.at_section[i].bytes;
         const int end = section_is_current(&pat, i) ? pat.at_section[i].length - CRC : 0;
         for (int at = PAT_HEADER; at + PAT_PROGRAMME <= end; at += PAT_PROGRAMME) {
-            if (bits(section + at, NUMBER) != 0) { /* which names the network's table */
+            if (bits(section + at, NUMBER) != 0) { /* 0 is the network's table */
                 show_programme(pt_reception, &sdt, bits(section + at, NUMBER),
                                bits(section + at + 2, PID));
             }
@@ -169,7 +169,7 @@ static void show_programmes(RECEPTION_T* pt_reception) {
         const bool is_stream = 2 * pt_reception->skipped < pt_reception->packets;
         say(RESULT, "  NO SERVICE: %s",
             !is_stream       ? "no transport stream of 188-byte packets"
-            : pat.count == 0 ? "no PAT came"
+            : pat.count == 0 ? "no PAT arrived"
                              : "the PAT has no programme");
     }
 }
@@ -186,7 +186,7 @@ void show_services(DEMO_T* pt_demo, const char* file) {
         pt_demo->pt_box->set_stream(file);
         x_velmora_filter_register_section_callback(on_section);
         x_velmora_filter_register_filter_status_callback(on_status);
-        /* Without the thread the sections come on another one. */
+        /* If there is none, the sections come on the shared thread. */
         pt_demo->faults += x_velmora_filter_create_callback_thread(&t_reception.hthread) != 0;
         show_programmes(&t_reception);
         x_velmora_filter_delete_callback_thread(t_reception.hthread);

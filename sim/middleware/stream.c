@@ -4,7 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
-/* These need what is included before, in this order. */
+/* These need the includes above, in this order. */
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/psi.h>
 
@@ -12,7 +12,7 @@
 
 enum { PACKET = 188, SYNC = 0x47, ERRONEOUS = 0x80, SAID_MAX = 10 };
 
-/* Of the header that the sections of a table have. */
+/* Fields in the header of a table's section. */
 #define EXTENSION(section) ((section)[3] << 8 | (section)[4])
 #define VERSION(section) ((section)[5] >> 1 & 0x1f)
 #define IS_CURRENT(section) (((section)[5] & 1) != 0)
@@ -67,7 +67,7 @@ bool section_is_current(const SECTIONS_T* pt_sections, int index) {
     return IS_CURRENT(pt_section->bytes) && VERSION(pt_last->bytes) == VERSION(pt_section->bytes);
 }
 
-/* A stream may repeat itself often: the first ones will do. */
+/* A stream may repeat a fault often, so only the first ones are shown without --verbose. */
 static void differs(RECEPTION_T* pt_reception, const char* how, int length) {
     say(pt_reception->different++ < SAID_MAX ? RESULT : DETAIL,
         "  section    %s: PID %u, table 0x%02x, %d bytes", how, pt_reception->pid,
@@ -90,8 +90,8 @@ static void compare(dvbpsi_t* pt_dvbpsi, dvbpsi_psi_section_t* pt_section) {
     dvbpsi_DeletePSISections(pt_section);
 }
 
-/* Hands a packet over. Where a section begins, libdvbpsi would take its bytes for the rest of one
- * that lost some on the way: that one is given up before. */
+/* Passes a packet on. If an earlier section has lost packets, libdvbpsi would fill it with the
+ * bytes of the section that begins here, so the incomplete one is dropped first. */
 static void push(dvbpsi_t* pt_dvbpsi, uint8_t* packet) {
     const int payload = (packet[3] & 0x20) != 0 ? 5 + packet[4] : 4;
     dvbpsi_decoder_t* pt_decoder = pt_dvbpsi->p_decoder;

@@ -27,7 +27,7 @@ void say(LINE_E e_line, const char* format, ...) {
     vsnprintf(line, sizeof(line), format, arguments);
     va_end(arguments);
     FILE* out = e_line == PROBLEM ? stderr : stdout;
-    fflush(stdout); /* so that both streams come in order where they share a terminal */
+    fflush(stdout); /* keeps both streams in order on a terminal */
     flockfile(out);
     mbstate_t state = {0};
     size_t length;
@@ -76,7 +76,7 @@ FILE* input_open(const char* file) {
     return in;
 }
 
-static sem_t g_events; /* zeros: none yet */
+static sem_t g_events; /* zeroed: no event yet */
 
 void event_noted(void) {
     sem_post(&g_events);

@@ -8,15 +8,15 @@
 #include "sim/middleware/support.h"
 #include "sim/middleware/tuning.h"
 
-/* An LNB receives somewhat more than the table says: the extended C band begins 300 MHz below. */
+/* An LNB receives more than the table says: the extended C band begins 300 MHz lower. */
 enum { BAND_MARGIN_MHZ = 300 };
 enum { DISEQC_OK = 0xe4, DISEQC_SECONDS = 2, SCAN_SECONDS = 10 };
 
 /* Whether an LNB receives a frequency, and how. */
 static bool reaches(const struct dvb_sat_lnb* pt_lnb, uint32_t khz, bool horizontal,
                     LNB_T* pt_chosen) {
-    /* The upper oscillator serves a band or, in an LNB for both polarisations at once, one of
-     * them. */
+    /* The upper oscillator serves the high band, or horizontal polarisation in an LNB that receives
+     * both at once. */
     const bool high_band = pt_lnb->rangeswitch != 0 ? khz >= pt_lnb->rangeswitch * 1000u
                                                     : pt_lnb->highfreq != 0 && horizontal;
     const int64_t oscillator = high_band ? pt_lnb->highfreq : pt_lnb->lowfreq;
@@ -41,7 +41,7 @@ bool lnb_choose(const struct dvb_sat_lnb* pt_lnb, uint32_t khz, bool horizontal,
     return false;
 }
 
-/* The last byte that the switch has acknowledged; -1: none yet. */
+/* The last byte that the switch has acknowledged; -1 if there is none yet. */
 static atomic_int g_acknowledged;
 
 static int on_message(unsigned int h_pipeline, const int8_t* pi1_message, int32_t i4_length) {
@@ -61,7 +61,7 @@ bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t 
     const int voltage = pt_chosen->horizontal ? MW_FE_LNB_VOLTAGE_18V : MW_FE_LNB_VOLTAGE_13V;
     const int tone = pt_chosen->high_band ? MW_FE_LNB_TONE_CONTINUOUS : MW_FE_LNB_TONE_NONE;
     const int satellite = MW_FE_LNB_POSITION_A;
-    /* Write to a committed switch, from the master, no reply of the bus itself needed. */
+    /* From the master, no reply required; to any switch; write to the committed inputs. */
     unsigned char message[] = {
         0xe0, 0x10, 0x38,
         (unsigned char)(0xf0 | pt_chosen->horizontal << 1 | pt_chosen->high_band)};
@@ -83,7 +83,7 @@ bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t 
     return done;
 }
 
-/* What the events of the running scan have said; they get it as their tag. */
+/* What the events of the running scan have reported; they get it as their tag. */
 typedef atomic_int SCAN_T;
 enum { LOCKED = 1, FOUND = 2, WHOLE = 4, STOPPED = 8 };
 
@@ -135,7 +135,7 @@ ON_VALUE(on_dvbt_standard, "DVB-T standard")
 ON_VALUE(on_hierarchy, "hierarchy")
 
 bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band) {
-    /* Events that come late, after a scan that was given up, still find the record. */
+    /* Static, because an event may still come after the wait for its scan has timed out. */
     static SCAN_T scan;
     FE_SCAN_CB_T callbacks = {.pf_locked_nfy = on_locked,
                               .pf_stopped_nfy = on_stopped,
@@ -191,7 +191,7 @@ static bool agrees(const MW_FESETTING_T* pt_settings, const FE_STATUS_T* pt_stat
 
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size) {
-    enum { EVERY = 8, DVBC = 10, DVBS = 11 }; /* so many of these are reported of the system */
+    enum { EVERY = 8, DVBC = 10, DVBS = 11 }; /* how many of these a system reports */
     FE_STATUS_TYPE_E kinds[FE_STATUS_MAX_TYPES] = {
         FE_STATUS_TYPE_DEMOD_LOCK, FE_STATUS_TYPE_RF_LOCK,        FE_STATUS_TYPE_SNR,
         FE_STATUS_TYPE_MER,        FE_STATUS_TYPE_SIGNAL_QUALITY, FE_STATUS_TYPE_SIGNAL_STRENGTH,
@@ -220,5 +220,5 @@ const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_ask
     if (count == DVBS) {
         append(text, size, "  lnb %d", s.mLnbVoltage);
     }
-    return agrees(&settings, &s, pt_asked) ? NULL : "settings or status read back are others";
+    return agrees(&settings, &s, pt_asked) ? NULL : "settings or status read back differ";
 }

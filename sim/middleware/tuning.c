@@ -14,7 +14,7 @@ static const char* const k_outcomes[] = {"tuned",
                                          "no LNB reaches it",
                                          "a number does not fit",
                                          "a field is missing or malformed",
-                                         "of another system"};
+                                         "unsupported system"};
 
 int show_reasons(const char* label, const int* pi4_sum) {
     char text[LINE_SIZE] = "";
@@ -41,7 +41,7 @@ typedef struct {
     int ai4_sum[OUTCOMES];
 } JOB_T;
 
-/* Scans from the first transponder of the entries on; a file without one has no band. */
+/* Scans the band from the first entry that makes a request. Without one there is no scan. */
 static void scan(JOB_T* pt_job, const ENTRY_T* pt_entry) {
     REQUEST_T t_band;
     MW_FESETTING_T* pt_band = &t_band.t_settings;
@@ -134,7 +134,7 @@ void tune_file(DEMO_T* pt_demo, const char* file) {
     job.h_pipeline = pt_demo->pt_box->create_pipeline();
     x_native_frontend_require_tuner(job.h_pipeline);
     scan(&job, entries);
-    lnb_open(job.h_pipeline); /* what it cannot do shows in the first selection */
+    lnb_open(job.h_pipeline); /* if this fails, the first selection fails too */
     for (const ENTRY_T* pt_entry = entries; pt_entry->line > 0; ++pt_entry) {
         tune(&job, pt_entry);
     }

@@ -1,5 +1,5 @@
-/* The steps of tuning: scan_file.c reads a file's entries, request.c makes requests of them, and
- * tuner.c works a frontend with these. */
+/* The steps of tuning: scan_file.c reads the entries of a file, request.c turns them into requests,
+ * and tuner.c sends these to a frontend. */
 #ifndef SIM_TUNING_H
 #define SIM_TUNING_H
 
@@ -10,7 +10,7 @@
 
 enum { FIELDS_MAX = 64, FIELD_SIZE = 32 };
 
-/* Of a scan file in DVBv5 format. */
+/* An entry of a scan file in DVBv5 format. */
 typedef struct {
     int line; /* where it begins */
     int fields;
@@ -18,61 +18,61 @@ typedef struct {
         char key[FIELD_SIZE];
         char value[FIELD_SIZE];
     } at_field[FIELDS_MAX];
-    bool malformed; /* a field comes twice and differs, or is too long */
+    bool malformed; /* a field is too long or has two values, or there are too many */
 } ENTRY_T;
 
-/* The entries of a file, up to one with line 0, as an array to be freed; null, told why, when it
- * cannot be opened, has a line that is not in the format, or no entry. */
+/* The entries of a file, as an array that ends with an entry of line 0 and that the caller frees.
+ * Null after a message if the file cannot be opened or is not in the format. */
 ENTRY_T* entries_read(const char* file);
 
-/* The value of an entry's field; "" for none. */
+/* The value of an entry's field; "" if there is none. */
 const char* entry_value(const ENTRY_T* pt_entry, const char* key);
 
-/* An LNB as it receives a transponder. */
+/* How an LNB receives a transponder. */
 typedef struct {
     const struct dvb_sat_lnb* pt_lnb;
     bool horizontal; /* or circular left */
     bool high_band;
-    int32_t mhz; /* of the transponder after the LNB */
+    int32_t mhz; /* the transponder's frequency after the LNB */
 } LNB_T;
 
-/* A request and what it borrows; the LNB is a satellite's. */
+/* A request and what it points to. Only satellites use the LNB. */
 typedef struct {
-    const char* system; /* the family: "DVB-S" */
+    const char* system; /* the family, such as "DVB-S" */
     MW_FESETTING_T t_settings;
     MW_FE_DVBS_CODE_RATE_T t_code_rate;
     LNB_T t_lnb;
 } REQUEST_T;
 
-/* Fills the request of an entry, for an LNB or, when pt_lnb is null, the first that reaches it.
- * Result: TUNED, or why it cannot. */
+/* Fills the request for an entry. If pt_lnb is null, it takes the first LNB that reaches the
+ * transponder. Result: TUNED, or why there is no request. */
 OUTCOME_E request_from_entry(const ENTRY_T* pt_entry, const struct dvb_sat_lnb* pt_lnb,
                              REQUEST_T* pt_request);
 
-/* What a tuner takes behind an LNB. */
+/* The frequencies after an LNB that a tuner accepts. */
 enum { TUNER_MHZ_MIN = 950, TUNER_MHZ_MAX = 2147 };
 
-/* Chooses the first LNB of libdvbv5's table that receives a downlink frequency, or only tries
- * pt_lnb. Result: false when there is none. */
+/* Chooses pt_lnb, or if it is null the first LNB of libdvbv5's table that receives the downlink
+ * frequency. Result: false if it does not receive it, or none does. */
 bool lnb_choose(const struct dvb_sat_lnb* pt_lnb, uint32_t khz, bool horizontal, LNB_T* pt_chosen);
 
-/* Opens the LNB of a registered pipeline; one at a time. */
+/* Opens the LNB of a registered pipeline. Only one may be open at a time. */
 bool lnb_open(uint32_t h_pipeline);
 
 /*
  * Sets voltage, tone and position, reads them back, and switches to the first input of the switch.
- * False when one of the commands fails, a value is read back otherwise, or the switch does not
- * acknowledge within two seconds. Says in text what was done.
+ * False if a command fails, a value read back differs, or the switch does not acknowledge within
+ * two seconds. Writes into text what was done.
  */
 bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t size);
 
-/* Scans on a registered pipeline, says with --verbose what it finds as it arrives, and waits for
- * the end. False when the scan does not start, does not report progress up to 100, a finding, a
- * lock and its end, or reports nothing for ten seconds. */
+/* Scans on a registered pipeline and waits for the end. With --verbose it prints findings as they
+ * arrive. False if the scan does not start, does not report 100 percent, a finding, a lock and its
+ * end, or does not end within ten seconds. */
 bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band);
 
-/* Reads the settings back, and in one query every status kind that the box reports, which it writes
- * as a line. Result: null when both are what was asked for; otherwise what is wrong. */
+/* Reads back the settings and, in one query, every status kind that the box reports. Writes the
+ * status as a line. Result: null if both are as requested; otherwise what is wrong. */
 const char* readback_fault(unsigned int h_pipeline, const MW_FESETTING_T* pt_asked, char* text,
                            size_t size);
 

@@ -14,7 +14,7 @@ import java.util.List;
 public final class Main {
     private static final SimulatedTuner TUNER = new SimulatedTuner();
     private static final SimulatedDemux DEMUX = new SimulatedDemux();
-    /** Native code refers to pipelines weakly. */
+    /** Keeps the pipelines alive: native code has only weak references to them. */
     private static final List<PipelineHandler> PIPELINES =
             Collections.synchronizedList(new ArrayList<>());
 
@@ -42,7 +42,7 @@ public final class Main {
                 self instanceof ZytTvInnerFilter || self instanceof ZytTvInnerFilterCallbackThread
                         ? DEMUX.call(self, method, arguments)
                         : TUNER.call(self, method, arguments);
-        Loader.load(args[0] + "/libsim_box.so"); // first: it notes what the other takes over
+        Loader.load(args[0] + "/libsim_box.so"); // first: notes the action of SIGINT
         Loader.load(args[0] + "/libhalvorin_velmora_pipeline.so");
         System.exit(middleware(Arrays.copyOfRange(args, 1, args.length)));
     }

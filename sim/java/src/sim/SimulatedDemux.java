@@ -25,28 +25,28 @@ final class SimulatedDemux implements DeviceModel {
     private static final int OK = 0;
     private static final int REFUSED = 1;
     private static final int PACKET = 188;
-    /** So many different sections are told from those that come again. */
+    /** How many sections are remembered, so that none of them is delivered again. */
     private static final int REMEMBERED = 4096;
     private static final int WAITING = 1024;
     private static final int SYNC = 0x47;
     private static final int END_OF_STREAM = 1;
     private static final int TS = 1;
     private static final int SECTION = 1;
-    /** A longer section than a read returns is not delivered. */
+    /** A section that is longer than a read can return is not delivered. */
     private static final int READABLE = 4096;
 
-    /** A filter; what its events need of it outlives its close. */
+    /** A filter. It outlives its close, because events still need it. */
     private static final class Filter {
         private final ZytTvInnerFilter mFilter;
         private final ZytTvInnerFilterCallback mCallback = new ZytTvInnerFilterCallback();
         private final Queue<byte[]> mSections = new ArrayBlockingQueue<>(WAITING);
         private final Set<ByteBuffer> mDelivered = new HashSet<>();
-        /** The section that is being received, when one has begun. */
+        /** The section that is being received, if one has begun. */
         private final byte[] mSection = new byte[3 + 0xfff];
         private int mLength;
         private boolean mBegun;
         volatile ExecutorService thread;
-        /** As onSetSectionConfig was given it. */
+        /** The arguments of onSetSectionConfig. */
         volatile Object[] config;
         volatile boolean active;
 
@@ -54,7 +54,7 @@ final class SimulatedDemux implements DeviceModel {
             mFilter = filter;
         }
 
-        /** By pattern, mask and mode. Byte 0 is for the table; the others follow the length. */
+        /** Applies pattern, mask and mode. Byte 0 is the table id; the others follow the length. */
         private boolean admits(byte[] section) {
             final byte[] pattern = (byte[]) config[4], mask = (byte[]) config[5];
             final byte[] mode = (byte[]) config[6];
@@ -112,7 +112,7 @@ final class SimulatedDemux implements DeviceModel {
                 append(packet, payload, PACKET, false);
                 return;
             }
-            // The first byte points to the first section that begins in the packet.
+            // The first byte points to the first section that begins in this packet.
             final int first = payload + 1 + (packet[payload] & 0xff);
             append(packet, payload + 1, Math.min(first, PACKET), false);
             mBegun = true;
@@ -120,7 +120,7 @@ final class SimulatedDemux implements DeviceModel {
             append(packet, first, PACKET, true);
         }
 
-        /** Appends bytes to the section. another: a new one may begin when it is complete. */
+        /** Appends bytes to the section. another: a new one may follow when it is complete. */
         private void append(byte[] packet, int from, int to, boolean another) {
             for (int at = from; at < to && mBegun; ++at) {
                 mSection[mLength++] = packet[at];
@@ -172,7 +172,7 @@ final class SimulatedDemux implements DeviceModel {
                 filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
                 return (Integer) args[0] == TS && (Integer) args[1] == SECTION ? OK : REFUSED;
             case "onSetSectionConfig":
-                filter.config = args; // whose arrays were made for this call
+                filter.config = args; // its arrays were made for this call
                 return OK;
             case "onStart":
                 final String fault = filter.config == null ? "it has no configuration"

@@ -26,13 +26,13 @@ final class SimulatedTuner implements DeviceModel {
 
     private static final class State {
         volatile FrontendSettings settings;
-        /** Voltage, tone and position, by the names that their methods end with. */
+        /** Voltage, tone and position, by the ends of their methods' names. */
         final Map<String, Integer> lnb = new ConcurrentHashMap<>();
     }
 
     /** By native handle. */
     private final Map<Integer, State> mStates = new ConcurrentHashMap<>();
-    /** What the getters of the status objects that are in use return. */
+    /** For each status object in use, what its getters return. */
     private final Map<Object, Function<String, Object>> mStatuses =
             Collections.synchronizedMap(new WeakHashMap<>());
 
@@ -92,7 +92,7 @@ final class SimulatedTuner implements DeviceModel {
         }
     }
 
-    /** A signal as requested, and as good as its frequency is low; null means not reported. */
+    /** The requested signal, better at a lower frequency; null if the kind is not reported. */
     private static Object reported(String getter, FrontendSettings settings, int voltage) {
         final int mhz = settings.getFrequency() / 1_000_000;
         return switch (getter) {
@@ -116,7 +116,7 @@ final class SimulatedTuner implements DeviceModel {
         };
     }
 
-    /** The switch acknowledges and repeats the last byte. An empty message does not reach it. */
+    /** The switch answers with e4 and the last byte. An empty message does not reach it. */
     private static void answer(int pipeline, byte[] message) {
         if (message.length > 0) {
             final byte[] reply = {DISEQC_OK, message[message.length - 1]};
@@ -124,7 +124,7 @@ final class SimulatedTuner implements DeviceModel {
         }
     }
 
-    /** Reports what settings of a system have by a name; others do not. */
+    /** Reports a value of the settings by its name, if their system has it. */
     private static void report(FrontendSettings settings, String name, Consumer<int[]> notify) {
         if (settings.value(name) instanceof Integer value) {
             notify.accept(new int[] {value});
