@@ -1,16 +1,16 @@
-# Sourced by the other scripts, whose $here is the project's folder: what each of them needs.
-export LC_ALL=C.UTF-8 # by it Java reads the letters of a path
-trap 'exit 130' INT   # what runs may catch Ctrl-C and end as if nothing had been
+# What every script needs. They source this file, and $here is the project's folder.
+export LC_ALL=C.UTF-8 # so that Java can read every character of a path
+trap 'exit 130' INT   # because a program that runs may catch Ctrl-C and exit with 0
 
-# Locks a file or folder until the shell or subshell that calls this ends: two runs in one checkout would disturb each
-# other.
+# Locks a file or folder until the shell or subshell that calls this ends, because two runs in one checkout would
+# disturb each other.
 lock() {
     local held
     exec {held}<"$1"
     flock -n "$held" || { echo "Waiting for another run, which has locked $1" >&2 && flock "$held"; }
 }
 
-# Installs Debian packages that are missing. When it does not, missing names them.
+# Installs those of the Debian packages that are missing. If it fails, $missing names them.
 install_packages() {
     local package as_root=()
     missing=()
@@ -24,7 +24,7 @@ install_packages() {
         echo "Missing packages: ${missing[*]}. Install them, or run this as root and without PIPELINE_INSTALL=no." >&2
         return 1
     fi
-    echo "Installing (a minute or a few; PIPELINE_INSTALL=no declines): ${missing[*]}"
+    echo "Installing, which takes a few minutes (PIPELINE_INSTALL=no forbids it): ${missing[*]}"
     (
         lock "$here/scripts/install.sh"
         output=$("${as_root[@]}" apt-get update 2>&1 &&
