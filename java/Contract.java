@@ -37,8 +37,8 @@ import org.objectweb.asm.Type;
 import org.objectweb.asm.tree.ClassNode;
 
 /**
- * What the library demands of Java, as keep.pro lists it: prints it as a table, or checks files
- * against it. Class files and dex are read into one model, and the check knows only the model.
+ * Prints as a table what the library demands of Java, as keep.pro lists it, or checks files
+ * against it. Class files and dex are read into one model, and the check uses only the model.
  */
 public final class Contract {
     /** A method. Its declaration is like "int onScan(a.b.Settings, int)", without modifiers. */
@@ -46,7 +46,7 @@ public final class Contract {
         private static final List<String> LISTS = List.of(
                 "sdk", "unsupported", "blocked", "max-target-o", "max-target-p", "max-target-q",
                 "max-target-r");
-        /** The list, and core-platform-api and test-api, which do not matter to applications. */
+        /** The list; also core-platform-api and test-api, which do not affect applications. */
         private static final int KNOWN_FLAGS = 0x1f;
 
         Member(String name, Type result, List<Type> parameters, int access, int hiddenFlags) {
@@ -79,7 +79,7 @@ public final class Contract {
 
     private record Model(String name, int access, String superclass, List<String> interfaces,
             List<Member> members) {
-        /** What JNI finds in it for a class below it. */
+        /** The members that JNI finds here for a subclass. */
         Stream<Member> inherited() {
             return members.stream().filter(member -> !Modifier.isInterface(access)
                     || (member.access & (Modifier.STATIC | Modifier.PRIVATE)) == 0);
@@ -102,7 +102,7 @@ public final class Contract {
     private static final int LIMIT_MIB = 256;
 
     private final Map<String, List<Member>> mDemanded;
-    /** Reads each class of the files. */
+    /** For each class of the files, what reads it. */
     private final Map<String, Callable<Model>> mClasses = new HashMap<>();
     private final List<String> mFaults = new ArrayList<>();
     private final List<String> mHidden = new ArrayList<>();
@@ -111,7 +111,7 @@ public final class Contract {
         mDemanded = read(keepRules + ": ", () -> parse(Path.of(keepRules)));
     }
 
-    /** args: keep.pro; then --table, or --check, files, and perhaps --enforced. */
+    /** args: keep.pro, then --table, or --check with files and perhaps --enforced. */
     public static void main(String[] args) {
         boolean isGood = true;
         try {
@@ -128,13 +128,13 @@ public final class Contract {
             isGood = false;
         }
         if (System.out.checkError()) {
-            System.err.println("The output cannot be written.");
+            System.err.println("Cannot write the output.");
             isGood = false;
         }
         System.exit(isGood ? 0 : 1);
     }
 
-    /** Whatever the reading throws becomes a message: the prefix, and what is wrong. */
+    /** Turns whatever the reading throws into a message: the prefix, then the reason. */
     private static <T> T read(String prefix, Callable<T> reading) throws IOException {
         String reason;
         try {
@@ -146,8 +146,8 @@ public final class Contract {
         } catch (IOException e) {
             reason = e.getMessage();
         } catch (OutOfMemoryError e) {
-            reason = "needs more memory than there is";
-        } catch (Exception e) { // the libraries throw anything when their input is broken
+            reason = "needs too much memory";
+        } catch (Exception e) { // the libraries may throw anything for broken input
             reason = "is broken";
         }
         throw new IOException(prefix + reason);
@@ -157,7 +157,7 @@ public final class Contract {
 
     private static Map<String, List<Member>> parse(Path keepRules) throws IOException {
         final Map<String, List<Member>> demanded = new LinkedHashMap<>();
-        List<Member> members = null; // of the rule that is open
+        List<Member> members = null; // of the rule being read
         int number = 0;
         for (String line : Files.readAllLines(keepRules)) {
             ++number;
@@ -214,8 +214,8 @@ public final class Contract {
     }
 
     private static Map<String, Callable<Model>> classesOf(Path file) throws IOException {
-        if (!Files.isRegularFile(file)) { // of a pipe nothing might ever come
-            throw new IOException(Files.exists(file) ? "not a file" : "no such file");
+        if (!Files.isRegularFile(file)) { // reading a pipe might never end
+            throw new IOException(Files.exists(file) ? "not a regular file" : "no such file");
         }
         final String start;
         try (InputStream stream = Files.newInputStream(file)) {
@@ -227,11 +227,11 @@ public final class Contract {
         if (!start.startsWith("PK")) {
             throw new IOException("neither a jar, an APK nor a dex file");
         }
-        // Stays open: a class file is read when it is needed.
+        // Stays open, because a class file is read only when it is needed.
         final ZipFile zip = new ZipFile(file.toFile());
         final Map<String, Callable<Model>> classes = new HashMap<>();
         ZipEntry dex = zip.getEntry("classes.dex");
-        // At the first number that is missing, a device stops too.
+        // Stops at the first missing number, as a device does.
         for (int next = 2; dex != null; ++next) {
             final ZipEntry entry = dex;
             read(entry.getName() + " ",
@@ -254,11 +254,11 @@ public final class Contract {
     private static byte[] bytes(InputStream source, long size) throws IOException {
         try (source) {
             if (size > LIMIT_MIB << 20) {
-                throw new IOException("has more than " + LIMIT_MIB + " MiB");
+                throw new IOException("is larger than " + LIMIT_MIB + " MiB");
             }
             final byte[] bytes = new byte[(int) size];
             if (source.readNBytes(bytes, 0, bytes.length) != size || source.read() >= 0) {
-                throw new IOException("is broken: it has another size than is told");
+                throw new IOException("is broken: its size is not as stated");
             }
             return bytes;
         }
@@ -274,7 +274,7 @@ public final class Contract {
             reader = new ClassReader(bytes);
         } catch (IllegalArgumentException e) {
             throw new IOException(
-                    "is newer than can be read (Java " + (header.getShort(6) - 44) + ")");
+                    "is too new to be read (Java " + (header.getShort(6) - 44) + ")");
         }
         final ClassNode node = new ClassNode();
         reader.accept(node, ClassReader.SKIP_CODE);
@@ -289,14 +289,14 @@ public final class Contract {
     private static Map<String, Callable<Model>> classesOfDex(byte[] bytes) throws IOException {
         final int version = HeaderItem.getVersion(bytes, 0);
         if (version > 40) {
-            throw new IOException("is newer than can be read (dex " + version + ")");
+            throw new IOException("is too new to be read (dex " + version + ")");
         }
         final DexBackedDexFile dex = new DexBackedDexFile(Opcodes.getDefault(), bytes, 0);
         if (version < 0
                 || dex.getBuffer().readSmallUint(HeaderItem.FILE_SIZE_OFFSET) != bytes.length) {
             throw new IOException("is broken");
         }
-        // A size, then for each class where its flags are, or 0 when it has none.
+        // Its size, then for each class the offset of its flags, or 0 if it has none.
         final MapItem hidden = dex.getMapItemForSection(ItemType.HIDDENAPI_CLASS_DATA_ITEM);
         final List<DexBackedClassDef> types = dex.getClassSection();
         final Map<String, Callable<Model>> classes = new HashMap<>();
@@ -310,7 +310,7 @@ public final class Contract {
         return classes;
     }
 
-    /** flags: a number for each field, then for each method; null when there are none. */
+    /** flags: a number for each field, then for each method; null if there are none. */
     private static Model ofDex(DexBackedClassDef type, DexReader<?> flags) {
         for (Iterable<? extends Field> fields
                 : List.of(type.getStaticFields(false), type.getInstanceFields(false))) {
@@ -338,7 +338,7 @@ public final class Contract {
                 descriptor == null ? null : descriptor.substring(1, descriptor.length() - 1));
     }
 
-    /** null: there is no superclass. */
+    /** Null if there is no superclass. */
     private static String javaName(String internalName) {
         return internalName == null ? null : internalName.replace('/', '.');
     }
@@ -346,7 +346,7 @@ public final class Contract {
     // --- The check ---
 
     private boolean check(boolean isEnforced) {
-        // The platform's classes may be left out, all or none.
+        // The files may leave out the platform's classes, but only all of them.
         final List<String> unchecked = new ArrayList<>(mDemanded.keySet());
         unchecked.removeIf(name -> !PLATFORM.matcher(name).matches());
         if (unchecked.stream().anyMatch(mClasses::containsKey)) {
@@ -393,7 +393,7 @@ public final class Contract {
                 name -> mFaults.add(owner + ": needs " + name + ", which is in none of the files"));
         final Model type = lineage.get(owner);
         if (Modifier.isAbstract(type.access) && members.stream().anyMatch(Member::isConstructor)) {
-            mFaults.add(owner + ": is abstract, and the library constructs it");
+            mFaults.add(owner + ": is abstract, but the library constructs it");
         }
         for (Member wanted : members) {
             check(owner, wanted, wanted.isConstructor() ? List.of(type) : lineage.values(),
@@ -401,7 +401,7 @@ public final class Contract {
         }
     }
 
-    /** Adds the class, its superclasses, then their interfaces, as JNI looks for a method. */
+    /** Adds the class, its superclasses, then their interfaces: the order of JNI's search. */
     private void addLineage(String name, String prefix, List<String> below,
             Map<String, Model> lineage, Set<String> absent) throws IOException {
         if (below.contains(name)) {
@@ -413,7 +413,7 @@ public final class Contract {
         } else if (reading != null && !lineage.containsKey(name)) {
             final Model type = read(prefix, reading);
             if (!type.name.equals(name)) {
-                throw new IOException(prefix + "is broken: it says that it is " + type.name);
+                throw new IOException(prefix + "is broken: it contains the class " + type.name);
             }
             lineage.put(name, type);
             below.add(name);
