@@ -1,6 +1,6 @@
-# 32-bit ARM as a device tree compiles: clang, libc++, lld, Thumb-2, unused and equal sections dropped, warnings of the
-# linker fatal. The libraries are those that scripts/arm-sysroot unpacks, with a C library that is not a device's: its
-# loader does not take the packed relocations that a device's does. Programs run with qemu-user on that sysroot.
+# Compiles for 32-bit ARM as a device tree does: clang, libc++, lld, Thumb-2, unused and identical sections dropped,
+# linker warnings fatal. The libraries come from scripts/arm-sysroot. Its C library is not a device's, and its loader
+# does not support the packed relocations of a device. Programs run on this sysroot with qemu-user.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 get_filename_component(arm_sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/arm-sysroot ABSOLUTE)
