@@ -36,7 +36,7 @@ constexpr unsigned char kUntouched = 0xa5;
 
 #define WRITTEN PROJECT_FOLDER "/docs/functions.txt"
 #define SEEN BUILD_FOLDER "/functions.txt"
-constexpr char kRemedy[] = "If the change is intended: cp " SEEN " " WRITTEN "\n";
+constexpr char kRemedy[] = "If the change is intended: cp '" SEEN "' '" WRITTEN "'\n";
 // The legend of the file.
 constexpr char kHead[] =
     R"(# == FUNCTION: RESULT when nothing fails. The numbered lines are its log, its calls of Java,
@@ -200,7 +200,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
             }
         }
         std::ofstream(SEEN) << text;
-        if (system("diff -u " WRITTEN " " SEEN) != 0) {
+        if (system("diff -u '" WRITTEN "' '" SEEN "'") != 0) {
             ADD_FAILURE() << "docs/functions.txt differs from what was seen, as shown above.\n"
                           << kRemedy;
         }

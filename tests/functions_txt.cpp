@@ -65,12 +65,15 @@ std::string normalized(const std::string& line, const Fixture& fixture) {
                                   strtoul(word.c_str(), nullptr, 16) == handle);
         };
         text += found.prefix();
-        text += shows(fixture.h_pipeline) ? "PIPELINE"
-                : shows(fixture.hthread)  ? "THREAD"
-                : shows(fixture.hfilter) || (fixture.hthread != 0 && shows(fixture.hthread + 1))
-                    ? "FILTER"
-                : word.size() > 4 && word.rfind("0x", 0) == 0 && word != "0xffffffff" ? "ADDRESS"
-                                                                                      : word;
+        text +=
+            shows(fixture.h_pipeline) ? "PIPELINE"
+            : shows(fixture.hthread)  ? "THREAD"
+            : shows(fixture.hfilter) || (fixture.hthread != 0 && shows(fixture.hthread + 1))
+                ? "FILTER"
+            // 0x39 is kJavaValue. Android's runtime gives references as short.
+            : word.size() > 3 && word.rfind("0x", 0) == 0 && word != "0x39" && word != "0xffffffff"
+                ? "ADDRESS"
+                : word;
     }
     text += rest;
     text = std::regex_replace(text, kNewline, "\\n");

@@ -50,6 +50,6 @@ public abstract class Values {
     }
 
     private List<String> names() {
-        return SPLIT.computeIfAbsent(mNames, names -> List.of(names.split(", ")));
+        return SPLIT.computeIfAbsent(mNames, names -> Arrays.asList(names.split(", ")));
     }
 }
