@@ -84,29 +84,28 @@ bool lnb_select(uint32_t h_pipeline, const LNB_T* pt_chosen, char* text, size_t 
 }
 
 /* What the events of the running scan have reported; they get it as their tag. */
-typedef atomic_int SCAN_T;
 enum { LOCKED = 1, FOUND = 2, WHOLE = 4, STOPPED = 8 };
 
 static int on_progress(unsigned int h_pipeline, int32_t percent, void* pv_scan) {
-    *(SCAN_T*)pv_scan |= percent == 100 ? WHOLE : 0;
+    *(atomic_int*)pv_scan |= percent == 100 ? WHOLE : 0;
     return 0;
 }
 
 static int on_locked(unsigned int h_pipeline, void* pv_scan) {
     say(DETAIL, "  scan       pipeline 0x%x: locked", h_pipeline);
-    *(SCAN_T*)pv_scan |= LOCKED;
+    *(atomic_int*)pv_scan |= LOCKED;
     return 0;
 }
 
 static int on_stopped(unsigned int h_pipeline, void* pv_scan) {
     say(DETAIL, "  scan       pipeline 0x%x: stopped", h_pipeline);
-    *(SCAN_T*)pv_scan |= STOPPED;
+    *(atomic_int*)pv_scan |= STOPPED;
     event_noted();
     return 0;
 }
 
 static int found(unsigned int h_pipeline, const char* what, const int32_t* pi4_values,
-                 int32_t count, SCAN_T* pt_scan) {
+                 int32_t count, atomic_int* pt_scan) {
     char text[LINE_SIZE] = "";
     for (int32_t i = 0; i < count; ++i) {
         append(text, sizeof(text), " %d", pi4_values[i]);
@@ -136,7 +135,7 @@ ON_VALUE(on_hierarchy, "hierarchy")
 
 bool scan_band(unsigned int h_pipeline, MW_FESETTING_T* pt_band) {
     /* Static, because an event may still come after the wait for its scan has timed out. */
-    static SCAN_T scan;
+    static atomic_int scan;
     FE_SCAN_CB_T callbacks = {.pf_locked_nfy = on_locked,
                               .pf_stopped_nfy = on_stopped,
                               .pf_progress_nfy = on_progress,

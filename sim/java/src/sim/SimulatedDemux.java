@@ -22,8 +22,7 @@ import java.util.concurrent.Executors;
 
 /** Section filters on a transport stream from a file. Each start delivers each section once. */
 final class SimulatedDemux implements DeviceModel {
-    private static final int OK = 0;
-    private static final int REFUSED = 1;
+    private static final int OK = 0, REFUSED = 1;
     private static final int PACKET = 188;
     /** How many sections are remembered, so that none of them is delivered again. */
     private static final int REMEMBERED = 4096;
@@ -50,8 +49,8 @@ final class SimulatedDemux implements DeviceModel {
         volatile Object[] config;
         volatile boolean active;
 
-        Filter(ZytTvInnerFilter filter) {
-            mFilter = filter;
+        Filter(Object filter) {
+            mFilter = (ZytTvInnerFilter) filter;
         }
 
         /** Applies pattern, mask and mode. Byte 0 is the table id; the others follow the length. */
@@ -61,10 +60,9 @@ final class SimulatedDemux implements DeviceModel {
             int different = 0, negative = 0, negatives = 0;
             for (int i = 0; i < pattern.length; ++i) {
                 final int at = i == 0 ? 0 : i + 2;
-                final int difference =
-                        at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
-                different |= difference & ~mode[i];
-                negative |= difference & mode[i];
+                final int bits = at < section.length ? (section[at] ^ pattern[i]) & mask[i] : 0;
+                different |= bits & ~mode[i];
+                negative |= bits & mode[i];
                 negatives |= mask[i] & mode[i];
             }
             return different == 0 && (negative != 0 || negatives == 0);
@@ -90,9 +88,8 @@ final class SimulatedDemux implements DeviceModel {
                 while (active && in.read(packet) == PACKET) {
                     final int payload = (packet[3] & 0x20) != 0 ? 5 + (packet[4] & 0xff) : 4;
                     if (packet[0] != SYNC || packet[1] < 0 || payload >= PACKET
-                            || (packet[3] & 0x10) == 0
-                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != (Integer) config[0]
-                            || (packet[3] & 0x0f) == counter) {
+                            || (packet[3] & 0x10) == 0 || (packet[3] & 0x0f) == counter
+                            || ((packet[1] & 0x1f) << 8 | packet[2] & 0xff) != (int) config[0]) {
                         continue; // damaged, without a payload, of another PID, or sent twice
                     }
                     mBegun &= (packet[3] & 0x0f) == (counter + 1 & 0x0f); // else packets are lost
@@ -165,8 +162,7 @@ final class SimulatedDemux implements DeviceModel {
             }
             return null;
         }
-        final Filter filter =
-                mFilters.computeIfAbsent(self, key -> new Filter((ZytTvInnerFilter) key));
+        final Filter filter = mFilters.computeIfAbsent(self, Filter::new);
         switch (method) {
             case "onOpenFilter":
                 filter.thread = args[3] != null ? mThreads.get(args[3]) : mSharedThread;
@@ -176,8 +172,7 @@ final class SimulatedDemux implements DeviceModel {
                 return OK;
             case "onStart":
                 final String fault = filter.config == null ? "it has no configuration"
-                        : stream == null || !new File(stream).canRead()
-                        ? "it cannot read the stream " + stream
+                        : stream == null || !new File(stream).canRead() ? "no stream: " + stream
                         : filter.thread == null || filter.thread.isShutdown()
                         ? "its callback thread is deleted" : null;
                 if (fault != null) {

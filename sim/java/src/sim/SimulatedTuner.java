@@ -20,9 +20,7 @@ import java.util.function.Function;
 
 /** Tuners that lock on every frequency of their band, each with an LNB behind a DiSEqC switch. */
 final class SimulatedTuner implements DeviceModel {
-    private static final int OK = 0;
-    private static final int REFUSED = 1;
-    private static final byte DISEQC_OK = (byte) 0xe4;
+    private static final int OK = 0, REFUSED = 1;
 
     private static final class State {
         volatile FrontendSettings settings;
@@ -58,9 +56,8 @@ final class SimulatedTuner implements DeviceModel {
             case "onTune":
                 state.settings = (FrontendSettings) args[0];
                 final int mhz = state.settings.getFrequency() / 1_000_000;
-                final boolean satellite = state.settings instanceof DvbsFrontendSettings;
-                return mhz >= (satellite ? 950 : 42) && mhz <= (satellite ? 2150 : 1002)
-                        ? OK : REFUSED;
+                final boolean dvbs = state.settings instanceof DvbsFrontendSettings;
+                return mhz >= (dvbs ? 950 : 42) && mhz <= (dvbs ? 2150 : 1002) ? OK : REFUSED;
             case "onScan":
                 final FrontendSettings band = (FrontendSettings) args[0];
                 new Thread(() -> scan(frontend.nativeHandle(), band), "scan").start();
@@ -95,15 +92,14 @@ final class SimulatedTuner implements DeviceModel {
     /** The requested signal, better at a lower frequency; null if the kind is not reported. */
     private static Object reported(String getter, FrontendSettings settings, int voltage) {
         final int mhz = settings.getFrequency() / 1_000_000;
+        final boolean dvbt = settings instanceof DvbtFrontendSettings;
         return switch (getter) {
             case "isDemodLocked", "isRfLocked" -> true;
             case "getSnr", "getMer" -> 30_000 - 4 * mhz;
             case "getSignalQuality" -> 100 - mhz / 100;
             case "getSignalStrength" -> -30_000 - 10 * mhz;
             case "getAgc" -> mhz % 256;
-            case "getModulation" ->
-                settings.value(
-                        settings instanceof DvbtFrontendSettings ? "constellation" : "modulation");
+            case "getModulation" -> settings.value(dvbt ? "constellation" : "modulation");
             case "getSymbolRate" -> settings.value("symbolRate");
             case "getInnerFec" ->
                 settings.value("codeRate") instanceof DvbsCodeRate rate
@@ -119,7 +115,7 @@ final class SimulatedTuner implements DeviceModel {
     /** The switch answers with e4 and the last byte. An empty message does not reach it. */
     private static void answer(int pipeline, byte[] message) {
         if (message.length > 0) {
-            final byte[] reply = {DISEQC_OK, message[message.length - 1]};
+            final byte[] reply = {(byte) 0xe4, message[message.length - 1]};
             new ZytTvInnerLnbCallback().onDiseqcMessage(pipeline, reply, reply.length);
         }
     }
@@ -137,21 +133,17 @@ final class SimulatedTuner implements DeviceModel {
             scan.notifyScanOnProgress(pipeline, percent);
             if (percent == 50) {
                 scan.notifyScanOnLocked(pipeline);
-                report(band, "frequency",
-                        list -> scan.notifyScanOnFrequenciesReport(pipeline, list, 1));
-                report(band, "symbolRate", list -> scan.notifyScanOnSymbolRates(pipeline, list, 1));
-                report(band, "inputStreamId",
-                        list -> scan.notifyScanOnInputStreamIds(pipeline, list, 1));
-                report(band, "plpId", list -> scan.notifyScanOnPlpIds(pipeline, list, 1));
-                report(band, "plpGroupId", list -> scan.notifyScanOnGroupIds(pipeline, list, 1));
+                report(band, "frequency", v -> scan.notifyScanOnFrequenciesReport(pipeline, v, 1));
+                report(band, "symbolRate", v -> scan.notifyScanOnSymbolRates(pipeline, v, 1));
+                report(band, "inputStreamId", v -> scan.notifyScanOnInputStreamIds(pipeline, v, 1));
+                report(band, "plpId", v -> scan.notifyScanOnPlpIds(pipeline, v, 1));
+                report(band, "plpGroupId", v -> scan.notifyScanOnGroupIds(pipeline, v, 1));
                 if (band instanceof DvbsFrontendSettings) {
-                    report(band, "standard",
-                            list -> scan.notifyScanOnDvbsStandard(pipeline, list[0]));
+                    report(band, "standard", v -> scan.notifyScanOnDvbsStandard(pipeline, v[0]));
                 } else {
-                    report(band, "standard",
-                            list -> scan.notifyScanOnDvbtStandard(pipeline, list[0]));
+                    report(band, "standard", v -> scan.notifyScanOnDvbtStandard(pipeline, v[0]));
                 }
-                report(band, "hierarchy", list -> scan.notifyScanOnHierarchy(pipeline, list[0]));
+                report(band, "hierarchy", v -> scan.notifyScanOnHierarchy(pipeline, v[0]));
                 scan.notifyScanOnSignalType(pipeline, 1);
             }
         }
