@@ -1,5 +1,7 @@
 #include "tests/functions.h"
 
+#include <algorithm>
+
 #include "log/halvorin_log.h"
 #include "mw/basic_services.h"
 #include "mw/filter.h"
@@ -67,16 +69,22 @@ Function nativeMethod(Event event) {
     const Call reports = [=](Fixture& fixture) {
         const LocalFrame frame;
         jarray list = nullptr;
-        if (event >= Event::kFrequencies && event <= Event::kStreamIds) {
-            list = newArray(std::vector<jint>{10, -20, 30});
-        } else if (event == Event::kDiseqc) {
-            list = newArray(std::vector<jbyte>{10, -20, 30});
+        std::vector<jint> numbers = {-42};
+        if (event == Event::kDiseqc ||
+            (event >= Event::kFrequencies && event <= Event::kStreamIds)) {
+            std::vector<jint> values = {10, -20, 30};
+            values.resize(static_cast<size_t>(std::max(fixture.elements, 0)));
+            if (fixture.elements >= 0) {
+                list = event != Event::kDiseqc
+                           ? static_cast<jarray>(newArray(values))
+                           : newArray(std::vector<jbyte>(values.begin(), values.end()));
+            }
+            numbers = {fixture.length};
+        } else if (event <= Event::kStopped) {
+            numbers.clear();
+        } else if (event == Event::kSection) {
+            numbers = {1, -2, 3, 4};
         }
-        const std::vector<jint> numbers = event <= Event::kStopped ? std::vector<jint>{}
-                                          : event == Event::kSection
-                                              ? std::vector<jint>{1, -2, 3, 4}
-                                          : list != nullptr ? std::vector<jint>{2}
-                                                            : std::vector<jint>{-42};
         return report(event, ofTuners ? fixture.h_pipeline : fixture.hfilter, numbers, list);
     };
     return fromJava(ofTuners ? onFixture(methodOf(event), reports)

@@ -24,6 +24,8 @@ struct Fixture {
     uint32_t hthread = 0;
     int64_t instance = 0;  // of the filter
     alignas(8) unsigned char output[FLT_MAX_READ_SIZE] = {};
+    jint elements = 3;  // of the array that an event reports; below 0: the array is null
+    jint length = 2;    // that it reports
 };
 using Step = std::function<void(Fixture&)>;
 // Makes a filter that uses a callback thread. The filter's handle is the thread's plus 1.

@@ -55,30 +55,29 @@ void shorten(Lines* causes) {
 }  // namespace
 
 std::string normalized(const std::string& line, const Fixture& fixture) {
-    static const std::regex kNumber("-?[0-9][0-9a-fx]*"), kNewline("\n"), kReturn("\r"),
-        kSourceLine("^(I <[^:]*):[^>]*");
+    static const std::regex kVarying("-?[0-9][0-9a-fx]*|[\n\r]"), kSourceLine("^(I <[^:]*):[^>]*");
+    const std::pair<uint32_t, const char*> handles[] = {{fixture.h_pipeline, "PIPELINE"},
+                                                        {fixture.hthread, "THREAD"},
+                                                        {fixture.hfilter, "FILTER"},
+                                                        {fixture.hthread + 1, "FILTER"}};
     std::string text, rest = line;
-    for (std::smatch found; std::regex_search(rest, found, kNumber); rest = found.suffix()) {
+    for (std::smatch found; std::regex_search(rest, found, kVarying); rest = found.suffix()) {
         const std::string word = found.str();
-        const auto shows = [&](uint32_t handle) {
-            return handle > 1 && (strtoul(word.c_str(), nullptr, 10) == handle ||
-                                  strtoul(word.c_str(), nullptr, 16) == handle);
-        };
+        const uint64_t value = strtoull(word.c_str(), nullptr, 0);
+        const auto handle =
+            std::find_if(std::begin(handles), std::end(handles), [&](const auto& named) {
+                return named.first > 1 &&
+                       (named.first == value || named.first == strtoull(word.c_str(), nullptr, 16));
+            });
         text += found.prefix();
-        text +=
-            shows(fixture.h_pipeline) ? "PIPELINE"
-            : shows(fixture.hthread)  ? "THREAD"
-            : shows(fixture.hfilter) || (fixture.hthread != 0 && shows(fixture.hthread + 1))
-                ? "FILTER"
-            // 0x39 is kJavaValue. Android's runtime gives references as short.
-            : word.size() > 3 && word.rfind("0x", 0) == 0 && word != "0x39" && word != "0xffffffff"
-                ? "ADDRESS"
-                : word;
+        text += word == "\n"                          ? "\\n"
+                : word == "\r"                        ? "\\r"
+                : handle != std::end(handles)         ? handle->second
+                : word[1] != 'x' || value < 16        ? word
+                : value == kJavaValue || value == ~0U ? word
+                                                      : "ADDRESS";
     }
-    text += rest;
-    text = std::regex_replace(text, kNewline, "\\n");
-    text = std::regex_replace(text, kReturn, "\\r");
-    text = std::regex_replace(text, kSourceLine, "$1");
+    text = std::regex_replace(text + rest, kSourceLine, "$1");
     return text.substr(0, text.find(" at :"));
 }
 

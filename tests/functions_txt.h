@@ -9,6 +9,8 @@ namespace tests {
 
 using Lines = std::vector<std::string>;
 
+constexpr int kJavaValue = 57;  // what Java methods return; easy to find in the log
+
 // What one run did: its log, its calls of Java, and the middleware's callbacks.
 struct Outcome {
     int result = 0;

@@ -5,9 +5,7 @@
 #include <errno.h>
 #include <signal.h>
 
-#include <algorithm>
 #include <fstream>
-#include <regex>
 
 #include "log/halvorin_log.h"
 #include "tests/support/library_test.h"
@@ -15,79 +13,6 @@
 extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
-
-using Lines = std::vector<std::string>;
-
-std::string dotted(std::string name) {
-    std::replace(name.begin(), name.end(), '/', '.');
-    return name;
-}
-
-// For "name(II)V" returns "void name(int, int);". Adds the classes of the signature to named.
-std::string declaration(const std::string& member, Lines* named) {
-    static const std::map<std::string, std::string> kPrimitives = {
-        {"V", "void"}, {"Z", "boolean"}, {"B", "byte"},  {"C", "char"},  {"S", "short"},
-        {"I", "int"},  {"J", "long"},    {"F", "float"}, {"D", "double"}};
-    static const std::regex kType("(\\[*)(?:L([^;]+);|([A-Z]))");
-    const std::string signature = member.substr(member.find('('));
-    Lines types;
-    for (std::sregex_iterator type(signature.begin(), signature.end(), kType), end; type != end;
-         ++type) {
-        if ((*type)[2].matched) {
-            named->push_back(dotted(type->str(2)));
-        }
-        types.push_back((*type)[2].matched ? named->back() : kPrimitives.at(type->str(3)));
-        for (auto i = type->length(1); i > 0; --i) {
-            types.back() += "[]";
-        }
-    }
-    std::string text = member[0] == '<' ? "" : types.back() + " ";
-    text += member.substr(0, member.find('(')) + "(";
-    for (size_t i = 0; i + 1 < types.size(); ++i) {
-        text += (i == 0 ? "" : ", ") + types[i];
-    }
-    return text + ");";
-}
-
-// What a load looks up and registers, then the classes that appear only in signatures.
-Lines demandedBy(const std::vector<tests::Point>& load) {
-    Lines lines;
-    const auto add = [&](const std::string& line) {
-        if (std::find(lines.begin(), lines.end(), line) == lines.end()) {
-            lines.push_back(line);
-        }
-    };
-    Lines named;
-    std::string clazz;
-    for (const tests::Point& call : load) {
-        for (const std::string& whole : call.whole) {
-            if (call.call == "FindClass") {
-                add(clazz = dotted(whole));
-            } else {
-                add(clazz + (call.call == "RegisterNatives" ? ": native " : ": ") +
-                    declaration(whole, &named));
-            }
-        }
-    }
-    std::for_each(named.begin(), named.end(), add);
-    return lines;
-}
-
-// The same from java/keep.pro.
-Lines kept() {
-    std::ifstream file(PROJECT_FOLDER "/java/keep.pro");
-    static const std::regex kRule("-keep class ([^ ]+).*|    (.*)");
-    Lines lines;
-    std::string clazz;
-    std::smatch match;
-    for (std::string line; std::getline(file, line);) {
-        if (std::regex_match(line, match, kRule)) {
-            clazz = match[1].matched ? match.str(1) : clazz;
-            lines.push_back(clazz + (match[2].matched ? ": " + match.str(2) : ""));
-        }
-    }
-    return lines;
-}
 
 class LoadTest : public testing::Test {
   protected:
@@ -116,19 +41,25 @@ TEST_F(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
 TEST_F(LoadTest, DemandsOfJavaWhatTheKeepRulesList) {
     tests::record();
     EXPECT_EQ(JNI_VERSION_1_4, tests::loadInterceptedLibrary());
-    const Lines demanded = demandedBy(tests::recorded());
-    const Lines listed = kept();
-    const auto compare = [](const Lines& lines, const Lines& others, const char* what) {
-        for (const std::string& line : lines) {
-            if (std::find(others.begin(), others.end(), line) == others.end()) {
-                ADD_FAILURE() << "java/keep.pro " << what << line;
-            }
+    std::string calls;
+    for (const tests::Point& call : tests::recorded()) {
+        for (const std::string& whole : call.whole) {
+            calls += call.call + " " + whole + "\n";
         }
-    };
-    compare(demanded, listed, "lacks: ");
-    compare(listed, demanded, "has what the load does not ask for: ");
-    for (size_t i = 0; !HasFailure() && i < demanded.size(); ++i) {
-        EXPECT_EQ(demanded[i], listed[i]) << "java/keep.pro has a different order than the load";
+    }
+    const tests::LocalFrame frame;
+    const std::string demanded = tests::fromJava(tests::callStatic(
+        "tests.KeepRules", "of", "(Ljava/lang/String;)Ljava/lang/String;", tests::toJava(calls)));
+    std::ifstream file(PROJECT_FOLDER "/java/keep.pro");
+    std::string listed;
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("-keep", 0) == 0 || line.rfind("    ", 0) == 0) {
+            listed += (listed.empty() ? "" : "\n") + line.substr(0, line.find(" {"));
+        }
+    }
+    if (listed != demanded) {
+        ADD_FAILURE() << "The rules of java/keep.pro are not what a load demands: "
+                      << tests::firstDifference(demanded, listed);
     }
 }
 

@@ -129,8 +129,8 @@ JavaMethod methodOf(jmethodID id) {
 
 // What a JNI call is about, from its arguments.
 struct Subject {
-    const char* text = nullptr;       // the name that the call looks up or registers
-    const char* signature = nullptr;  // that of the name
+    // What the call looks up or registers, in full: "a/b/Class", "name(signature)".
+    std::vector<std::string> whole;
     const JNINativeMethod* natives = nullptr;
     jmethodID method = nullptr;         // the Java method that the call calls
     const jvalue* arguments = nullptr;  // those of the Java method
@@ -140,30 +140,27 @@ struct Subject {
     // Until here, complaints of the virtual machine are about the method that was called before.
     ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
 
-    void take(const char* argument) { (text == nullptr ? text : signature) = argument; }
-    void take(const JNINativeMethod* methods) {
-        natives = methods;
-        text = methods->name;
+    void take(const char* argument) {
+        whole.resize(1);
+        whole[0] += argument;
     }
+    void take(const JNINativeMethod* methods) { natives = methods; }
     void take(jmethodID id) { method = id; }
     void take(const jvalue* values) { arguments = values; }
     void take(jobject argument) { object = argument; }
-    void take(jint argument) { mode = argument; }
+    void take(jint argument) {
+        mode = argument;
+        for (jint i = 0; natives != nullptr && i < mode; ++i) {
+            whole.push_back(std::string(natives[i].name) + natives[i].signature);
+        }
+    }
     void take(...) {}
 
+    // Without the package, and without the signature.
     std::string name() const {
-        const std::string full = text != nullptr ? text : methodOf(method).name;
-        return full.substr(full.rfind('/') + 1);
-    }
-    std::vector<std::string> whole() const {
-        std::vector<std::string> all;
-        for (jint i = 0; natives != nullptr && i < mode; ++i) {
-            all.push_back(std::string(natives[i].name) + natives[i].signature);
-        }
-        if (all.empty() && text != nullptr) {
-            all.push_back(text + std::string(signature == nullptr ? "" : signature));
-        }
-        return all;
+        const std::string name =
+            whole.empty() ? methodOf(method).name : whole[0].substr(0, whole[0].find('('));
+        return name.substr(name.rfind('/') + 1);
     }
 };
 
@@ -196,7 +193,8 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
     {
         const std::lock_guard<std::mutex> lock(gState.lock);
         if (gState.recording) {
-            gState.points.push_back({traits(call).name, subject.name(), subject.whole(),
+            const std::string clazz = call == Call::GetMethodID ? tLastClass + "." : "";
+            gState.points.push_back({traits(call).name, clazz + subject.name(), subject.whole,
                                      subject.mode, traits(call).ways,
                                      methodOf(subject.method).isNeglected()});
         }
@@ -237,7 +235,8 @@ void learn(const Subject& subject, jclass) {
 }
 void learn(const Subject& subject, jmethodID id) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.methods[id] = {tLastClass, subject.text, subject.signature};
+    gState.methods[id] = {tLastClass, subject.name(),
+                          subject.whole[0].substr(subject.whole[0].find('('))};
 }
 template <typename Result>
 void learn(const Subject&, Result) {}

@@ -49,50 +49,33 @@ void LibraryTest::TearDown() {
 }  // namespace tests
 
 // Prints the first failure again at the end, where people look.
-static void tellFailure(const std::string& test, const testing::TestResult& result) {
-    for (int i = 0; i < result.total_part_count(); ++i) {
-        const testing::TestPartResult& part = result.GetTestPartResult(i);
-        if (part.failed()) {
-            std::cout << "\nThe first failure: " << test << "\n"
-                      << (part.file_name() != nullptr ? part.file_name() : "") << ":"
-                      << part.line_number() << ":\n";
-            std::istringstream message(part.message());
-            std::string line;
-            for (int left = 7; left != 0 && std::getline(message, line); --left) {
-                std::cout << line.substr(0, 200) << "\n";
-            }
-            return;
+class FirstFailure : public testing::EmptyTestEventListener {
+    void OnTestStart(const testing::TestInfo& test) override { mTest = test.name(); }
+    void OnTestPartResult(const testing::TestPartResult& result) override {
+        if (result.failed() && mText.str().empty()) {
+            mText << "\nThe first failure: " << mTest << "\n" << result;
         }
     }
-}
-
-static void tellFirstFailure() {
-    const testing::UnitTest& all = *testing::UnitTest::GetInstance();
-    for (int i = 0; i < all.total_test_suite_count(); ++i) {
-        const testing::TestSuite& suite = *all.GetTestSuite(i);
-        for (int j = 0; j < suite.total_test_count(); ++j) {
-            const testing::TestInfo& test = *suite.GetTestInfo(j);
-            if (test.result()->Failed()) {
-                return tellFailure(test.name(), *test.result());
-            }
-        }
-        if (suite.Failed()) {
-            return tellFailure(suite.name(), suite.ad_hoc_test_result());
+    void OnTestProgramEnd(const testing::UnitTest&) override {
+        std::string line;
+        for (int left = 10; left != 0 && std::getline(mText, line); --left) {
+            std::cout << line.substr(0, 200) << std::endl;
         }
     }
-}
+    std::string mTest;
+    std::stringstream mText;
+};
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    testing::UnitTest::GetInstance()->listeners().Append(new FirstFailure);
     if (RUN_ALL_TESTS() != 0) {
-        tellFirstFailure();
-        std::cout.flush();
         _Exit(1);  // the virtual machine would wait for threads that a failed test left attached
     }
     tests::stopVm();
-    const bool complained = !tests::takeComplaints().empty();
-    if (complained) {
-        std::cout << "The virtual machine complained when it ended, as shown above.\n";
+    if (tests::takeComplaints().empty()) {
+        return 0;
     }
-    return complained ? 1 : 0;
+    std::cout << "The virtual machine complained when it ended, as shown above.\n";
+    return 1;
 }
