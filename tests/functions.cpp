@@ -24,8 +24,8 @@ namespace {
 constexpr int kBytesRead = 7;  // what onRead returns
 
 using Call = std::function<int(Fixture&)>;
+const Step kNothing = [](Fixture&) {};
 
-void nothing(Fixture&) {}
 int requireTuner(Fixture& fixture) {
     return x_native_frontend_require_tuner(fixture.h_pipeline);
 }
@@ -40,18 +40,13 @@ Function ofTuner(const std::string& name, int (*call)(unsigned int, Parameters..
     return ofTuner(name, [=](Fixture& fixture) { return call(fixture.h_pipeline, args...); });
 }
 
-// For functions that need neither a tuner nor a filter, unless their steps make them.
-Function onFixture(const std::string& name, const Call& call, const Step& before = nothing,
-                   const Step& after = nothing, bool takesHandle = false) {
-    return {name, call, before, after, takesHandle};
-}
 template <typename... Parameters, typename... Args>
 Function global(const std::string& name, int (*call)(Parameters...), Args... args) {
-    return onFixture(name, [=](Fixture&) { return call(args...); });
+    return {name, [=](Fixture&) { return call(args...); }};
 }
 
 Function ofFilter(const std::string& name, const Call& call) {
-    return onFixture(name, call, prepareFilter, undoFilter, true);
+    return {name, call, prepareFilter, undoFilter, true};
 }
 template <typename... Parameters, typename... Args>
 Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...), Args... args) {
@@ -87,7 +82,7 @@ Function nativeMethod(Event event) {
         }
         return report(event, ofTuners ? fixture.h_pipeline : fixture.hfilter, numbers, list);
     };
-    return fromJava(ofTuners ? onFixture(methodOf(event), reports)
+    return fromJava(ofTuners ? Function{methodOf(event), reports}
                              : ofFilter(methodOf(event), reports));
 }
 
@@ -183,12 +178,12 @@ std::vector<Function> makeRows() {
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     std::vector<Function> rows = {
-        fromJava(onFixture("JNI_OnLoad", [](Fixture&) { return loadInterceptedLibrary(); })),
+        fromJava({"JNI_OnLoad", [](Fixture&) { return loadInterceptedLibrary(); }}),
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // Replaces a tuner.
-        onFixture("x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner),
-        onFixture("x_native_frontend_close_tuner", closeTuner, requireTuner, nothing, true),
+        {"x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner},
+        Function{"x_native_frontend_close_tuner", closeTuner, requireTuner, kNothing, true},
         ofTuner("x_native_frontend_tune", tune, MW_FE_TYPE_ATSC),
         ofTuner("x_native_frontend_tune (DVB-C)", tune, MW_FE_TYPE_DVBC).unwritten(),
         ofTuner("x_native_frontend_tune (DVB-S)", tune, MW_FE_TYPE_DVBS),
@@ -223,13 +218,13 @@ std::vector<Function> makeRows() {
         ofTuner(NAMED(x_native_frontend_lnb_send_diseqcmessage), message, -1).refusing("length -1"),
         ofTuner(NAMED(x_native_frontend_lnb_close)),
 
-        onFixture("x_velmora_filter_open", openFilter, createThread, undoFilter, true),
+        {"x_velmora_filter_open", openFilter, createThread, undoFilter, true},
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, nullptr, &noEvent, nullptr)
             .refusing("no handle"),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
             .refusing("no event record"),
-        onFixture("x_velmora_filter_open", openOfNull, allocNull, freeNull)
-            .refusing("null pipeline"),
+        Function{"x_velmora_filter_open", openOfNull, allocNull, freeNull}.refusing(
+            "null pipeline"),
         ofFilter(NAMED(x_velmora_filter_close)),
         ofFilter(NAMED(x_velmora_filter_start)),
         ofFilter(NAMED(x_velmora_filter_stop)),
@@ -244,13 +239,12 @@ std::vector<Function> makeRows() {
             .refusing("no mode"),
         global(NAMED(x_velmora_filter_register_section_callback), nullptr),
         global(NAMED(x_velmora_filter_register_filter_status_callback), nullptr),
-        onFixture("x_velmora_filter_create_callback_thread", createThread, nothing, deleteThread),
+        {"x_velmora_filter_create_callback_thread", createThread, kNothing, deleteThread},
         global(NAMED(x_velmora_filter_create_callback_thread), nullptr).refusing("no handle"),
-        onFixture("x_velmora_filter_delete_callback_thread", deleteThread, createThread,
-                  deleteThread, true),
-        onFixture("addInnerFilterReference", addReference, prepareInstance, undoReferenced),
+        {"x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread, true},
+        Function{"addInnerFilterReference", addReference, prepareInstance, undoReferenced},
         global(NAMED(addInnerFilterReference), 0).as("null"),
-        onFixture("subInnerFilterReference", subReference, prepareReferenced, undoFilter),
+        {"subInnerFilterReference", subReference, prepareReferenced, undoFilter},
         global(NAMED(subInnerFilterReference), 0).as("null"),
     };
     for (int event = 0; event <= static_cast<int>(Event::kFilterStatus); ++event) {

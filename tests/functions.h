@@ -35,8 +35,8 @@ void undoFilter(Fixture& fixture);
 struct Function {
     std::string name;  // the function's, and in parentheses what distinguishes its rows
     std::function<int(Fixture&)> call;
-    Step prepare;
-    Step undo;
+    Step prepare = [](Fixture&) {};
+    Step undo = [](Fixture&) {};
     bool takesHandle = false;
     bool calledByJava = false;  // so always on an attached thread
     bool written = true;        // has a section in functions.txt; not where the oracle says all
