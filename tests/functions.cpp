@@ -183,7 +183,7 @@ std::vector<Function> makeRows() {
 
         // Replaces a tuner.
         {"x_native_frontend_require_tuner", requireTuner, requireTuner, closeTuner},
-        Function{"x_native_frontend_close_tuner", closeTuner, requireTuner, kNothing, true},
+        {"x_native_frontend_close_tuner", closeTuner, requireTuner, kNothing, true},
         ofTuner("x_native_frontend_tune", tune, MW_FE_TYPE_ATSC),
         ofTuner("x_native_frontend_tune (DVB-C)", tune, MW_FE_TYPE_DVBC).unwritten(),
         ofTuner("x_native_frontend_tune (DVB-S)", tune, MW_FE_TYPE_DVBS),
@@ -242,7 +242,7 @@ std::vector<Function> makeRows() {
         {"x_velmora_filter_create_callback_thread", createThread, kNothing, deleteThread},
         global(NAMED(x_velmora_filter_create_callback_thread), nullptr).refusing("no handle"),
         {"x_velmora_filter_delete_callback_thread", deleteThread, createThread, deleteThread, true},
-        Function{"addInnerFilterReference", addReference, prepareInstance, undoReferenced},
+        {"addInnerFilterReference", addReference, prepareInstance, undoReferenced},
         global(NAMED(addInnerFilterReference), 0).as("null"),
         {"subInnerFilterReference", subReference, prepareReferenced, undoFilter},
         global(NAMED(subInnerFilterReference), 0).as("null"),

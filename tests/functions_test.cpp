@@ -36,17 +36,6 @@ constexpr unsigned char kUntouched = 0xa5;
 #define WRITTEN PROJECT_FOLDER "/docs/functions.txt"
 #define SEEN BUILD_FOLDER "/functions.txt"
 constexpr char kRemedy[] = "If the change is intended: cp '" SEEN "' '" WRITTEN "'\n";
-// The legend of the file.
-constexpr char kHead[] =
-    R"(# == FUNCTION: RESULT when nothing fails. The numbered lines are its log, its calls of Java,
-#    and the calls of the middleware's callbacks.
-# -- CAUSES: RESULT with any of these causes, and the lines. A number stands for that line of the
-#    plain call. Causes that change nothing are left out.
-# 57 is what Java returns. "CALL #2" is the function's second such call.
-# "no environment": there is no virtual machine yet, or it gives the thread no environment.
-# "wrong handle": the handle is closed, or one of something else.
-
-)";
 
 // --- Running one function on a thread of its own ---
 
@@ -143,17 +132,17 @@ void checkGivenBack(const Attempt& failed, size_t failing) {
 int gFaults;                                   // the faults tried so far
 std::map<std::string, std::string> gSections;  // those of the rows that ran
 
-std::string readFile(const char* path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
+const std::string& written() {
+    static std::ifstream file(WRITTEN);
+    static const std::string text{std::istreambuf_iterator<char>(file), {}};
+    return text;
 }
 
 // The section in docs/functions.txt; empty when there is none.
 std::string writtenSection(const std::string& name) {
-    static const std::string text = readFile(WRITTEN);
-    const size_t before = text.find("\n== " + name + ": ");
-    const size_t end = before == std::string::npos ? before : text.find("\n== ", before + 1);
-    return before == std::string::npos ? "" : text.substr(before + 1, end - before);
+    const size_t before = written().find("\n== " + name + ": ");
+    const size_t end = written().find("\n== ", before + 1);
+    return before == std::string::npos ? "" : written().substr(before + 1, end - before);
 }
 
 class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterface<Function> {
@@ -161,7 +150,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     // Writes the file anew. Sections of rows that did not run are copied.
     static void TearDownTestSuite() {
         std::cout << "faults tried: " << gFaults << std::endl;
-        std::string text = kHead;
+        std::string text = written().substr(0, written().find("== JNI_OnLoad"));  // the legend
         for (const Function& row : tests::functions()) {
             if (row.written) {
                 const auto seen = gSections.find(row.name);

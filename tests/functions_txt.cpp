@@ -10,46 +10,19 @@ namespace {
 
 constexpr char kIndent[] = "\n   ";
 
-// The result and the lines. Numbers stand for lines of the plain run, as in "1-3, 5".
-std::string told(const Outcome& outcome, const Outcome& plain) {
+// The result and the lines. A range such as 1-3 stands for the first lines of the plain run.
+std::string told(const Outcome& outcome, const Lines& plain) {
     std::string text = outcome.fatal.empty() ? std::to_string(outcome.result) : "ends the process";
-    size_t next = 0;       // the plain run's next line
-    bool counted = false;  // the previous line was written as a number
-    for (const std::string& line : outcome.lines) {
-        const auto from = plain.lines.begin() + static_cast<ptrdiff_t>(next);
-        const auto found = std::find(from, plain.lines.end(), line);
-        const bool isNew = found == plain.lines.end();
-        if (isNew || !counted || found != from) {
-            text += isNew || !counted ? kIndent : ", ";
-        } else {
-            const size_t number = text.find_last_of("-, \n");
-            text.resize(text[number] == '-' ? number : text.size());
-            text += '-';
-        }
-        next = isNew ? next : static_cast<size_t>(found - plain.lines.begin()) + 1;
-        text += isNew ? line : std::to_string(next);
-        counted = !isNew;
+    const auto& lines = outcome.lines;
+    const auto first = std::mismatch(lines.begin(), lines.end(), plain.begin(), plain.end()).first;
+    if (first != lines.begin()) {
+        const auto count = std::to_string(first - lines.begin());
+        text += kIndent + (count == "1" ? count : "1-" + count);
     }
-    return text + (outcome.fatal.empty() ? "\n" : kIndent + outcome.fatal + "\n");
-}
-
-// Replaces causes that all have the same outcome by one name.
-void shorten(Lines* causes) {
-    const std::pair<const char*, Lines> kNames[] = {
-        {"no environment",
-         {"GetEnv gives nothing", "AttachCurrentThread fails or gives nothing",
-          "no virtual machine"}},
-        {"wrong handle", {"closed handle", "handle of something else"}}};
-    for (const auto& [name, members] : kNames) {
-        const auto isMember = [&, &of = members](const std::string& cause) {
-            return std::find(of.begin(), of.end(), cause) != of.end();
-        };
-        const auto rest = std::stable_partition(causes->begin(), causes->end(), isMember);
-        if (rest - causes->begin() == static_cast<ptrdiff_t>(members.size())) {
-            causes->erase(causes->begin() + 1, rest);
-            causes->front() = name;
-        }
+    for (auto line = first; line != lines.end(); ++line) {
+        text += kIndent + *line;
     }
+    return text + (outcome.fatal.empty() ? "" : kIndent + outcome.fatal) + "\n";
 }
 
 }  // namespace
@@ -83,14 +56,14 @@ std::string normalized(const std::string& line, const Fixture& fixture) {
 
 void Section::note(const std::string& what, const std::string& way, bool attached,
                    const Outcome& outcome) {
-    const std::string text = told(outcome, mPlain);
-    for (Cause& other : mCauses) {
-        if (other.what == what && other.way == way && other.outcome == text) {
-            other.thread.clear();
-            return;
-        }
+    const std::string text = told(outcome, mPlain.lines);
+    Cause* const last = mCauses.empty() ? nullptr : &mCauses.back();
+    if (last != nullptr && last->what == what && last->attached == attached &&
+        last->outcome == text) {
+        last->way += " or" + way;
+    } else {
+        mCauses.push_back({what, way, text, attached});
     }
-    mCauses.push_back({what, way, text, attached ? " (attached)" : " (not attached)"});
 }
 
 std::string Section::text(const std::string& name) const {
@@ -98,40 +71,36 @@ std::string Section::text(const std::string& name) const {
     for (size_t i = 0; i < mPlain.lines.size(); ++i) {
         text += std::to_string(i + 1) + " " + mPlain.lines[i] + "\n";
     }
-    struct Group {
-        std::string outcome, what;  // what: that of the last cause
-        Lines causes;
-    };
-    std::vector<Group> groups;
+    std::vector<std::pair<std::string, std::string>> groups;  // outcome, and its causes
     for (const Cause& cause : mCauses) {
-        const auto same = [&](const Cause& other) {
-            return other.what == cause.what && other.way == cause.way;
+        const auto isOfOtherThread = [&](const Cause& other) {
+            return other.what == cause.what && other.attached != cause.attached;
         };
-        const bool once = std::count_if(mCauses.begin(), mCauses.end(), same) == 1;
-        const std::string thread = once ? "" : cause.thread;
-        auto group = std::find_if(groups.begin(), groups.end(), [&](const Group& other) {
-            return other.outcome == cause.outcome;
+        const bool isOnBoth = std::any_of(mCauses.begin(), mCauses.end(), [&](const Cause& other) {
+            return isOfOtherThread(other) && other.way == cause.way &&
+                   other.outcome == cause.outcome;
         });
+        if (isOnBoth && !cause.attached) {
+            continue;  // told already
+        }
+        auto group = std::find_if(groups.begin(), groups.end(),
+                                  [&](const auto& other) { return other.first == cause.outcome; });
         if (group == groups.end()) {
-            group = groups.insert(group, {cause.outcome, "", {}});
+            group = groups.insert(group, {cause.outcome, "--"});
         }
-        if (group->what == cause.what + thread) {
-            std::string& last = group->causes.back();
-            last.insert(last.size() - thread.size(), " or" + cause.way);
-        } else {
-            group->causes.push_back(cause.what + cause.way + thread);
-        }
-        group->what = cause.what + thread;
+        const bool isAlone =
+            isOnBoth || std::none_of(mCauses.begin(), mCauses.end(), isOfOtherThread);
+        const std::string told = cause.what + cause.way +
+                                 (isAlone          ? ","
+                                  : cause.attached ? " (attached),"
+                                                   : " (not attached),");
+        std::string& causes = group->second;
+        const bool fits = causes.size() - (causes.rfind('\n') + 1) + told.size() < 119;
+        causes += (fits ? " " : kIndent) + told;
     }
-    for (Group& group : groups) {
-        shorten(&group.causes);
-        std::string head = "--";
-        for (const std::string& cause : group.causes) {
-            const bool fits = head.size() - (head.rfind('\n') + 1) + cause.size() < 118;
-            head += (fits ? " " : kIndent) + cause + ",";
-        }
-        head.back() = ':';
-        text += head + " " + group.outcome;
+    for (auto& [outcome, causes] : groups) {
+        causes.back() = ':';
+        text += causes + " " + outcome;
     }
     return text + "\n";
 }

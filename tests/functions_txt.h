@@ -32,7 +32,8 @@ class Section {
 
   private:
     struct Cause {
-        std::string what, way, outcome, thread;
+        std::string what, way, outcome;
+        bool attached;
     };
     Outcome mPlain;
     std::vector<Cause> mCauses;
