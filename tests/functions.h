@@ -39,7 +39,6 @@ struct Function {
     Step undo = [](Fixture&) {};
     bool takesHandle = false;
     bool calledByJava = false;  // so always on an attached thread
-    bool written = true;        // has a section in functions.txt; not where the oracle says all
     bool refuses = false;       // refuses its arguments
 
     // GoogleTest prints a failing row with it.
@@ -55,10 +54,6 @@ struct Function {
     }
     Function as(const std::string& variant) {
         name += " (" + variant + ")";
-        return *this;
-    }
-    Function unwritten() {
-        written = false;
         return *this;
     }
 };
