@@ -57,9 +57,8 @@ void __android_log_assert(const char* condition, const char*, const char* format
     vsnprintf(text, sizeof(text), format, args);
     va_end(args);
     if (tAttempt != nullptr) {
-        Attempt run;
-        run.fatal = std::string(condition) + " " + text;
-        tAttempt->set_value(run);
+        tests::addToLog(std::string(condition) + " " + text);
+        tAttempt->set_value({});
         while (true) {
             pause();
         }
@@ -186,8 +185,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     // Notes an outcome that differs from the plain one.
     void note(const std::string& what, const char* way, bool attached, const Attempt& attempt) {
         const Attempt& plain = mPlain[attached];
-        if (!attempt.fatal.empty() || attempt.result != plain.result ||
-            attempt.lines != plain.lines) {
+        if (attempt.result != plain.result || attempt.lines != plain.lines) {
             mSection.note(what, way, attached, attempt);
         }
     }
@@ -214,7 +212,6 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         for (const std::string& line : tests::takeLog()) {
             run.lines.push_back(tests::normalized(line, mFixture));
         }
-        run.fatal = tests::normalized(run.fatal, mFixture);
         return run;
     }
     Attempt runPlain(bool attached) {
@@ -282,8 +279,8 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         take(mFunction.prepare);
         memset(mFixture.output, kUntouched, sizeof(mFixture.output));
         Attempt failed = run(attached, failing, failure);
-        const bool fatal = !failed.fatal.empty();
-        const bool succeeded = !fatal && failed.result == plain.result;
+        const bool fatal = !failed.result;
+        const bool succeeded = failed.result == plain.result;
         // The calls up to the failing one must be those of the plain run.
         EXPECT_EQ(nameOf(plain.calls, failing), nameOf(failed.calls, failing));
         if (mFunction.name.rfind("x_velmora_filter_open", 0) == 0) {
@@ -323,7 +320,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
     void checkCounts(tests::ResourceCounts before, Attempt* attempt) {
         const int kept = tests::resourceCounts()[tests::kGlobalRefs] - before[tests::kGlobalRefs];
         before[tests::kGlobalRefs] += kept;
-        if (attempt->fatal.empty()) {
+        if (attempt->result) {
             if (kept != 0 && !mFunction.isLoad()) {
                 attempt->lines.push_back("global references kept: " + std::to_string(kept));
             }
@@ -339,7 +336,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         step();
         Attempt attempt = run(true);
         step();
-        if (attempt.fatal.empty()) {
+        if (attempt.result) {
             take(mFunction.undo);
         }
         checkCounts(before, &attempt);

@@ -12,7 +12,7 @@ constexpr char kIndent[] = "\n   ";
 
 // The result and the lines. A range such as 1-3 stands for the first lines of the plain run.
 std::string told(const Outcome& outcome, const Lines& plain) {
-    std::string text = outcome.fatal.empty() ? std::to_string(outcome.result) : "ends the process";
+    std::string text = outcome.result ? std::to_string(*outcome.result) : "ends the process";
     const auto& lines = outcome.lines;
     const auto first = std::mismatch(lines.begin(), lines.end(), plain.begin(), plain.end()).first;
     if (first != lines.begin()) {
@@ -22,7 +22,7 @@ std::string told(const Outcome& outcome, const Lines& plain) {
     for (auto line = first; line != lines.end(); ++line) {
         text += kIndent + *line;
     }
-    return text + (outcome.fatal.empty() ? "" : kIndent + outcome.fatal) + "\n";
+    return text + "\n";
 }
 
 }  // namespace
@@ -67,7 +67,7 @@ void Section::note(const std::string& what, const std::string& way, bool attache
 }
 
 std::string Section::text(const std::string& name) const {
-    std::string text = "== " + name + ": " + std::to_string(mPlain.result) + "\n";
+    std::string text = "== " + name + ": " + std::to_string(*mPlain.result) + "\n";
     for (size_t i = 0; i < mPlain.lines.size(); ++i) {
         text += std::to_string(i + 1) + " " + mPlain.lines[i] + "\n";
     }

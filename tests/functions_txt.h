@@ -3,6 +3,8 @@
 #ifndef TESTS_FUNCTIONS_TXT_H
 #define TESTS_FUNCTIONS_TXT_H
 
+#include <optional>
+
 #include "tests/functions.h"
 
 namespace tests {
@@ -13,9 +15,8 @@ constexpr int kJavaValue = 57;  // what Java methods return; easy to find in the
 
 // What one run did: its log, its calls of Java, and the middleware's callbacks.
 struct Outcome {
-    int result = 0;
+    std::optional<int> result;  // none: a fatal assertion failed, whose text is the last line
     Lines lines;
-    std::string fatal;  // the text of the fatal assertion that failed; empty: none did
 };
 
 // Removes what differs from run to run: names replace handles and addresses, and the numbers of
