@@ -95,7 +95,8 @@ std::string Section::text(const std::string& name) const {
                                   : cause.attached ? " (attached),"
                                                    : " (not attached),");
         std::string& causes = group->second;
-        const bool fits = causes.size() - (causes.rfind('\n') + 1) + told.size() < 119;
+        const bool fits =
+            causes == "--" || causes.size() - (causes.rfind('\n') + 1) + told.size() < 119;
         causes += (fits ? " " : kIndent) + told;
     }
     for (auto& [outcome, causes] : groups) {

@@ -5,7 +5,6 @@
 #include <errno.h>
 #include <signal.h>
 
-#include <fstream>
 
 #include "log/halvorin_log.h"
 #include "tests/support/library_test.h"
@@ -36,31 +35,6 @@ TEST_F(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
     raise(SIGINT);
     EXPECT_EQ(1234, errno);
     EXPECT_EQ(std::vector<std::string>{"E ignore received signal 2"}, tests::takeLog());
-}
-
-TEST_F(LoadTest, DemandsOfJavaWhatTheKeepRulesList) {
-    tests::record();
-    EXPECT_EQ(JNI_VERSION_1_4, tests::loadInterceptedLibrary());
-    std::string calls;
-    for (const tests::Point& call : tests::recorded()) {
-        for (const std::string& whole : call.whole) {
-            calls += call.call + " " + whole + "\n";
-        }
-    }
-    const tests::LocalFrame frame;
-    const std::string demanded = tests::fromJava(tests::callStatic(
-        "tests.KeepRules", "of", "(Ljava/lang/String;)Ljava/lang/String;", tests::toJava(calls)));
-    std::ifstream file(PROJECT_FOLDER "/java/keep.pro");
-    std::string listed;
-    for (std::string line; std::getline(file, line);) {
-        if (line.rfind("-keep", 0) == 0 || line.rfind("    ", 0) == 0) {
-            listed += (listed.empty() ? "" : "\n") + line.substr(0, line.find(" {"));
-        }
-    }
-    if (listed != demanded) {
-        ADD_FAILURE() << "The rules of java/keep.pro are not what a load demands: "
-                      << tests::firstDifference(demanded, listed);
-    }
 }
 
 TEST(LogGateTest, FirstLetterOfThePropertyDecides) {

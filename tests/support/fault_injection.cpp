@@ -129,8 +129,7 @@ JavaMethod methodOf(jmethodID id) {
 
 // What a JNI call is about, from its arguments.
 struct Subject {
-    // What the call looks up or registers, in full: "a/b/Class", "name(signature)".
-    std::vector<std::string> whole;
+    std::string text;  // what the call looks up or registers
     const JNINativeMethod* natives = nullptr;
     jmethodID method = nullptr;         // the Java method that the call calls
     const jvalue* arguments = nullptr;  // those of the Java method
@@ -140,10 +139,7 @@ struct Subject {
     // Until here, complaints of the virtual machine are about the method that was called before.
     ~Subject() { tLastMethod = method != nullptr ? method : tLastMethod; }
 
-    void take(const char* argument) {
-        whole.resize(1);
-        whole[0] += argument;
-    }
+    void take(const char* argument) { text += argument; }
     void take(const JNINativeMethod* methods) { natives = methods; }
     void take(jmethodID id) { method = id; }
     void take(const jvalue* values) { arguments = values; }
@@ -151,17 +147,10 @@ struct Subject {
     void take(jint argument) {
         mode = argument;
         for (jint i = 0; natives != nullptr && i < mode; ++i) {
-            whole.push_back(std::string(natives[i].name) + natives[i].signature);
+            text += (i == 0 ? "" : " ") + std::string(natives[i].name) + natives[i].signature;
         }
     }
     void take(...) {}
-
-    // Without the package, and without the signature.
-    std::string name() const {
-        const std::string name =
-            whole.empty() ? methodOf(method).name : whole[0].substr(0, whole[0].find('('));
-        return name.substr(name.rfind('/') + 1);
-    }
 };
 
 // type: points to the arguments' types in a signature.
@@ -193,10 +182,11 @@ std::optional<Failure> intercept(Call call, JNIEnv* env = nullptr, const Subject
     {
         const std::lock_guard<std::mutex> lock(gState.lock);
         if (gState.recording) {
-            const std::string clazz = call == Call::GetMethodID ? tLastClass + "." : "";
-            gState.points.push_back({traits(call).name, clazz + subject.name(), subject.whole,
-                                     subject.mode, traits(call).ways,
-                                     methodOf(subject.method).isNeglected()});
+            const JavaMethod called = methodOf(subject.method);
+            gState.points.push_back(
+                {traits(call).name,
+                 (call == Call::GetMethodID ? tLastClass + "." : called.name) + subject.text,
+                 subject.mode, traits(call).ways, called.isNeglected()});
         }
         for (Fault& fault : gState.faults) {
             if ((fault.call.empty() || fault.call == traits(call).name) && --fault.left == 0) {
@@ -231,12 +221,12 @@ void account(Call call) {
 
 // Remembers the result of a successful call.
 void learn(const Subject& subject, jclass) {
-    tLastClass = subject.name();
+    tLastClass = subject.text.substr(subject.text.rfind('/') + 1);
 }
 void learn(const Subject& subject, jmethodID id) {
     const std::lock_guard<std::mutex> lock(gState.lock);
-    gState.methods[id] = {tLastClass, subject.name(),
-                          subject.whole[0].substr(subject.whole[0].find('('))};
+    const size_t end = subject.text.find('(');
+    gState.methods[id] = {tLastClass, subject.text.substr(0, end), subject.text.substr(end)};
 }
 template <typename Result>
 void learn(const Subject&, Result) {}

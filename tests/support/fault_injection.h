@@ -68,9 +68,9 @@ void failCall(const std::string& call, size_t nth, Failure failure);
 // class is the one in which the method was looked up.
 struct Point {
     std::string call;
-    std::string of;  // the Java method that is called, or the name that is looked up or registered
-    // The same in full: "a/b/Class", "name(signature)". For a registration, every native method.
-    std::vector<std::string> whole;
+    // The Java method that is called; or what is looked up or registered, as "a/b/Class",
+    // "Class.method(signature)", or "method(signature) method(signature)..."
+    std::string of;
     jint mode;  // that of a release of array elements
     int ways;   // the ways in which it can fail
     // Calls a method of a filter. The library neither checks for its exception nor clears it, so
