@@ -5,7 +5,6 @@
 #include <errno.h>
 #include <signal.h>
 
-
 #include "log/halvorin_log.h"
 #include "tests/support/library_test.h"
 
