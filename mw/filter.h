@@ -62,11 +62,11 @@ typedef struct {
 } FLT_EVT_DATA_T;
 
 /*
- * Event functions. They run on the Java thread that reports the event. The library holds no lock
- * then, so they may call every function of this header, even to close the filter. Events of one
- * filter may arrive at the same time and out of order. An event that was under way when the filter
- * was closed may arrive after the close has returned. pt_evt and pt_data are valid only during the
- * call.
+ * Callbacks of events. They run on the Java thread that reports the event. The library holds no
+ * lock then, so they may call every function of this header, even to close the filter. Events of
+ * one filter may arrive at the same time and out of order. An event that was under way when the
+ * filter was closed may arrive after the close has returned. pt_evt and pt_data are valid only
+ * during the call.
  *   hfilter  the filter's handle
  *   pt_evt   the filter's copy of the record that open received
  *   pv_tag   the tag that open received
@@ -81,9 +81,9 @@ MW_PIN_OFFSET(FLT_EVT_CB_T, h_cb_thread, 8);
 MW_PIN_SIZE(FLT_EVT_DATA_T, 20);
 MW_PIN_OFFSET(FLT_EVT_DATA_T, e_kind, 16);
 
-/* Set the event functions of the process; null clears one. Set them before the first filter is
- * opened: an event that is under way may still call the previous function. Result: always 0. They
- * do not block. */
+/* Register the section callback and the filter status callback of the process; null clears one.
+ * Register them before the first filter is opened: an event that is under way may still call the
+ * previous callback. Result: always 0. They do not block. */
 int x_velmora_filter_register_section_callback(flt_section_nfy_fct pf_nfy);
 int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy);
 
@@ -95,7 +95,7 @@ int x_velmora_filter_register_filter_status_callback(flt_status_nfy_fct pf_nfy);
  *   ph_filter          not null; receives the handle, or 0 on failure. It is not written when the
  *                      filter's semaphore or record could not be made
  *   pt_evt             not null; copied
- *   pv_tag             passed to the event functions unread
+ *   pv_tag             passed to the callbacks unread
  * Result: 0; -1 on failure, including when Java refuses to open; or the semaphore service's error.
  */
 int x_velmora_filter_open(uint32_t h_pipeline, int mainType, int subType, int64_t buffersize,
