@@ -1,14 +1,10 @@
 import java.io.EOFException;
 import java.io.IOException;
-import java.io.InputStream;
 import java.lang.reflect.Modifier;
-import java.nio.ByteBuffer;
-import java.nio.charset.StandardCharsets;
-import java.nio.file.AccessDeniedException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
-import java.util.Collection;
+import java.util.EnumSet;
 import java.util.HashMap;
 import java.util.LinkedHashMap;
 import java.util.LinkedHashSet;
@@ -16,22 +12,20 @@ import java.util.List;
 import java.util.Map;
 import java.util.Set;
 import java.util.concurrent.Callable;
-import java.util.regex.Matcher;
+import java.util.function.Function;
 import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import java.util.zip.ZipEntry;
 import java.util.zip.ZipException;
 import java.util.zip.ZipFile;
+import org.jf.dexlib2.HiddenApiRestriction;
 import org.jf.dexlib2.Opcodes;
 import org.jf.dexlib2.dexbacked.DexBackedClassDef;
 import org.jf.dexlib2.dexbacked.DexBackedDexFile;
 import org.jf.dexlib2.dexbacked.DexBackedMethod;
-import org.jf.dexlib2.dexbacked.DexReader;
 import org.jf.dexlib2.dexbacked.raw.HeaderItem;
-import org.jf.dexlib2.dexbacked.raw.ItemType;
-import org.jf.dexlib2.dexbacked.raw.MapItem;
-import org.jf.dexlib2.iface.Field;
+import org.jf.dexlib2.util.DexUtil;
 import org.objectweb.asm.ClassReader;
 import org.objectweb.asm.Type;
 import org.objectweb.asm.tree.ClassNode;
@@ -42,31 +36,19 @@ import org.objectweb.asm.tree.ClassNode;
  */
 public final class Contract {
     /** A method. Its declaration is like "int onScan(a.b.Settings, int)", without modifiers. */
-    private record Member(String name, String declaration, int access, int hiddenFlags) {
-        private static final List<String> LISTS = List.of(
-                "sdk", "unsupported", "blocked", "max-target-o", "max-target-p", "max-target-q",
-                "max-target-r");
-        /** The list; also core-platform-api and test-api, which do not affect applications. */
-        private static final int KNOWN_FLAGS = 0x1f;
-
-        Member(String name, Type result, List<Type> parameters, int access, int hiddenFlags) {
-            this(name, (name.equals("<init>") ? "" : result.getClassName() + " ") + name
-                    + parameters.stream().map(Type::getClassName)
-                            .collect(Collectors.joining(", ", "(", ")")),
-                    access, hiddenFlags);
+    private record Member(
+            int access, String name, String declaration, Set<HiddenApiRestriction> lists) {
+        static Member of(
+                int access, String name, String descriptor, Set<HiddenApiRestriction> lists) {
+            final String parameters = Stream.of(Type.getArgumentTypes(descriptor))
+                    .map(Type::getClassName).collect(Collectors.joining(", ", "(", ")"));
+            final String result = Type.getReturnType(descriptor).getClassName();
+            return new Member(access, name,
+                    (name.equals("<init>") ? "" : result + " ") + name + parameters, lists);
         }
 
         boolean isConstructor() {
             return name.equals("<init>");
-        }
-
-        /** The list that hides it from an application of this level, or null. */
-        String hidingList() {
-            final int list = hiddenFlags & 7;
-            if (list >= LISTS.size() || (hiddenFlags & ~KNOWN_FLAGS) != 0) {
-                return "unknown value " + hiddenFlags;
-            }
-            return list < LISTS.indexOf("blocked") ? null : LISTS.get(list);
         }
 
         @Override
@@ -77,29 +59,20 @@ public final class Contract {
         }
     }
 
-    private record Model(String name, int access, String superclass, List<String> interfaces,
-            List<Member> members) {
-        /** The members that JNI finds here for a subclass. */
-        Stream<Member> inherited() {
-            return members.stream().filter(member -> !Modifier.isInterface(access)
-                    || (member.access & (Modifier.STATIC | Modifier.PRIVATE)) == 0);
-        }
-    }
+    /** A class. The list above has its superclass, then its interfaces. */
+    private record Model(int access, List<String> above, List<Member> members) {}
 
-    private static final String CLASS = "[\\w$]+(?:\\.[\\w$]+)+";
-    private static final String TYPE =
-            "(?:boolean|byte|char|short|int|long|float|double|" + CLASS + ")(?:\\[\\])*";
-    private static final String PARAMETERS = "\\((?:" + TYPE + "(?:, " + TYPE + ")*)?\\)";
-    private static final Pattern RULE = Pattern.compile("-keep class (" + CLASS + ")( \\{)?");
-    private static final Pattern METHOD =
-            Pattern.compile("    (native )?((?:void|" + TYPE + ") ([\\w$]+)" + PARAMETERS + ");");
-    private static final Pattern CONSTRUCTOR =
-            Pattern.compile("    ()((<init>)" + PARAMETERS + ");");
+    private static final Pattern MEMBER =
+            Pattern.compile("    (native )?((?:\\S+ )?(\\S+)\\(.*\\));\n");
+    private static final Pattern RULE =
+            Pattern.compile("-keep class (\\S+)( \\{\n(" + MEMBER + ")*\\})?\n");
 
     private static final Pattern PLATFORM = Pattern.compile(
             "(?:javax?|dalvik|libcore|org\\.(?:json|w3c|xml)|android"
                     + "|com\\.android\\.internal)\\..*");
-    private static final int LIMIT_MIB = 256;
+    /** The lists that hide a member from an application of API 31. */
+    private static final Set<HiddenApiRestriction> HIDING = EnumSet.range(
+            HiddenApiRestriction.BLACKLIST, HiddenApiRestriction.GREYLIST_MAX_R);
 
     private final Map<String, List<Member>> mDemanded;
     /** For each class of the files, what reads it. */
@@ -139,8 +112,6 @@ public final class Contract {
         String reason;
         try {
             return reading.call();
-        } catch (AccessDeniedException e) {
-            reason = "no permission to read it";
         } catch (ZipException | EOFException e) {
             reason = "cannot be unpacked: " + e.getMessage();
         } catch (IOException e) {
@@ -148,7 +119,7 @@ public final class Contract {
         } catch (OutOfMemoryError e) {
             reason = "needs too much memory";
         } catch (Exception e) { // the libraries may throw anything for broken input
-            reason = "is broken";
+            reason = "is broken or too new to be read: " + e;
         }
         throw new IOException(prefix + reason);
     }
@@ -156,30 +127,16 @@ public final class Contract {
     // --- keep.pro ---
 
     private static Map<String, List<Member>> parse(Path keepRules) throws IOException {
+        final String rules = Files.readString(keepRules).replaceAll("(?m)^#.*\n", "");
+        final String rest = RULE.matcher(rules).replaceAll("").strip();
+        if (!rest.isEmpty()) {
+            throw new IOException("is not understood: " + rest);
+        }
         final Map<String, List<Member>> demanded = new LinkedHashMap<>();
-        List<Member> members = null; // of the rule being read
-        int number = 0;
-        for (String line : Files.readAllLines(keepRules)) {
-            ++number;
-            final Matcher rule = RULE.matcher(line);
-            final Matcher method = METHOD.matcher(line);
-            final Matcher member = method.matches() ? method : CONSTRUCTOR.matcher(line);
-            if (members == null && rule.matches() && !demanded.containsKey(rule.group(1))) {
-                demanded.put(rule.group(1), new ArrayList<>());
-                members = rule.group(2) == null ? null : demanded.get(rule.group(1));
-            } else if (members != null && member.matches()) {
-                final boolean isNative = "native ".equals(member.group(1));
-                members.add(new Member(member.group(3), member.group(2),
-                        isNative ? Modifier.NATIVE : 0, 0));
-            } else if (members != null && line.equals("}")) {
-                members = null;
-            } else if (!line.isBlank() && !line.startsWith("#")) {
-                throw new IOException("line " + number + " is not understood: " + line);
-            }
-        }
-        if (members != null || demanded.isEmpty()) {
-            throw new IOException("ends too early, at line " + number);
-        }
+        RULE.matcher(rules).results().forEach(rule -> demanded.put(rule.group(1),
+                MEMBER.matcher(rule.group()).results().map(member -> new Member(
+                        member.group(1) == null ? 0 : Modifier.NATIVE,
+                        member.group(3), member.group(2), Set.of())).toList()));
         return demanded;
     }
 
@@ -214,18 +171,11 @@ public final class Contract {
     }
 
     private static Map<String, Callable<Model>> classesOf(Path file) throws IOException {
-        if (!Files.isRegularFile(file)) { // reading a pipe might never end
-            throw new IOException(Files.exists(file) ? "not a regular file" : "no such file");
+        if (!Files.isRegularFile(file) || !Files.isReadable(file)) { // a pipe might never end
+            throw new IOException("is not a file that can be read");
         }
-        final String start;
-        try (InputStream stream = Files.newInputStream(file)) {
-            start = new String(stream.readNBytes(4), StandardCharsets.ISO_8859_1);
-        }
-        if (start.equals("dex\n")) {
-            return classesOfDex(bytes(Files.newInputStream(file), Files.size(file)));
-        }
-        if (!start.startsWith("PK")) {
-            throw new IOException("neither a jar, an APK nor a dex file");
+        if (file.toString().endsWith(".dex")) {
+            return classesOfDex(Files.readAllBytes(file));
         }
         // Stays open, because a class file is read only when it is needed.
         final ZipFile zip = new ZipFile(file.toFile());
@@ -233,17 +183,15 @@ public final class Contract {
         ZipEntry dex = zip.getEntry("classes.dex");
         // Stops at the first missing number, as a device does.
         for (int next = 2; dex != null; ++next) {
-            final ZipEntry entry = dex;
-            read(entry.getName() + " ",
-                    () -> classesOfDex(bytes(zip.getInputStream(entry), entry.getSize())))
-                    .forEach(classes::putIfAbsent);
+            classesOfDex(zip.getInputStream(dex).readAllBytes()).forEach(classes::putIfAbsent);
             dex = zip.getEntry("classes" + next + ".dex");
         }
         if (zip.getEntry("classes.dex") == null) {
-            zip.stream().filter(entry -> entry.getName().endsWith(".class"))
-                    .forEach(entry -> classes.put(
-                            javaName(entry.getName().replaceFirst("\\.class$", "")),
-                            () -> ofClassFile(bytes(zip.getInputStream(entry), entry.getSize()))));
+            zip.stream().filter(entry -> entry.getName().endsWith(".class")).forEach(entry -> {
+                final String name = entry.getName().replaceFirst("\\.class$", "");
+                classes.put(Type.getObjectType(name).getClassName(),
+                        () -> ofClassFile(name, zip.getInputStream(entry).readAllBytes()));
+            });
         }
         if (classes.isEmpty()) {
             throw new IOException("holds neither classes.dex nor class files");
@@ -251,96 +199,49 @@ public final class Contract {
         return classes;
     }
 
-    private static byte[] bytes(InputStream source, long size) throws IOException {
-        try (source) {
-            if (size > LIMIT_MIB << 20) {
-                throw new IOException("is larger than " + LIMIT_MIB + " MiB");
-            }
-            final byte[] bytes = new byte[(int) size];
-            if (source.readNBytes(bytes, 0, bytes.length) != size || source.read() >= 0) {
-                throw new IOException("is broken: its size is not as stated");
-            }
-            return bytes;
-        }
-    }
-
-    private static Model ofClassFile(byte[] bytes) throws IOException {
-        final ByteBuffer header = ByteBuffer.wrap(bytes);
-        if (header.getInt(0) != 0xcafebabe) {
-            throw new IOException("is broken");
-        }
-        final ClassReader reader;
-        try {
-            reader = new ClassReader(bytes);
-        } catch (IllegalArgumentException e) {
-            throw new IOException(
-                    "is too new to be read (Java " + (header.getShort(6) - 44) + ")");
-        }
+    private static Model ofClassFile(String name, byte[] bytes) throws IOException {
         final ClassNode node = new ClassNode();
-        reader.accept(node, ClassReader.SKIP_CODE);
-        return new Model(javaName(node.name), node.access, javaName(node.superName),
-                node.interfaces.stream().map(Contract::javaName).toList(),
-                node.methods.stream()
-                        .map(method -> new Member(method.name, Type.getReturnType(method.desc),
-                                List.of(Type.getArgumentTypes(method.desc)), method.access, 0))
-                        .toList());
+        new ClassReader(bytes).accept(node, ClassReader.SKIP_CODE);
+        if (!node.name.equals(name)) {
+            throw new IOException("is broken: it contains the class "
+                    + Type.getObjectType(node.name).getClassName());
+        }
+        return new Model(node.access,
+                names(Type::getObjectType, node.superName, node.interfaces),
+                node.methods.stream().map(method -> Member.of(
+                        method.access, method.name, method.desc, Set.of())).toList());
     }
 
     private static Map<String, Callable<Model>> classesOfDex(byte[] bytes) throws IOException {
-        final int version = HeaderItem.getVersion(bytes, 0);
-        if (version > 40) {
-            throw new IOException("is too new to be read (dex " + version + ")");
-        }
+        DexUtil.verifyDexHeader(bytes, 0);
         final DexBackedDexFile dex = new DexBackedDexFile(Opcodes.getDefault(), bytes, 0);
-        if (version < 0
-                || dex.getBuffer().readSmallUint(HeaderItem.FILE_SIZE_OFFSET) != bytes.length) {
-            throw new IOException("is broken");
+        if (dex.getBuffer().readSmallUint(HeaderItem.FILE_SIZE_OFFSET) != bytes.length) {
+            throw new IOException("is broken: its size is not as stated");
         }
-        // Its size, then for each class the offset of its flags, or 0 if it has none.
-        final MapItem hidden = dex.getMapItemForSection(ItemType.HIDDENAPI_CLASS_DATA_ITEM);
-        final List<DexBackedClassDef> types = dex.getClassSection();
         final Map<String, Callable<Model>> classes = new HashMap<>();
-        for (int i = 0; i < types.size(); ++i) {
-            final DexBackedClassDef type = types.get(i);
-            final int flags = hidden == null ? 0
-                    : dex.getDataBuffer().readSmallUint(hidden.getOffset() + 4 + 4 * i);
-            classes.putIfAbsent(nameOf(type.getType()), () -> ofDex(type,
-                    flags == 0 ? null : dex.getDataBuffer().readerAt(hidden.getOffset() + flags)));
+        for (DexBackedClassDef type : dex.getClasses()) {
+            classes.put(Type.getType(type.getType()).getClassName(), () -> ofDex(type));
         }
         return classes;
     }
 
-    /** flags: a number for each field, then for each method; null if there are none. */
-    private static Model ofDex(DexBackedClassDef type, DexReader<?> flags) {
-        for (Iterable<? extends Field> fields
-                : List.of(type.getStaticFields(false), type.getInstanceFields(false))) {
-            fields.forEach(field -> next(flags));
-        }
+    private static Model ofDex(DexBackedClassDef type) {
         final List<Member> members = new ArrayList<>();
-        for (Iterable<? extends DexBackedMethod> methods
-                : List.of(type.getDirectMethods(false), type.getVirtualMethods(false))) {
-            methods.forEach(method -> members.add(
-                    new Member(method.getName(), Type.getType(method.getReturnType()),
-                            method.getParameterTypes().stream().map(Type::getType).toList(),
-                            method.getAccessFlags(), next(flags))));
+        for (DexBackedMethod method : type.getMethods()) {
+            members.add(Member.of(method.getAccessFlags(), method.getName(),
+                    "(" + String.join("", method.getParameterTypes()) + ")"
+                            + method.getReturnType(),
+                    method.getHiddenApiRestrictions()));
         }
-        return new Model(nameOf(type.getType()), type.getAccessFlags(),
-                nameOf(type.getSuperclass()),
-                type.getInterfaces().stream().map(Contract::nameOf).toList(), members);
+        return new Model(type.getAccessFlags(),
+                names(Type::getType, type.getSuperclass(), type.getInterfaces()), members);
     }
 
-    private static int next(DexReader<?> flags) {
-        return flags == null ? 0 : flags.readSmallUleb128();
-    }
-
-    private static String nameOf(String descriptor) {
-        return javaName(
-                descriptor == null ? null : descriptor.substring(1, descriptor.length() - 1));
-    }
-
-    /** Null if there is no superclass. */
-    private static String javaName(String internalName) {
-        return internalName == null ? null : internalName.replace('/', '.');
+    /** superclass: null if there is none. */
+    private static List<String> names(
+            Function<String, Type> typeOf, String superclass, List<String> interfaces) {
+        return Stream.concat(Stream.ofNullable(superclass), interfaces.stream())
+                .map(name -> typeOf.apply(name).getClassName()).toList();
     }
 
     // --- The check ---
@@ -375,73 +276,75 @@ public final class Contract {
         return mFaults.isEmpty() && !(isEnforced && !mHidden.isEmpty());
     }
 
-    private void check(String owner, List<Member> members) {
+    private void check(String owner, List<Member> demanded) {
         if (!mClasses.containsKey(owner)) {
             mFaults.add(owner + ": is missing"
-                    + (members.isEmpty() ? "" : "; members: " + members.size()));
+                    + (demanded.isEmpty() ? "" : "; members: " + demanded.size()));
             return;
         }
-        final Map<String, Model> lineage = new LinkedHashMap<>();
+        final List<Member> members = new ArrayList<>();
         final Set<String> absent = new LinkedHashSet<>();
         try {
-            addLineage(owner, "", new ArrayList<>(), lineage, absent);
+            final Model type = addMembers(owner, new ArrayList<>(), members, absent);
+            if (Modifier.isAbstract(type.access)
+                    && demanded.stream().anyMatch(Member::isConstructor)) {
+                mFaults.add(owner + ": is abstract, but the library constructs it");
+            }
         } catch (IOException e) {
             mFaults.add(owner + ": " + e.getMessage());
             return;
         }
         absent.stream().filter(name -> !PLATFORM.matcher(name).matches()).forEach(
                 name -> mFaults.add(owner + ": needs " + name + ", which is in none of the files"));
-        final Model type = lineage.get(owner);
-        if (Modifier.isAbstract(type.access) && members.stream().anyMatch(Member::isConstructor)) {
-            mFaults.add(owner + ": is abstract, but the library constructs it");
-        }
-        for (Member wanted : members) {
-            check(owner, wanted, wanted.isConstructor() ? List.of(type) : lineage.values(),
-                    wanted.isConstructor() ? Set.of() : absent);
-        }
+        demanded.forEach(wanted -> check(owner, wanted, members, absent));
     }
 
-    /** Adds the class, its superclasses, then their interfaces: the order of JNI's search. */
-    private void addLineage(String name, String prefix, List<String> below,
-            Map<String, Model> lineage, Set<String> absent) throws IOException {
+    /** Adds what JNI finds in the class, its superclasses and interfaces, in its search order. */
+    private Model addMembers(String name, List<String> below, List<Member> members,
+            Set<String> absent) throws IOException {
         if (below.contains(name)) {
             throw new IOException("its superclasses or interfaces lead back to " + name);
         }
-        final Callable<Model> reading = mClasses.get(name);
-        if (reading == null && !name.equals("java.lang.Object")) {
-            absent.add(name);
-        } else if (reading != null && !lineage.containsKey(name)) {
-            final Model type = read(prefix, reading);
-            if (!type.name.equals(name)) {
-                throw new IOException(prefix + "is broken: it contains the class " + type.name);
+        final Model type = read(below.isEmpty() ? "" : "needs " + name + ", which ",
+                mClasses.get(name));
+        final int notInherited =
+                Modifier.isInterface(type.access) ? Modifier.STATIC | Modifier.PRIVATE : 0;
+        type.members.stream()
+                .filter(member -> below.isEmpty() || !member.isConstructor())
+                .filter(member -> (member.access & notInherited) == 0)
+                .forEach(members::add);
+        below.add(name);
+        for (String above : type.above) {
+            if (mClasses.containsKey(above)) {
+                addMembers(above, below, members, absent);
+            } else if (!above.equals("java.lang.Object")) {
+                absent.add(above);
             }
-            lineage.put(name, type);
-            below.add(name);
-            for (String above : Stream.concat(
-                    Stream.ofNullable(type.superclass), type.interfaces.stream()).toList()) {
-                addLineage(above, "needs " + above + ", which ", below, lineage, absent);
-            }
-            below.remove(name);
         }
+        below.remove(name);
+        return type;
     }
 
-    private void check(String owner, Member wanted, Collection<Model> lineage, Set<String> absent) {
-        final List<Member> named = lineage.stream().flatMap(Model::inherited)
-                .filter(member -> member.name.equals(wanted.name)).toList();
+    private void check(String owner, Member wanted, List<Member> members, Set<String> absent) {
+        final List<Member> named =
+                members.stream().filter(member -> member.name.equals(wanted.name)).toList();
         final Member found = named.stream()
                 .filter(member -> member.declaration.equals(wanted.declaration))
                 .findFirst().orElse(null);
         if (found == null) {
             mFaults.add(owner + ": " + wanted + " is missing"
-                    + (absent.isEmpty() ? "" : ", unless it is in " + String.join(" or ", absent))
+                    + (absent.isEmpty() || wanted.isConstructor() ? ""
+                            : ", unless it is in " + String.join(" or ", absent))
                     + (named.isEmpty() ? "" : named.stream().map(Member::toString).distinct()
                             .collect(Collectors.joining(", ", "; there is ", ""))));
         } else if (Modifier.isStatic(found.access)) {
             mFaults.add(owner + ": " + wanted + " is static");
         } else if (Modifier.isNative(wanted.access & ~found.access)) {
             mFaults.add(owner + ": " + wanted + " is not declared native");
-        } else if (found.hidingList() != null) {
-            mHidden.add(owner + ": " + wanted + " is hidden: " + found.hidingList());
+        } else {
+            found.lists.stream().filter(HIDING::contains).forEach(list -> mHidden.add(
+                    owner + ": " + wanted + " is hidden: " + list.toString()
+                            .replace("greylist-max", "max-target").replace("blacklist", "blocked")));
         }
     }
 }
