@@ -342,9 +342,10 @@ public final class Contract {
         } else if (Modifier.isNative(wanted.access & ~found.access)) {
             mFaults.add(owner + ": " + wanted + " is not declared native");
         } else {
-            found.lists.stream().filter(HIDING::contains).forEach(list -> mHidden.add(
-                    owner + ": " + wanted + " is hidden: " + list.toString()
-                            .replace("greylist-max", "max-target").replace("blacklist", "blocked")));
+            found.lists.stream().filter(HIDING::contains)
+                    .map(list -> list.toString().replace("greylist-max", "max-target"))
+                    .map(list -> list.replace("blacklist", "blocked"))
+                    .forEach(list -> mHidden.add(owner + ": " + wanted + " is hidden: " + list));
         }
     }
 }
