@@ -64,7 +64,7 @@ Function nativeMethod(Event event) {
     const Call reports = [=](Fixture& fixture) {
         const LocalFrame frame;
         jarray list = nullptr;
-        std::vector<jint> numbers = {-42};
+        std::vector<jint> numbers = {-42, -2, 3, 4};
         if (event == Event::kDiseqc ||
             (event >= Event::kFrequencies && event <= Event::kStreamIds)) {
             std::vector<jint> values = {10, -20, 30};
@@ -75,10 +75,6 @@ Function nativeMethod(Event event) {
                            : newArray(std::vector<jbyte>(values.begin(), values.end()));
             }
             numbers = {fixture.length};
-        } else if (event <= Event::kStopped) {
-            numbers.clear();
-        } else if (event == Event::kSection) {
-            numbers = {1, -2, 3, 4};
         }
         return report(event, ofTuners ? fixture.h_pipeline : fixture.hfilter, numbers, list);
     };

@@ -39,8 +39,8 @@ enum class Event {
 
 // Calls the event's Java method on the calling thread, which must be attached. kFrequencies to
 // kStreamIds and kDiseqc need a list, with the length to report as the only number. kSection needs
-// four numbers, kLocked and kStopped none, all others one. Returns the method's result, or 0 when
-// it has none.
+// four numbers, kLocked and kStopped none, all others one; more are ignored. Returns the method's
+// result, or 0 when it has none.
 jint reportEvent(Event event, uint32_t handle, const std::vector<jint>& numbers, jarray list);
 const char* methodOf(Event event);
 
