@@ -1,11 +1,13 @@
 #include "tests/oracle.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iostream>
 #include <map>
 #include <numeric>
+#include <sstream>
 #include <tuple>
 
 #include "tests/support/fault_injection.h"
@@ -22,100 +24,56 @@ namespace oracle {
 
 namespace {
 
-// For each delivery system, the trace before the settings object is made, and the trace after that.
-// Braces mean a value of the record, by a letter and an offset. The letters are I for 32 bits, J
-// for 64 bits, B for a byte, K for 32 bits times a thousand, which wraps around, and M for 32 bits
-// times a million, which is limited to 32 bits. A + marks offsets after the pointer to the code
-// rate: they are 8 bytes larger where pointers have 8 bytes.
-const std::map<int32_t, std::pair<std::string, std::string>> kSystems = {
-    {2,
-     {"D [ATSC] mFrequency = {I56}, mModulation = {I0},\n",
-      "AtscFrontendSettings.<init>({I56}, {I0})\n"}},
-    {4,
-     {"D [DVBC] mFrequency = {I56}, mModulation = {I0}, mFec = {J8}, mSymbolRate = {I16}, "
-      "mOuterFec = {I20}, mAnnex = {I24}, mSpectralInversion = {I28}\n",
-      "DvbcFrontendSettings.<init>({I56}, {I0}, {J8}, {I16}, {I20}, {I24}, {I28}, {I32}, "
-      "{I36})\n"}},
-    {kDvbs,
-     {"D [DVBS] mFrequency = {I56}(in MHz), mModulation = {I0}, mSymbolRate = {I8+}, "
-      "mInputStreamId = {I20+}, mStandard = {I24+}, mVcmMode = {I28+}\n",
-      "D [DVBS]pt_code_rate->mInnerFec = {J72}\n"
-      "D [DVBS]pt_code_rate->mIsLinear = {B80}\n"
-      "D [DVBS]pt_code_rate->mIsShortFrames = {B81}\n"
-      "D [DVBS]pt_code_rate->mBitsPer1000Symbol = {I84}\n"
-      "DvbsCodeRate.<init>({J72}, {B80}, {B81}, {I84})\n"
-      "D [DVBS] mFrequency = {M56}(in Hz)\n"
-      "D [DVBS] mSymbolRate = {K8+}(in bd)\n"
-      "D [DVBS] mScanType = {I32+}\n"
-      "D [DVBS] mIsDiseqcRxMessage = {B36+}\n"
-      "DvbsFrontendSettings.<init>({M56}, {I0}, DvbsCodeRate, {K8+}, {I12+}, {I16+}, {I20+}, "
-      "{I24+}, {I28+}, {I32+}, {B36+})\n"
-      "D [DVBS] mEndFrequency = {M60}(in Hz)\n"
-      "FrontendSettings.setEndFrequency({M60})\n"}},
-    {6,
-     {"D [DVBT] mFrequency = {I56}, mTransmissionMode = {I0}, mBandwidth = {I4}, "
-      "mConstellation = {I8}, mHierarchy = {I12}, mHpCodeRate = {I16}, mLpCodeRate = {I20}, "
-      "mGuardInterval = {I24}, mIsHighPriority = {B28}, mStandard = {I32}, mIsMiso = {B36}, "
-      "mPlpMode = {I40}, mPlpId = {I44}, mPlpGroupId = {I48}\n",
-      "DvbtFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20}, {I24}, {B28}, "
-      "{I32}, {B36}, {I40}, {I44}, {I48})\n"}},
-    {7,
-     {"D [ISDBS] mFrequency = {I56}, mStreamId = {I0}, mStreamIdType = {I4}, mModulation = {I8}, "
-      "mCodeRate = {I12}, mSymbolRate = {I16}, mRolloff = {I20}\n",
-      "IsdbsFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20})\n"}},
-    {kIsdbt,
-     {"D [ISDBT] mFrequency = {I56}, mModulation = {I0}, mBandwidth = {I4}, mMode = {I8}, "
-      "mCodeRate = {I12}, mGuardInterval = {I16}, mServiceAreaId = {I20}\n"
-      "ZytTvInnerFrontend.onGetServiceAreaCode()\n"
-      "D [ISDBT] area code = {I92}\n",
-      "IsdbtFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I92})\n"}},
-    {10,
-     {"D [DTMB] mFrequency = {I56}, mModulation = {I0}, mCodeRate = {I4}, mTransmissionMode = {I8},"
-      " mGuardInterval = {I12}, mTimeInterleaveMode = {I16}, mBandwidth = {I20}.\n",
-      "DtmbFrontendSettings.<init>({I56}, {I0}, {I4}, {I8}, {I12}, {I16}, {I20})\n"}},
-};
-
-// A getter, the type of its result (a letter as above, or L for a list), the offset of the field
-// that it fills, and the field's name in the log.
+// A getter, the type of its result (a letter, see oracle.txt), the offset of the field that it fills,
+// and the field's name in the log.
 using Getter = std::tuple<std::string, char, size_t, std::string>;
 
-// The getters of the settings in force, by delivery system; 0 means all systems.
-const std::multimap<int32_t, std::pair<const char*, Getter>> kReadbacks = {
-    {0, {"FrontendSettings", {"getType", 'I', 64, "e_type"}}},
-    {0, {"FrontendSettings", {"getFrequency", 'I', 56, "mFrequency"}}},
-    {6, {"DvbtFrontendSettings", {"getStandard", 'I', 32, "mStandard"}}},
-    {6, {"DvbtFrontendSettings", {"getBandwidth", 'I', 4, "mBandwidth"}}},
-    {9, {"IsdbtFrontendSettings", {"getBandwidth", 'I', 4, "mBandwidth"}}},
-    {10, {"DtmbFrontendSettings", {"getBandwidth", 'I', 20, "mBandwidth"}}},
+struct Tables {
+    // By delivery system: the trace before the settings object is made, and the trace after that.
+    std::map<int32_t, std::pair<std::string, std::string>> settings;
+    // By delivery system, 0 meaning all: the class of the object, and the getter.
+    std::multimap<int32_t, std::pair<std::string, Getter>> readbacks;
+    std::map<int32_t, Getter> statusKinds;
 };
 
-const std::map<int32_t, Getter> kStatusKinds = {
-    {0, {"isDemodLocked", 'B', 0, "CallBooleanMethod mIsDemodLocked"}},
-    {1, {"getSnr", 'I', 4, "mSnr"}},
-    {2, {"getBer", 'I', 8, "mBer"}},
-    {3, {"getPer", 'I', 12, "mPer"}},
-    {4, {"getPerBer", 'I', 16, "mPerBer"}},
-    {5, {"getSignalQuality", 'I', 20, "mSignalQuality"}},
-    {6, {"getSignalStrength", 'I', 24, "mSignalStrength"}},
-    {7, {"getSymbolRate", 'I', 28, "mSymbolRate"}},
-    {8, {"getInnerFec", 'J', 32, "mInnerFec"}},
-    {9, {"getModulation", 'I', 40, "mModulation"}},
-    {10, {"getSpectralInversion", 'I', 88, "mInversion"}},
-    {11, {"getLnbVoltage", 'I', 92, "mLnbVoltage"}},
-    {12, {"getPlpId", 'I', 96, "mPlpId"}},
-    {13, {"isEwbs", 'B', 100, "mIsEwbs"}},
-    {14, {"getAgc", 'I', 104, "mAgc"}},
-    {15, {"isLnaOn", 'B', 108, "mIsLnaOn"}},
-    {17, {"getMer", 'I', 120, "mMer"}},
-    {18, {"getFreqOffset", 'I', 124, "mFreqOffset"}},
-    {19, {"getHierarchy", 'I', 128, "mHierarchy"}},
-    {20, {"isRfLocked", 'B', 180, "mIsRfLocked"}},
-    {22, {"getExtendedModulations", 'L', 44, "mModulationsExt"}},
-    {24, {"getCodeRates", 'L', 136, "mCodeRates"}},
-    {25, {"getBandwidth", 'I', 132, "mBandWidth"}},
-    {29, {"getSystemId", 'I', 196, "mSystemId"}},
-    {33, {"getRollOff", 'I', 200, "mRollOff"}},
-};
+[[noreturn]] void tablesAreWrong(const std::string& how) {
+    std::cerr << "tests/oracle.txt: " << how << std::endl;
+    _Exit(1);
+}
+
+Tables readTables() {
+    Tables tables;
+    std::ifstream file(PROJECT_FOLDER "/tests/oracle.txt");
+    std::string* trace = nullptr;  // the one to which lines belong
+    int32_t type = 0;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        std::string word, clazz;
+        Getter getter;
+        auto& [method, letter, offset, name] = getter;
+        words >> word;
+        if (word == "settings" && words >> type) {
+            trace = &tables.settings[type].first;
+        } else if (word == "object") {
+            trace = &tables.settings[type].second;
+        } else if (word == "readback" && words >> type >> clazz >> method >> letter >> offset &&
+                   std::getline(words >> std::ws, name)) {
+            tables.readbacks.insert({type, {clazz, getter}});
+        } else if (word == "status" && words >> type >> method >> letter >> offset &&
+                   std::getline(words >> std::ws, name)) {
+            tables.statusKinds[type] = getter;
+        } else if (trace != nullptr && isupper(word[0]) != 0) {
+            *trace += line + "\n";
+        } else if (!line.empty() && line[0] != '#') {
+            tablesAreWrong("not understood: " + line);
+        }
+    }
+    if (tables.settings.empty()) {
+        tablesAreWrong("cannot be read, or has no settings");
+    }
+    return tables;
+}
+const Tables& gTables = *new Tables(readTables());
 
 // The last log lines, by entry: when the library itself failed, and when the result is not 0.
 constexpr const char* kFailures[][2] = {
@@ -132,10 +90,8 @@ constexpr size_t widthOf(char type) {
 // The bytes of the record to which a table points.
 uint8_t* in(Bytes& record, size_t offset, size_t width) {
     if (offset + width > record.size()) {
-        fflush(stdout);
-        fprintf(stderr, "A table of tests/oracle.cpp names %zu bytes at offset %zu of %zu.\n",
-                width, offset, record.size());
-        _Exit(1);
+        tablesAreWrong("the record has no " + std::to_string(width) + " bytes at offset " +
+                       std::to_string(offset));
     }
     return &record[offset];
 }
@@ -202,11 +158,11 @@ struct Oracle {
     std::string request(bool scans) {
         const std::string start = scans ? "D scan, fe_type: {I64}, freq: {I56}, scan_type: {I88}\n"
                                         : "D tune, fe_type: {I64}, freq: {I56}\n";
-        const auto system = kSystems.find(call.type);
+        const auto system = gTables.settings.find(call.type);
         if (call.null == kRecord) {
             return "E transMW2FrontendSettings, argument is null.\n";
         }
-        if (system == kSystems.end()) {
+        if (system == gTables.settings.end()) {
             return start + "E transMW2FrontendSettings, type: {I64}, not support by currently.\n";
         }
         auto [line, made] = system->second;
@@ -237,7 +193,7 @@ struct Oracle {
         }
         result = 0;
         std::string lines = "ZytTvInnerFrontend.onGetFrontendSetting()\n";
-        for (const auto& [type, row] : kReadbacks) {
+        for (const auto& [type, row] : gTables.readbacks) {
             if (type == 0 || type == call.javaInt) {
                 // The base class is abstract, so another class supplies the object.
                 tests::script("onGetFrontendSetting",
@@ -245,7 +201,7 @@ struct Oracle {
                 lines += read(row.first, row.second, "D getFrontendSetting, ");
             }
         }
-        const bool isKnown = kSystems.count(call.javaInt) != 0;
+        const bool isKnown = gTables.settings.count(call.javaInt) != 0;
         return lines + (isKnown ? "" : "D getFrontendSetting, not support e_type: {I64}.\n");
     }
 
@@ -267,9 +223,9 @@ struct Oracle {
         lines += "ZytTvInnerFrontend.onGetFrontendStatus(" + listOf(kinds) + ")\n";
         for (const int32_t kind : kinds) {
             const std::string number = std::to_string(kind);
-            const auto row = kStatusKinds.find(kind);
+            const auto row = gTables.statusKinds.find(kind);
             lines += "D getFrontendStatus, get type is " + number + "\n";
-            lines += row != kStatusKinds.end()
+            lines += row != gTables.statusKinds.end()
                          ? read("FrontendStatus", row->second, "D getFrontendStatus, ")
                          : "D getFrontendStatus, unsupport type: " + number + ".\n";
         }

@@ -19,7 +19,7 @@ void expectRight(const Case& call) {
     if (expected != actual) {
         ADD_FAILURE() << kEntries[call.entry] << ", type " << call.type << ": "
                       << tests::firstDifference(expected, actual)
-                      << "The tables of tests/oracle.cpp say what is expected.";
+                      << "tests/oracle.txt says what is expected.";
     }
 }
 
@@ -70,7 +70,7 @@ TEST_F(OracleTest, StatusKindsReachJavaInOrderAndEachFillsOnlyItsField) {
         call.kinds[0] = kind;
         call.kindCount = 1;
         EXPECT_EQ(std::string::npos, check(call).first.find("unsupport"))
-            << "kStatusKinds of tests/oracle.cpp lacks kind " << kind << " of the header.";
+            << "tests/oracle.txt lacks status kind " << kind << " of the header.";
     }
     for (const int32_t kind : all) {
         const int32_t kinds[] = {kind, INT32_MIN + kind, 22, INT32_MAX - kind, 24};
