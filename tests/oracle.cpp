@@ -8,7 +8,6 @@
 #include <map>
 #include <numeric>
 #include <sstream>
-#include <tuple>
 
 #include "tests/support/fault_injection.h"
 
@@ -24,16 +23,20 @@ namespace oracle {
 
 namespace {
 
-// A getter, the type of its result (a letter, see oracle.txt), the offset of the field that it fills,
-// and the field's name in the log.
-using Getter = std::tuple<std::string, char, size_t, std::string>;
+// A getter, and the field that its result fills.
+struct Getter {
+    std::string clazz;
+    std::string method;
+    char type;  // of the result: a letter, see oracle.txt
+    size_t offset;
+    std::string line;  // of the log, before the value
+};
 
 struct Tables {
     // By delivery system: the trace before the settings object is made, and the trace after that.
     std::map<int32_t, std::pair<std::string, std::string>> settings;
-    // By delivery system, 0 meaning all: the class of the object, and the getter.
-    std::multimap<int32_t, std::pair<std::string, Getter>> readbacks;
-    std::map<int32_t, Getter> statusKinds;
+    std::multimap<int32_t, Getter> readbacks;  // by delivery system; 0: all
+    std::multimap<int32_t, Getter> statusKinds;
 };
 
 [[noreturn]] void tablesAreWrong(const std::string& how) {
@@ -48,20 +51,17 @@ Tables readTables() {
     int32_t type = 0;
     for (std::string line; std::getline(file, line);) {
         std::istringstream words(line);
-        std::string word, clazz;
-        Getter getter;
-        auto& [method, letter, offset, name] = getter;
+        std::string word;
+        Getter row;
         words >> word;
         if (word == "settings" && words >> type) {
             trace = &tables.settings[type].first;
         } else if (word == "object") {
             trace = &tables.settings[type].second;
-        } else if (word == "readback" && words >> type >> clazz >> method >> letter >> offset &&
-                   std::getline(words >> std::ws, name)) {
-            tables.readbacks.insert({type, {clazz, getter}});
-        } else if (word == "status" && words >> type >> method >> letter >> offset &&
-                   std::getline(words >> std::ws, name)) {
-            tables.statusKinds[type] = getter;
+        } else if ((word == "readback" || word == "status") &&
+                   words >> type >> row.clazz >> row.method >> row.type >> row.offset >> std::ws &&
+                   std::getline(words, row.line)) {
+            (word == "status" ? tables.statusKinds : tables.readbacks).insert({type, row});
         } else if (trace != nullptr && isupper(word[0]) != 0) {
             *trace += line + "\n";
         } else if (!line.empty() && line[0] != '#') {
@@ -197,8 +197,8 @@ struct Oracle {
             if (type == 0 || type == call.javaInt) {
                 // The base class is abstract, so another class supplies the object.
                 tests::script("onGetFrontendSetting",
-                              type == 0 ? "AtscFrontendSettings" : row.first);
-                lines += read(row.first, row.second, "D getFrontendSetting, ");
+                              type == 0 ? "AtscFrontendSettings" : row.clazz);
+                lines += read(row);
             }
         }
         const bool isKnown = gTables.settings.count(call.javaInt) != 0;
@@ -226,7 +226,7 @@ struct Oracle {
             const auto row = gTables.statusKinds.find(kind);
             lines += "D getFrontendStatus, get type is " + number + "\n";
             lines += row != gTables.statusKinds.end()
-                         ? read("FrontendStatus", row->second, "D getFrontendStatus, ")
+                         ? read(row->second)
                          : "D getFrontendStatus, unsupport type: " + number + ".\n";
         }
         return lines;
@@ -234,10 +234,10 @@ struct Oracle {
 
     // The getter's result goes into the record and into the log. If a list is too long, only its
     // length is written, which follows the room for ten elements.
-    std::string read(const std::string& clazz, const Getter& getter, const std::string& logged) {
-        const auto& [method, type, offset, name] = getter;
+    std::string read(const Getter& getter) {
+        const auto& [clazz, method, type, offset, line] = getter;
         const std::string place = std::to_string(offset) + "}";
-        const std::string start = clazz + "." + method + "()\n" + logged + name + ": {";
+        const std::string start = clazz + "." + method + "()\n" + line + ": {";
         auto value = static_cast<int64_t>(call.answers ^ std::hash<std::string>{}(method));
         if (type == 'L') {
             std::vector<int32_t> list(12);
