@@ -1,41 +1,24 @@
-// analysis LIST: runs Soong's analysis of the Blueprint files that LIST names, with its module types for C and C++.
-// out/soong.variables describes the device. The commands that would be run go to out/build.ninja.
+// analysis: Soong with its module types for C and C++. It takes the options of Blueprint's builder.
 package main
 
 import (
-	"fmt"
-	"os"
+	"flag"
 
 	"android/soong/android"
 	_ "android/soong/cc"
+
+	"github.com/google/blueprint/bootstrap"
 )
 
-func exitOn(errs ...error) {
-	for _, err := range errs {
-		if err != nil {
-			fmt.Fprintln(os.Stderr, err)
-			defer os.Exit(1)
-		}
-	}
-}
-
 func main() {
-	config, err := android.NewConfig(".", "out", os.Args[1])
-	exitOn(err)
+	flag.Parse()
+	config, err := android.NewConfig(".", bootstrap.BuildDir, bootstrap.ModuleListFile)
+	if err != nil {
+		panic(err)
+	}
 	context := android.NewContext()
 	context.Register()
 	everywhere := func(*android.Namespace) bool { return true }
 	context.SetNameInterface(android.NewNameResolver(everywhere))
-	context.SetModuleListFile(os.Args[1])
-	files, err := context.ListModulePaths(".")
-	exitOn(err)
-	_, errs := context.ParseFileList(".", files, config)
-	exitOn(errs...)
-	_, errs = context.ResolveDependencies(config)
-	exitOn(errs...)
-	_, errs = context.PrepareBuildActions(config)
-	exitOn(errs...)
-	ninja, err := os.Create("out/build.ninja")
-	exitOn(err)
-	exitOn(context.WriteBuildFile(ninja), ninja.Close())
+	bootstrap.Main(context.Context, config)
 }
