@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cinttypes>
-#include <cstdio>
 #include <future>
 #include <thread>
 
@@ -216,12 +214,9 @@ TEST_F(FilterTest, InstanceThatIsNotAnAddressIsRefused) {
     EXPECT_EQ(-1, start(h));
     EXPECT_EQ(0, close(h));
     const Lines lines = tests::takeLog();
-    char shown[80];
-    snprintf(shown, sizeof(shown), "filter.get: 0x%" PRIx64 ", instance: 0x%" PRIx64 ",failed.",
-             instance & UINT32_MAX, instance | kBeyond);
     EXPECT_EQ(5u, lines.size()) << "Java is not called";
-    EXPECT_TRUE(has(lines, std::string(">  ") + shown));
-    EXPECT_TRUE(has(lines, std::string("> subInnerFilterReferencefailed, ") + shown + "\n"));
+    EXPECT_TRUE(has(lines, ">  filter.get: 0x"));
+    EXPECT_TRUE(has(lines, "> subInnerFilterReferencefailed, filter.get: 0x"));
     callIntercepted([&] { return subInnerFilterReference(instance); });
 }
 

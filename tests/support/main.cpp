@@ -1,7 +1,6 @@
 // The fixture, and the main function of the tests. Unlike GoogleTest's own, it destroys the virtual
 // machine before the process ends.
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
@@ -11,16 +10,16 @@
 namespace tests {
 
 std::string firstDifference(const std::string& expected, const std::string& actual) {
-    const auto at = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
-    const auto start = static_cast<size_t>(at.first - expected.begin());
-    const size_t line = start == 0 ? 0 : expected.rfind('\n', start - 1) + 1;
-    const auto lineOf = [&](const std::string& text) {
-        return line < text.size() ? text.substr(line, text.find('\n', line) - line) : "its end";
-    };
-    return "line " +
-           std::to_string(1 + std::count(expected.begin(),
-                                         expected.begin() + static_cast<ptrdiff_t>(line), '\n')) +
-           " should be\n    " + lineOf(expected) + "\nand is\n    " + lineOf(actual) + "\n";
+    std::istringstream expectedLines(expected), actualLines(actual);
+    std::string should, is;
+    int line = 0;
+    do {
+        ++line;
+        std::getline(expectedLines, should);
+        std::getline(actualLines, is);
+    } while (should == is && expectedLines && actualLines);
+    return "line " + std::to_string(line) + " should be\n    " + should + "\nand is\n    " + is +
+           "\n";
 }
 
 void LibraryTest::SetUp() {
