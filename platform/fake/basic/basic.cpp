@@ -8,7 +8,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <new>
 
 #include "mw/basic_services.h"
 
@@ -16,53 +15,34 @@ namespace {
 
 constexpr int32_t kFailed = -1;
 
-std::atomic<fake_service_hook_fct> gHook;
-
-// The code with which this call must fail, or 0.
-int32_t fault(fake_service_t service) {
-    const fake_service_hook_fct hook = gHook;
-    return hook != nullptr ? hook(service) : 0;
-}
+// Returns the code with which the call must fail, or 0.
+std::atomic<fake_service_hook_fct> gFault([](fake_service_t) -> int32_t { return 0; });
 
 // Numbered objects, for use by any thread.
 template <typename Object>
 class Table {
   public:
-    // Returns the new number, or 0 when there is no memory or all numbers have been used.
     uint32_t add(const Object& object) {
         const std::lock_guard<std::mutex> lock(mLock);
-        if (mNext == 0) {
-            return 0;
-        }
-        try {
-            mObjects.emplace(mNext, object);
-        } catch (const std::bad_alloc&) {
-            return 0;
-        }
+        mObjects.emplace(mNext, object);
         return mNext++;
     }
 
-    bool find(uint32_t number, Object* object) {
+    bool find(uint32_t number, Object* object, bool takes = false) {
         const std::lock_guard<std::mutex> lock(mLock);
         const auto entry = mObjects.find(number);
         if (entry == mObjects.end()) {
             return false;
         }
         *object = entry->second;
+        if (takes) {
+            mObjects.erase(entry);
+        }
         return true;
     }
 
     // If several threads take the same object, only one succeeds.
-    bool take(uint32_t number, Object* object) {
-        const std::lock_guard<std::mutex> lock(mLock);
-        const auto entry = mObjects.find(number);
-        if (entry == mObjects.end()) {
-            return false;
-        }
-        *object = entry->second;
-        mObjects.erase(entry);
-        return true;
-    }
+    bool take(uint32_t number, Object* object) { return find(number, object, true); }
 
     unsigned size() {
         const std::lock_guard<std::mutex> lock(mLock);
@@ -91,32 +71,32 @@ struct Semaphore {
 using SemaphorePointer = std::shared_ptr<Semaphore>;
 
 // Never destroyed: threads may still call at the end of the process.
-Table<Handle>& handles() {
-    static Table<Handle>& table = *new Table<Handle>();
-    return table;
-}
-
-Table<SemaphorePointer>& semaphores() {
-    static Table<SemaphorePointer>& table = *new Table<SemaphorePointer>();
-    return table;
-}
+Table<Handle>& gHandles = *new Table<Handle>();
+Table<SemaphorePointer>& gSemaphores = *new Table<SemaphorePointer>();
 
 std::atomic<unsigned> gLiveBlocks;
 std::atomic<unsigned> gBadFrees;
+
+int32_t lookUp(fake_service_t service, uint32_t handle, Handle* entry) {
+    const int32_t code = gFault(service);
+    return code == FAKE_ANSWER_EMPTY                    ? 0
+           : code == 0 && !gHandles.find(handle, entry) ? kFailed
+                                                        : code;
+}
 
 }  // namespace
 
 extern "C" {
 
 void fake_set_service_hook(fake_service_hook_fct hook) {
-    gHook = hook;
+    gFault = hook;
 }
 
 unsigned fake_live_handles(void) {
-    return handles().size();
+    return gHandles.size();
 }
 unsigned fake_live_semaphores(void) {
-    return semaphores().size();
+    return gSemaphores.size();
 }
 unsigned fake_live_blocks(void) {
     return gLiveBlocks;
@@ -127,38 +107,30 @@ unsigned fake_bad_frees(void) {
 
 int32_t handle_alloc(uint16_t e_type, void* pv_obj, void* pv_tag, handle_free_fct pf_free,
                      uint32_t* ph_obj) {
-    const int32_t code = fault(FAKE_HANDLE_ALLOC);
+    const int32_t code = gFault(FAKE_HANDLE_ALLOC);
     if (code != 0 || ph_obj == nullptr) {
         return code != 0 ? code : kFailed;
     }
-    const uint32_t handle = handles().add({e_type, pv_obj, pv_tag, pf_free});
-    if (handle == 0) {
-        return kFailed;
-    }
-    *ph_obj = handle;
+    *ph_obj = gHandles.add({e_type, pv_obj, pv_tag, pf_free});
     return 0;
 }
 
 int32_t handle_get_type_obj(uint32_t handle, uint16_t* pe_type, void** ppv_obj) {
-    const int32_t code = fault(FAKE_HANDLE_GET_TYPE_OBJ);
     Handle entry = {};
-    if (code != FAKE_ANSWER_EMPTY && (code != 0 || !handles().find(handle, &entry))) {
-        return code != 0 ? code : kFailed;
-    }
-    if (pe_type != nullptr) {
+    const int32_t code = lookUp(FAKE_HANDLE_GET_TYPE_OBJ, handle, &entry);
+    if (code == 0 && pe_type != nullptr) {
         *pe_type = entry.type;
     }
-    if (ppv_obj != nullptr) {
+    if (code == 0 && ppv_obj != nullptr) {
         *ppv_obj = entry.object;
     }
-    return 0;
+    return code;
 }
 
 int32_t handle_get_obj(uint32_t handle, void** ppv_obj) {
-    const int32_t code = fault(FAKE_HANDLE_GET_OBJ);
     Handle entry = {};
-    if (ppv_obj == nullptr ||
-        (code != FAKE_ANSWER_EMPTY && (code != 0 || !handles().find(handle, &entry)))) {
+    const int32_t code = lookUp(FAKE_HANDLE_GET_OBJ, handle, &entry);
+    if (code != 0 || ppv_obj == nullptr) {
         return code != 0 ? code : kFailed;
     }
     *ppv_obj = entry.object;
@@ -167,9 +139,9 @@ int32_t handle_get_obj(uint32_t handle, void** ppv_obj) {
 
 // The handle is gone before its callback runs. No lock is held while the callback runs.
 int32_t handle_free(uint32_t handle, uint8_t ui1_flag) {
-    const int32_t code = fault(FAKE_HANDLE_FREE);
+    const int32_t code = gFault(FAKE_HANDLE_FREE);
     Handle entry;
-    if (!handles().take(handle, &entry)) {
+    if (!gHandles.take(handle, &entry)) {
         ++gBadFrees;
         return kFailed;
     }
@@ -181,28 +153,20 @@ int32_t handle_free(uint32_t handle, uint8_t ui1_flag) {
 }
 
 int32_t x_sema_create(uint32_t* ph_sema, uint32_t e_type, uint32_t ui4_initial) {
-    const int32_t code = fault(FAKE_SEMA_CREATE);
+    const int32_t code = gFault(FAKE_SEMA_CREATE);
     if (code != 0 || ph_sema == nullptr || e_type != X_SEMA_TYPE_BINARY_HELD || ui4_initial > 1) {
         return code != 0 ? code : kFailed;
     }
-    try {
-        const SemaphorePointer semaphore = std::make_shared<Semaphore>();
-        semaphore->taken = ui4_initial == 0;
-        const uint32_t number = semaphores().add(semaphore);
-        if (number == 0) {
-            return kFailed;
-        }
-        *ph_sema = number;
-        return 0;
-    } catch (const std::bad_alloc&) {
-        return kFailed;
-    }
+    const SemaphorePointer semaphore = std::make_shared<Semaphore>();
+    semaphore->taken = ui4_initial == 0;
+    *ph_sema = gSemaphores.add(semaphore);
+    return 0;
 }
 
 int32_t x_sema_lock(uint32_t h_sema, uint32_t ui4_option) {
-    const int32_t code = fault(FAKE_SEMA_LOCK);
+    const int32_t code = gFault(FAKE_SEMA_LOCK);
     SemaphorePointer semaphore;
-    if (code != 0 || ui4_option != X_SEMA_OPTION_WAIT || !semaphores().find(h_sema, &semaphore)) {
+    if (code != 0 || ui4_option != X_SEMA_OPTION_WAIT || !gSemaphores.find(h_sema, &semaphore)) {
         return code != 0 ? code : kFailed;
     }
     std::unique_lock<std::mutex> lock(semaphore->lock);
@@ -215,9 +179,9 @@ int32_t x_sema_lock(uint32_t h_sema, uint32_t ui4_option) {
 }
 
 int32_t x_sema_unlock(uint32_t h_sema) {
-    const int32_t code = fault(FAKE_SEMA_UNLOCK);
+    const int32_t code = gFault(FAKE_SEMA_UNLOCK);
     SemaphorePointer semaphore;
-    if (!semaphores().find(h_sema, &semaphore)) {
+    if (!gSemaphores.find(h_sema, &semaphore)) {
         return kFailed;
     }
     const std::lock_guard<std::mutex> lock(semaphore->lock);
@@ -230,9 +194,9 @@ int32_t x_sema_unlock(uint32_t h_sema) {
 }
 
 int32_t x_sema_delete(uint32_t h_sema) {
-    const int32_t code = fault(FAKE_SEMA_DELETE);
+    const int32_t code = gFault(FAKE_SEMA_DELETE);
     SemaphorePointer semaphore;
-    if (!semaphores().take(h_sema, &semaphore)) {
+    if (!gSemaphores.take(h_sema, &semaphore)) {
         return kFailed;
     }
     const std::lock_guard<std::mutex> lock(semaphore->lock);
@@ -242,7 +206,7 @@ int32_t x_sema_delete(uint32_t h_sema) {
 }
 
 void* x_mem_alloc(size_t z_size) {
-    void* block = fault(FAKE_MEM_ALLOC) == 0 ? malloc(z_size) : nullptr;
+    void* block = gFault(FAKE_MEM_ALLOC) == 0 ? malloc(z_size) : nullptr;
     if (block != nullptr) {
         ++gLiveBlocks;
     }
@@ -250,7 +214,7 @@ void* x_mem_alloc(size_t z_size) {
 }
 
 void x_mem_free(void* pv_mem) {
-    fault(FAKE_MEM_FREE);
+    gFault(FAKE_MEM_FREE);
     if (pv_mem != nullptr) {
         --gLiveBlocks;
         free(pv_mem);

@@ -7,9 +7,11 @@
 #include <pthread.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -53,11 +55,7 @@ bool fits(const char* text, size_t size) {
 const char* startValue(const char* key) {
     char name[sizeof("PROPERTY_") + kKeySize];
     snprintf(name, sizeof(name), "PROPERTY_%s", key);
-    for (char* c = name; *c != '\0'; ++c) {
-        if (*c == '.') {
-            *c = '_';
-        }
-    }
+    std::replace(std::begin(name), std::end(name), '.', '_');
     const char* value = getenv(name);
     return fits(value, PROPERTY_VALUE_MAX) ? value : "";
 }

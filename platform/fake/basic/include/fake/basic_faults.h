@@ -18,14 +18,13 @@ typedef enum {
     FAKE_SEMA_UNLOCK,
     FAKE_SEMA_DELETE,
     FAKE_MEM_ALLOC,
-    FAKE_MEM_FREE, /* cannot fail */
-    FAKE_SERVICE_COUNT
+    FAKE_MEM_FREE /* cannot fail */
 } fake_service_t;
 
 /*
  * Every service call calls the hook first, on its caller's thread. If the hook returns a code other
  * than 0, the service call returns that code at once (x_mem_alloc: null). But handle_free,
- * x_sema_unlock and x_sema_delete still do their work. With null there is no hook.
+ * x_sema_unlock and x_sema_delete still do their work. The hook must not be null.
  */
 typedef int32_t (*fake_service_hook_fct)(fake_service_t service);
 void fake_set_service_hook(fake_service_hook_fct hook);
