@@ -52,15 +52,6 @@ class FilterTest : public tests::LibraryTest {
     }
 };
 
-// The other tests rely on this property of the fake.
-TEST(SemaphoreTest, UnlockFailsUnlessTheSemaphoreIsHeld) {
-    uint32_t semaphore = 0;
-    ASSERT_EQ(0, x_sema_create(&semaphore, X_SEMA_TYPE_BINARY_HELD, 0));
-    EXPECT_EQ(0, x_sema_unlock(semaphore));
-    EXPECT_NE(0, x_sema_unlock(semaphore));
-    EXPECT_EQ(0, x_sema_delete(semaphore));
-}
-
 TEST_F(FilterTest, ReadCopiesWhatJavaGivesAndNeverMoreThanFits) {
     using Sizes = std::initializer_list<int64_t>;
     constexpr int64_t kMost = FLT_MAX_READ_SIZE;

@@ -185,6 +185,9 @@ int32_t x_sema_unlock(uint32_t h_sema) {
         return kFailed;
     }
     const std::lock_guard<std::mutex> lock(semaphore->lock);
+    if (!semaphore->taken) {
+        ++gBadFrees;
+    }
     if (!semaphore->taken || code == FAKE_KEEP_TAKEN) {
         return kFailed;
     }

@@ -39,7 +39,8 @@ unsigned fake_live_handles(void);
 unsigned fake_live_semaphores(void);
 unsigned fake_live_blocks(void);
 
-/* Calls of handle_free so far that named no live handle, or whose callback did not return 1. */
+/* Calls of handle_free so far that named no live handle, or whose callback did not return 1, and
+ * calls of x_sema_unlock for a semaphore that nobody held. */
 unsigned fake_bad_frees(void);
 
 #ifdef __cplusplus
