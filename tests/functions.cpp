@@ -124,17 +124,6 @@ int openFilter(Fixture& fixture) {
     return x_velmora_filter_open(fixture.h_pipeline, 1, 2, INT64_C(0x123456789a), &fixture.hfilter,
                                  &evt, &gTag);
 }
-// Makes a pipeline's handle without an object.
-void allocNull(Fixture& fixture) {
-    handle_alloc(HT_PIPELINE, nullptr, nullptr, nullptr, &fixture.hthread);
-}
-int openOfNull(Fixture& fixture) {
-    Fixture none = {fixture.hthread};
-    return openFilter(none);
-}
-void freeNull(Fixture& fixture) {
-    handle_free(fixture.hthread, 1);
-}
 int read(Fixture& fixture, int64_t size) {
     return x_velmora_filter_read(fixture.hfilter, reinterpret_cast<int8_t*>(fixture.output), 0,
                                  size);
@@ -219,8 +208,6 @@ std::vector<Function> makeRows() {
             .refusing("no handle"),
         global(NAMED(x_velmora_filter_open), 1u, 2, 3, 4, &noHandle, nullptr, nullptr)
             .refusing("no event record"),
-        Function{"x_velmora_filter_open", openOfNull, allocNull, freeNull}.refusing(
-            "null pipeline"),
         ofFilter(NAMED(x_velmora_filter_close)),
         ofFilter(NAMED(x_velmora_filter_start)),
         ofFilter(NAMED(x_velmora_filter_stop)),

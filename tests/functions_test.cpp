@@ -17,6 +17,7 @@
 #include <sstream>
 #include <thread>
 
+#include "mw/basic_services.h"
 #include "mw/filter.h"
 #include "mw/frontend.h"
 #include "tests/functions_txt.h"
@@ -404,6 +405,12 @@ TEST_P(FunctionsTest, MatchesItsSection) {
     }
     if (mFunction.takesHandle) {
         tryWrongHandles();
+    }
+    if (mFunction.name == "x_velmora_filter_open") {
+        uint32_t null = 0;
+        handle_alloc(HT_PIPELINE, nullptr, nullptr, nullptr, &null);
+        tryWith("pipeline without an object", [&] { std::swap(mFixture.h_pipeline, null); });
+        handle_free(null, 1);
     }
     const std::string& seen = gSections[mFunction.name] = mSection.text(mFunction.name);
     const std::string listed = writtenSection(mFunction.name);
