@@ -42,15 +42,6 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
 
 constexpr uint32_t kNoPipeline = 99;  // has no frontend: scan and LNB events need none
 
-TEST_F(FrontendTest, RegistrationForAnUnknownPipelineChangesNothing) {
-    tests::registerCountingCallbacks(mPipeline->handle());
-    EXPECT_EQ(-1, x_native_frontend_register_lnb_callback(kNoPipeline, nullptr));
-    EXPECT_EQ(-1, x_native_frontend_register_lnb_DiseqcMessage_callback(kNoPipeline, nullptr));
-    tests::report(Event::kLnb, kNoPipeline, {1});
-    tests::report(Event::kDiseqc, kNoPipeline, {2}, tests::newArray(std::vector<jbyte>{1, 2}));
-    EXPECT_EQ(2, tests::takeHeard());
-}
-
 int gTags[2][1000];
 int gMixed;  // events whose callback got a tag of the other callback
 
