@@ -53,11 +53,6 @@ Function ofFilter(const std::string& name, int (*call)(uint32_t, Parameters...),
     return ofFilter(name, [=](Fixture& fixture) { return call(fixture.hfilter, args...); });
 }
 
-Function fromJava(Function row) {
-    row.calledByJava = true;
-    return row;
-}
-
 // The native method of an event. Those of scan and LNB events serve every pipeline.
 Function nativeMethod(Event event) {
     const bool ofTuners = event < Event::kSection;
@@ -78,8 +73,10 @@ Function nativeMethod(Event event) {
         }
         return report(event, ofTuners ? fixture.h_pipeline : fixture.hfilter, numbers, list);
     };
-    return fromJava(ofTuners ? Function{methodOf(event), reports}
-                             : ofFilter(methodOf(event), reports));
+    Function row =
+        ofTuners ? Function{methodOf(event), reports} : ofFilter(methodOf(event), reports);
+    row.calledByJava = true;
+    return row;
 }
 
 // --- Calls that need more than arguments ---
@@ -163,7 +160,8 @@ std::vector<Function> makeRows() {
     static FLT_EVT_CB_T noEvent;
     static uint32_t noHandle;
     std::vector<Function> rows = {
-        fromJava({"JNI_OnLoad", [](Fixture&) { return loadInterceptedLibrary(); }}),
+        {"JNI_OnLoad", [](Fixture&) { return loadInterceptedLibrary(); }, kNothing, kNothing, false,
+         true},
         global(NAMED(__halvorin_log_is_loggable), 5, "vendor.zyt.broadcast.log.level"),
 
         // Replaces a tuner.

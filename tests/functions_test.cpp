@@ -14,7 +14,7 @@
 #include <fstream>
 #include <future>
 #include <iostream>
-#include <sstream>
+#include <regex>
 #include <thread>
 
 #include "mw/basic_services.h"
@@ -421,11 +421,7 @@ TEST_P(FunctionsTest, MatchesItsSection) {
 
 INSTANTIATE_TEST_SUITE_P(Of, FunctionsTest, testing::ValuesIn(tests::functions()),
                          [](const auto& info) {
-                             std::string name = info.param.name;
-                             std::replace_if(
-                                 name.begin(), name.end(), [](char c) { return isalnum(c) == 0; },
-                                 '_');
-                             return name;
+                             return std::regex_replace(info.param.name, std::regex("\\W"), "_");
                          });
 
 }  // namespace

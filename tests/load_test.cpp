@@ -12,14 +12,8 @@ extern "C" JavaVM* g_velmora_javaVM;
 
 namespace {
 
-class LoadTest : public testing::Test {
-  protected:
-    static void SetUpTestSuite() {
-        tests::startInterceptedVm({tests::kSmallHeap, tests::kCheckJni});
-    }
-};
-
-TEST_F(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
+TEST(LoadTest, PublishesTheVirtualMachineOnlyWhenItSucceeds) {
+    tests::startInterceptedVm({tests::kSmallHeap, tests::kCheckJni});
     tests::failCall("GetEnv", 1, tests::kFails);
     EXPECT_EQ(-1, tests::loadInterceptedLibrary());
     tests::failCall("RegisterNatives", 3, tests::kFails);  // the last

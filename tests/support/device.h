@@ -4,7 +4,7 @@
 #ifndef TESTS_DEVICE_H
 #define TESTS_DEVICE_H
 
-#include "tests/support/java.h"
+#include "tests/support/host.h"
 
 namespace tests {
 

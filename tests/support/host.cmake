@@ -1,7 +1,7 @@
 # What tests and measurements share: the virtual machine with the library loaded, fault injection, and the table of
 # functions.
 java_jar(tests tests/java/src platform_jar)
-add_library(test_host STATIC tests/support/host.cpp tests/support/java.cpp tests/support/device.cpp)
+add_library(test_host STATIC tests/support/host.cpp tests/support/device.cpp)
 target_include_directories(test_host PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_definitions(test_host PUBLIC
     PROJECT_FOLDER="${PROJECT_SOURCE_DIR}"

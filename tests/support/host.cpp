@@ -13,8 +13,6 @@
 #include <mutex>
 #include <utility>
 
-#include "tests/support/java.h"
-
 namespace tests {
 
 namespace {
@@ -220,6 +218,53 @@ void happens(const std::string& what) {
     if (action) {
         action();
     }
+}
+
+// --- Calls of Java ---
+
+void mustNotHaveThrown() {
+    if (realJni().ExceptionCheck(env())) {
+        realJni().ExceptionDescribe(env());
+        abort();
+    }
+}
+
+jclass findClass(const std::string& name) {
+    return leavingOne([&] {
+        const JNINativeInterface_& jni = realJni();
+        const jclass clazz = jni.FindClass(env(), "java/lang/Class");
+        const jmethodID forName =
+            jni.GetStaticMethodID(env(), clazz, "forName",
+                                  "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;");
+        return static_cast<jclass>(ok(jni.CallStaticObjectMethod(
+            env(), clazz, forName, toJava(name), JNI_FALSE, classLoader())));
+    });
+}
+
+jstring toJava(const std::string& text) {
+    return ok(realJni().NewStringUTF(env(), text.c_str()));
+}
+
+jintArray newArray(const std::vector<jint>& values) {
+    const jsize length = static_cast<jsize>(values.size());
+    const jintArray array = ok(realJni().NewIntArray(env(), length));
+    realJni().SetIntArrayRegion(env(), array, 0, length, values.data());
+    return array;
+}
+
+jbyteArray newArray(const std::vector<jbyte>& values) {
+    const jsize length = static_cast<jsize>(values.size());
+    const jbyteArray array = ok(realJni().NewByteArray(env(), length));
+    realJni().SetByteArrayRegion(env(), array, 0, length, values.data());
+    return array;
+}
+
+std::string fromJava(jobject text) {
+    const jstring string = static_cast<jstring>(text);
+    const char* chars = realJni().GetStringUTFChars(env(), string, nullptr);
+    std::string result = chars;
+    realJni().ReleaseStringUTFChars(env(), string, chars);
+    return result;
 }
 
 }  // namespace tests

@@ -78,6 +78,57 @@ std::vector<std::string> takeLog();      // the lines since the last time, as "E
 void atNext(const std::string& text, const std::function<void()>& action);
 void happens(const std::string& what);  // reports something that is not in the log to atNext
 
+// --- Calls of Java from C++ ---
+
+// tests/support/fault_injection.h does not count them. If Java throws in one, the process ends.
+// These functions return local references and leave no others. They find the classes of the child
+// class loader, for example "tests.ScriptedModel".
+jclass findClass(const std::string& name);
+jstring toJava(const std::string& text);
+jintArray newArray(const std::vector<jint>& values);
+jbyteArray newArray(const std::vector<jbyte>& values);
+std::string fromJava(jobject text);
+void mustNotHaveThrown();
+
+// Returns the result of a call that must not have thrown.
+template <typename Result>
+Result ok(Result result) {
+    mustNotHaveThrown();
+    return result;
+}
+
+// Does the work, whose result is a local reference or null. Leaves no other local reference.
+template <typename Work>
+auto leavingOne(const Work& work) {
+    realJni().PushLocalFrame(env(), 16);
+    const auto result = work();
+    return static_cast<decltype(work())>(realJni().PopLocalFrame(env(), result));
+}
+
+template <typename... Args>
+jobject newObject(const std::string& name, const char* signature, Args... args) {
+    return leavingOne([&] {
+        const jclass clazz = findClass(name);
+        const jmethodID id = ok(realJni().GetMethodID(env(), clazz, "<init>", signature));
+        return ok(realJni().NewObject(env(), clazz, id, args...));
+    });
+}
+
+// The method must return nothing or an object.
+template <typename... Args>
+jobject callStatic(const std::string& name, const char* method, const char* signature,
+                   Args... args) {
+    return leavingOne([&] {
+        const jclass clazz = findClass(name);
+        const jmethodID id = ok(realJni().GetStaticMethodID(env(), clazz, method, signature));
+        if (std::string(signature).back() != 'V') {
+            return ok(realJni().CallStaticObjectMethod(env(), clazz, id, args...));
+        }
+        realJni().CallStaticVoidMethod(env(), clazz, id, args...);
+        return ok(jobject());
+    });
+}
+
 }  // namespace tests
 
 #endif  // TESTS_HOST_H
