@@ -1,13 +1,13 @@
 import java.io.IOException;
-import java.io.UncheckedIOException;
-import java.nio.file.FileSystem;
-import java.nio.file.FileSystems;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.LinkedHashSet;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
 import java.util.TreeMap;
+import java.util.function.Consumer;
 import java.util.stream.Stream;
 import org.objectweb.asm.ClassReader;
 import org.objectweb.asm.ClassVisitor;
@@ -27,10 +27,10 @@ import org.objectweb.asm.tree.MethodInsnNode;
 import org.objectweb.asm.tree.MethodNode;
 
 /**
- * Adapt CLASSES FOLDER [TABLE]: copies the classes of a folder or jar, changed so that dx can
- * translate them and Android's runtime can run them. Lambdas become plain objects, nested classes
- * no longer need the nest to use each other's private members, and the changes of the table are
- * made. ICU's packages get the names that the core library uses.
+ * Adapt CLASSES FOLDER TABLE: copies the classes of a folder, changed so that dx can translate
+ * them and Android's runtime can run them. Lambdas become plain objects, nested classes no longer
+ * need the nest to use each other's private members, and the changes of the table are made. ICU's
+ * packages get the names that the core library uses.
  */
 public final class Adapt implements Opcodes {
     /** In later class files, the classes of a nest use each other's private members. */
@@ -41,24 +41,14 @@ public final class Adapt implements Opcodes {
 
     public static void main(String[] args) throws IOException {
         final Adapt adapt = new Adapt();
-        final Path classes = Path.of(args[0]);
-        if (Files.isDirectory(classes)) {
-            adapt.read(classes);
-        } else {
-            try (FileSystem jar = FileSystems.newFileSystem(classes)) {
-                adapt.read(jar.getPath("/"));
-            }
-        }
-        for (String row : args.length > 2 ? Files.readAllLines(Path.of(args[2]))
-                : List.<String>of()) {
+        adapt.read(Path.of(args[0]));
+        for (String row : Files.readAllLines(Path.of(args[2]))) {
             if (!row.isBlank() && !row.startsWith("#")) {
                 adapt.change(row.split("\\s+"));
             }
         }
         for (ClassNode node : adapt.mClasses.values()) {
             adapt.makePlain(node);
-        }
-        for (ClassNode node : adapt.mClasses.values()) {
             write(node, args[1]);
         }
         for (ClassNode node : adapt.mLambdas) {
@@ -186,23 +176,16 @@ public final class Adapt implements Opcodes {
         final ClassNode object = new ClassNode();
         final List<String> interfaces = new ArrayList<>();
         interfaces.add(Type.getReturnType(dynamic.desc).getInternalName());
-        final List<Type> signatures = new ArrayList<>();
-        signatures.add(erased);
+        final Set<Type> signatures = new LinkedHashSet<>(List.of(erased));
         // The further arguments of altMetafactory: flags, then the marker interfaces and signatures
         // that they announce.
-        if (dynamic.bsmArgs.length > 3) {
-            final int flags = (Integer) dynamic.bsmArgs[3];
-            for (int i = 4; i < dynamic.bsmArgs.length; ++i) {
-                if (dynamic.bsmArgs[i] instanceof Type type) {
-                    if (type.getSort() == Type.METHOD) {
-                        signatures.add(type);
-                    } else {
-                        interfaces.add(type.getInternalName());
-                    }
-                }
-            }
-            if ((flags & 1) != 0) {
+        for (Object argument : List.of(dynamic.bsmArgs).subList(3, dynamic.bsmArgs.length)) {
+            if (argument instanceof Integer flags && (flags & 1) != 0) {
                 interfaces.add("java/io/Serializable");
+            } else if (argument instanceof Type type && type.getSort() == Type.METHOD) {
+                signatures.add(type);
+            } else if (argument instanceof Type type) {
+                interfaces.add(type.getInternalName());
             }
         }
         final Type[] taken = Stream.of(captured, actual.getArgumentTypes()).flatMap(Stream::of)
@@ -230,7 +213,7 @@ public final class Adapt implements Opcodes {
                 make.putField(self, "m" + i, captured[i]);
             }
         });
-        for (Type signature : signatures.stream().distinct().toList()) {
+        for (Type signature : signatures) {
             generate(object, ACC_PUBLIC, dynamic.name, signature.getDescriptor(), make -> {
                 for (int i = 0; i < captured.length; ++i) {
                     make.loadThis();
@@ -280,15 +263,11 @@ public final class Adapt implements Opcodes {
         });
     }
 
-    private interface Body {
-        void make(GeneratorAdapter adapter);
-    }
-
     private static void generate(ClassNode node, int access, String name, String descriptor,
-            Body body) {
+            Consumer<GeneratorAdapter> body) {
         final GeneratorAdapter adapter = new GeneratorAdapter(
                 node.visitMethod(access, name, descriptor, null, null), access, name, descriptor);
-        body.make(adapter);
+        body.accept(adapter);
         adapter.returnValue();
         adapter.endMethod();
     }
