@@ -54,20 +54,17 @@ bool make(const tests::Function& row, tests::Fixture* fixture) {
 }  // namespace
 
 extern "C" void* __libc_malloc(size_t size);
-// These two replace those of all libraries.
-extern "C" void* malloc(size_t size) {
-    const auto caller = reinterpret_cast<uintptr_t>(__builtin_return_address(0));
-    if (caller >= gStart && caller < gEnd) {
-        ++gAllocations;
-    }
+static void* counted(size_t size, const void* caller) {
+    const auto address = reinterpret_cast<uintptr_t>(caller);
+    gAllocations += address >= gStart && address < gEnd;
     return __libc_malloc(size);
 }
+// These two replace those of all libraries.
+extern "C" void* malloc(size_t size) {
+    return counted(size, __builtin_return_address(0));
+}
 void* operator new(size_t size) {
-    const auto caller = reinterpret_cast<uintptr_t>(__builtin_return_address(0));
-    if (caller >= gStart && caller < gEnd) {
-        ++gAllocations;
-    }
-    return __libc_malloc(size);
+    return counted(size, __builtin_return_address(0));
 }
 
 // --where prints where the library starts and ends, and where mark() is. A run takes that line as

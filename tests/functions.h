@@ -48,9 +48,8 @@ struct Function {
 
     // Marks the row's arguments as ones that the function refuses.
     Function refusing(const std::string& arguments) {
-        name += " (" + arguments + ")";
         refuses = true;
-        return *this;
+        return as(arguments);
     }
     Function as(const std::string& variant) {
         name += " (" + variant + ")";

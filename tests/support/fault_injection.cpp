@@ -68,7 +68,6 @@ enum class Call {
     CALLS(CALL_NAME, CALL_NAME)
 };
 
-// Never destroyed, like the state below: threads may still call at the end of the process.
 struct CallTraits {
     const char* name;
     int ways;
@@ -76,13 +75,13 @@ struct CallTraits {
     Counter count;
     int change;
 };
-const std::vector<CallTraits>& gTraits = *new std::vector<CallTraits>{
+constexpr CallTraits kTraits[] = {
 #define JNI_TRAITS(name, ...) {#name, __VA_ARGS__},
 #define OTHER_TRAITS(name, ways) {#name, ways, false, kNoCount, 0},
     CALLS(JNI_TRAITS, OTHER_TRAITS)};
 
 const CallTraits& traits(Call call) {
-    return gTraits[static_cast<size_t>(call)];
+    return kTraits[static_cast<size_t>(call)];
 }
 
 JNINativeInterface_ gInterceptingTable;
@@ -112,7 +111,7 @@ struct State {
     std::vector<Fault> faults;
     std::map<jmethodID, JavaMethod> methods;
 };
-State& gState = *new State();
+State& gState = *new State();  // never destroyed: threads may still call at the end
 
 // Gives the calling thread the function table that it must see.
 void setTable() {

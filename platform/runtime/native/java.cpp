@@ -1,24 +1,14 @@
 // java [OPTION...] -cp JARS CLASS ARGUMENT...: runs a Java program on Android's runtime with
 // CheckJNI on.
 
+#include <err.h>
 #include <jni.h>
 #include <locale.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
-
-namespace {
-
-[[noreturn]] void give(const char* what) {
-    fprintf(stderr, "%s\n", what);
-    exit(1);
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     setlocale(LC_ALL, "");  // for what native code prints, as OpenJDK's launcher does
@@ -34,7 +24,7 @@ int main(int argc, char** argv) {
         }
     }
     if (at == argc) {
-        give("usage: java [OPTION...] -cp JARS CLASS ARGUMENT...");
+        errx(1, "usage: java [OPTION...] -cp JARS CLASS ARGUMENT...");
     }
     options.push_back({path.data(), nullptr});
     // Unknown options, such as OpenJDK's, are ignored.
@@ -43,7 +33,7 @@ int main(int argc, char** argv) {
     JavaVM* vm = nullptr;
     JNIEnv* env = nullptr;
     if (JNI_CreateJavaVM(&vm, &env, &args) != JNI_OK) {
-        give("The runtime does not start.");
+        errx(1, "The runtime does not start.");
     }
     std::string name = argv[at++];
     std::replace(name.begin(), name.end(), '.', '/');

@@ -4,6 +4,7 @@
 #include "jvm.h"
 
 #include <dlfcn.h>
+#include <err.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
@@ -29,11 +30,6 @@ class JavaVMExt {
 namespace {
 
 constexpr jint kDeleteAfterwards = 0x10000;  // an open flag that only ZipFile uses
-
-[[noreturn]] void missing(const char* what) {
-    fprintf(stderr, "%s: the runtime exports no function for it\n", what);
-    abort();
-}
 
 }  // namespace
 
@@ -61,15 +57,13 @@ void JVM_Exit(jint status) {
 
 // The heap is collected only when something is allocated, never on request.
 void JVM_GC() {}
-jlong JVM_FreeMemory() {
-    missing("Runtime.freeMemory");
-}
-jlong JVM_TotalMemory() {
-    missing("Runtime.totalMemory");
-}
-jlong JVM_MaxMemory() {
-    missing("Runtime.maxMemory");
-}
+#define MISSING(function)                                                \
+    jlong function() {                                                   \
+        errx(1, "%s: the runtime exports no function for it", __func__); \
+    }
+MISSING(JVM_FreeMemory)
+MISSING(JVM_TotalMemory)
+MISSING(JVM_MaxMemory)
 
 jlong JVM_CurrentTimeMillis(JNIEnv*, jclass) {
     timeval now;

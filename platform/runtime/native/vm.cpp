@@ -47,7 +47,6 @@ extern "C" JNIEXPORT jint JNI_CreateJavaVM(JavaVM** vm, JNIEnv** env, void* args
     setenv("ANDROID_LOG_TAGS", "*:f", 0);  // otherwise it warns of things that are intended here
     const auto* given = static_cast<const JavaVMInitArgs*>(args);
     std::vector<JavaVMOption> options(given->options, given->options + given->nOptions);
-    gPrint = nullptr;
     for (const JavaVMOption& option : options) {
         if (strcmp(option.optionString, "vfprintf") == 0) {
             gPrint = reinterpret_cast<Print>(option.extraInfo);
