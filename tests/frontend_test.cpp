@@ -40,8 +40,6 @@ TEST_F(FrontendTest, CloseDuringATuneReturnsAtOnceAndTheTuneClosesTheObject) {
     call(x_native_frontend_close_tuner);
 }
 
-constexpr uint32_t kNoPipeline = 99;  // has no frontend: scan and LNB events need none
-
 int gTags[2][1000];
 int gMixed;  // events whose callback got a tag of the other callback
 
@@ -69,7 +67,7 @@ TEST_F(FrontendTest, EveryEventGetsCallbackAndTagOfOneRegistrationWhileOthersReg
     registerEach<0>();
     std::thread one(repeat, registerEach<0>), other(repeat, registerEach<1>);
     for (int i = 0; i < 20000; ++i) {
-        tests::report(Event::kLocked, kNoPipeline, {});
+        tests::report(Event::kLocked, 0, {});  // scan events need no frontend
     }
     stop = true;
     one.join();

@@ -16,7 +16,7 @@ namespace {
 constexpr int32_t kFailed = -1;
 
 // Returns the code with which the call must fail, or 0.
-std::atomic<fake_service_hook_fct> gFault([](fake_service_t) -> int32_t { return 0; });
+fake_service_hook_fct gFault = [](fake_service_t) -> int32_t { return 0; };
 
 // Numbered objects, for use by any thread.
 template <typename Object>

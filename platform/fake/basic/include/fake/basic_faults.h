@@ -24,7 +24,8 @@ typedef enum {
 /*
  * Every service call calls the hook first, on its caller's thread. If the hook returns a code other
  * than 0, the service call returns that code at once (x_mem_alloc: null). But handle_free,
- * x_sema_unlock and x_sema_delete still do their work. The hook must not be null.
+ * x_sema_unlock and x_sema_delete still do their work. Set the hook, which must not be null,
+ * before there are threads.
  */
 typedef int32_t (*fake_service_hook_fct)(fake_service_t service);
 void fake_set_service_hook(fake_service_hook_fct hook);
