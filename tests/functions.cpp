@@ -178,6 +178,7 @@ std::vector<Function> makeRows() {
         ofTuner(NAMED(x_native_frontend_cancel_tuning)),
         ofTuner(NAMED(x_native_frontend_cancel_scanning)),
         ofTuner(NAMED(x_native_frontend_set_lna_enabled), 2),
+        ofTuner(NAMED(x_native_frontend_set_lna_enabled), 0).as("off"),
         ofTuner(NAMED(x_native_frontend_get_frontend_info), nullptr),
         ofTuner("x_native_frontend_get_frontend_status",
                 queryStatus({FE_STATUS_TYPE_INNER_FEC, FE_STATUS_TYPE_MODULATIONS_EXT,
