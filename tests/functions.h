@@ -1,5 +1,5 @@
 // The functions and native methods of the library as a table: each row is a call and what it needs
-// before. Tests, load and measurements run the rows.
+// before. Tests, the stress test and measurements run the rows.
 
 #ifndef TESTS_FUNCTIONS_H
 #define TESTS_FUNCTIONS_H

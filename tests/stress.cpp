@@ -1,6 +1,6 @@
-// The load: middleware threads call the functions of tests/functions.h at random, on few handles,
-// while Java threads report events for the same handles, for closed ones and for ones that never
-// existed.
+// The stress test: middleware threads call the functions of tests/functions.h at random, on few
+// handles, while Java threads report events for the same handles, for closed ones and for ones that
+// never existed.
 //
 //   stress [--seconds N] [--seed N] [--plant 1]
 //

@@ -1,5 +1,5 @@
-// The host of tests, load, fuzzer and measurements: a real Java virtual machine that loads the
-// library as on a device. Only host.cpp knows which virtual machine it starts. If a helper here
+// The host of tests, stress test, fuzzer and measurements: a real Java virtual machine that loads
+// the library as on a device. Only host.cpp knows which virtual machine it starts. If a helper here
 // fails, the process ends, because no later result would mean anything.
 
 #ifndef TESTS_HOST_H

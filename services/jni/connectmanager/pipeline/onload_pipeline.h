@@ -6,8 +6,8 @@
 
 #include <jni.h>
 
-// Return 1; 0 (logged) when native methods cannot be registered. If a class or
-// method that the library calls is missing, the process ends.
+// Return 1; 0 (logged) when native methods cannot be registered. If a class or method that the
+// library calls is missing, the process ends.
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFrontend(JNIEnv* env);
 int register_com_halvorin_tv_velmora_connectmanager_ZytTvInnerFilter(JNIEnv* env);
 

@@ -12,8 +12,9 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.atomic.AtomicInteger;
 
 /**
- * The device model of the load. Its answers show which object gave them, so the middleware's side
- * knows what every result must be. It also checks the calls that each object receives.
+ * The device model of the stress test. Its answers show which object gave them, so the
+ * middleware's side knows what every result must be. It also checks the calls that each object
+ * receives.
  */
 public final class StressModel {
     /** The type of the filters whose open fails. */

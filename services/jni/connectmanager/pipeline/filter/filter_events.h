@@ -1,4 +1,4 @@
-// Filter events: Java calls native methods, which call the functions that the middleware
+// Filter events: Java calls native methods, which call the callbacks that the middleware
 // registered.
 
 #ifndef FILTER_EVENTS_H

@@ -1,6 +1,6 @@
 // Every status kind, in the order in which the getters are bound. A file that includes this defines
-// KIND and LIST before; the end of this file undefines them. Each row has its own
-// lines, because a fatal assertion reports the row's line when the getter is missing.
+// KIND and LIST before; the end of this file undefines them. Each row has its own lines, because a
+// fatal assertion reports the row's line when the getter is missing.
 //
 // KIND: name after FE_STATUS_TYPE_, result type of the getter, getter, field of FE_STATUS_T, log
 // line. LIST: name, member of gFrontendFields, getter, field (the field of the length has Len

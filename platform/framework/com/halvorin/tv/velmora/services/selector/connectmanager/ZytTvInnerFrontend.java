@@ -13,7 +13,7 @@ import fake.Device;
  * share needs a lock.
  *
  * <p>The library holds no lock while a method runs. So a method may call C, and it may report
- * events, which run the middleware's function on this thread before they return. A method may
+ * events, which run the middleware's callback on this thread before they return. A method may
  * throw: the exception is printed and cleared, and C gets -1 unless the comment says otherwise.
  * Otherwise C gets the result.
  */
