@@ -13,7 +13,7 @@
  *             process ends.
  *   Blocking  Calls for one filter run one after the other: each waits for the filter, holds it
  *             during its Java call and then releases it. While a thread waits for a filter, every
- *             call and every event of any filter waits as well. Only an open does not.
+ *             other call and event that names a filter by its handle waits as well.
  *   From Java A filter's Java method must not use any filter: no call, no event, and no waiting for
  *             a thread that makes one. Opening a filter is the only exception. Otherwise all
  *             filters can come to a standstill for good. Java locks are the usual cause: a lock
@@ -127,8 +127,8 @@ int x_velmora_filter_setSectionConfig(uint32_t hfilter, int value, uint8_t flag1
                                       uint8_t flag3, uint8_t* pattern1, uint8_t* pattern2,
                                       uint8_t* pattern3);
 
-/* Makes a Java callback thread and stores its handle in *ph_thread. Result: 0; -1 on failure, when
- * nothing is made. */
+/* Makes a Java callback thread and stores its handle in *ph_thread. Result: 0; -1 on failure, also
+ * for a null ph_thread. Then nothing remains, and *ph_thread may have been set to 0. */
 int x_velmora_filter_create_callback_thread(uint32_t* ph_thread);
 
 /* Releases a callback thread. It must not be called while an open that names the thread is running.

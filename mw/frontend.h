@@ -15,8 +15,8 @@
  *   Result    The int that the Java method returned. -1 also means that the library failed: the
  *             pipeline is not registered, it has no Java object, there is no Java environment, or
  *             Java threw an exception. The exception is described on the error stream of the
- *             virtual machine and cleared. One exception is not a failure: the one that refuses an
- *             end frequency, see x_native_frontend_tune.
+ *             virtual machine and cleared. If Java throws because it refuses an end frequency, the
+ *             call does not fail, see x_native_frontend_tune.
  *   Ownership What a pointer argument points to still belongs to the caller, and the library does
  *             not use it after the return.
  */
@@ -36,10 +36,9 @@ extern "C" {
 /* --- Tuner --- */
 
 /*
- * Makes the Java frontend object of a pipeline and registers the pipeline. If it is registered
- * already, it keeps its object, and the second object is opened and closed during the call. The
- * library takes the handle's object for a Java reference without checking the handle's type: a live
- * handle of another type ends the process.
+ * Makes the Java frontend object of a pipeline and registers the pipeline. A pipeline that is
+ * registered already keeps its object; the call makes another one, opens it and closes it. The
+ * library does not check the type of the handle: a live handle of another type ends the process.
  * Result: always 0, even when the object could not be made. The pipeline is registered all the
  * same, and its later calls fail. Requiring it again does not repair that; close it first.
  */
@@ -93,8 +92,8 @@ int x_native_frontend_get_frontend_status(unsigned int h_pipeline, FE_STATUS_TYP
 /*
  * Reads the settings in force: e_type and mFrequency (in Hz for every system); for DVB-T mStandard
  * and mBandwidth, for ISDB-T and DTMB mBandwidth. Every other byte keeps what the caller put there.
- * Result: 0, even for a type without a sub-record; -1 on failure. If the first value cannot be
- * read, the record stays as it was.
+ * Result: 0, even for a type without a sub-record; -1 on failure. Then the record may hold values
+ * that were read before the failure; if the first value cannot be read, it stays as it was.
  */
 int x_native_frontend_get_frontend_setting(unsigned int h_pipeline, MW_FESETTING_T* pt_fesettings);
 

@@ -19,9 +19,9 @@ extern "C" {
  * The simulated tuners. Every pipeline has one, with an LNB behind a DiSEqC switch. They are
  * independent of each other.
  *   Tune      A tuner locks on every frequency of its band, and the tune gives 0. For DVB-S the
- *             band is 950 to 2150 MHz after the LNB, for other systems 42 to 1002 MHz. Outside it
- *             the tune gives 1. Either way the settings stay in force until the next tune;
- *             cancelling changes nothing.
+ *             band is 950 to 2150 MHz after the LNB, of which the library passes on those up to
+ *             2147; for other systems it is 42 to 1002 MHz. Outside it the tune gives 1. Either way
+ *             the settings stay in force until the next tune; cancelling changes nothing.
  *   Status    Before the first tune, the queries for status and settings give -1. After any tune,
  *             even a refused one, these kinds are reported: both locks, which are always there;
  *             SNR, MER, quality and strength, which are better at a lower frequency; AGC, which
@@ -38,7 +38,8 @@ extern "C" {
  *   DiSEqC    A thread of its own answers a message with two bytes: e4, and the message's last
  *             byte. An empty message is accepted and never answered.
  *   ISDB-T    The service area is 42.
- *   Never     an LNB event, a filter's restart event, an exception from any method.
+ *   Never     an LNB event, a filter's restart event, an exception from a method of a tuner or
+ *             filter.
  */
 
 /*

@@ -13,7 +13,7 @@ using Lines = std::vector<std::string>;
 
 constexpr int kJavaValue = 57;  // what Java methods return; easy to find in the log
 
-// What one run did: its log, its calls of Java, and the middleware's callbacks.
+// What one run did: its log, its calls to Java, and the middleware's callbacks.
 struct Outcome {
     std::optional<int> result;  // none: a fatal assertion failed, whose text is the last line
     Lines lines;

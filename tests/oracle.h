@@ -22,9 +22,8 @@ enum Pointer : uint8_t { kNone, kRecord, kKinds, kCodeRate };
 constexpr int32_t kDvbs = 5;
 constexpr int32_t kIsdbt = 9;
 
-// One call, made of nothing but numbers. It begins with the record of a status query, or with the
-// record of settings and what else the call needs. An entry ignores the fields that it does not
-// use.
+// One call, made of nothing but numbers. Its first bytes are the status record, or the settings
+// record and the other arguments. An entry ignores the fields that it does not use.
 struct Case {
     uint8_t fields[56];  // those of the delivery system
     int32_t frequency;

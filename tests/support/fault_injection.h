@@ -84,8 +84,8 @@ std::vector<Point> recorded();  // ends the recording and removes all faults
 // --- What the library holds ---
 
 // Counts by name. References and "elements" (arrays whose elements are held) are counted only on
-// intercepted threads, attachments only those that the library made. Handles, semaphores, blocks
-// and peers are all that exist. "bad frees" are those so far, see fake_bad_frees.
+// intercepted threads, and attachments only if the library made them. Handles, semaphores, blocks
+// and peers are counted in the whole process, as are "bad frees", see fake_bad_frees.
 using ResourceCounts = std::map<std::string, int>;
 constexpr char kGlobalRefs[] = "global references";
 ResourceCounts resourceCounts();

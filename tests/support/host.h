@@ -73,8 +73,8 @@ void setLogLevel(const char* level);
 void keepLog();                          // from now on lines are kept instead of printed
 void addToLog(const std::string& line);  // something else that happened
 std::vector<std::string> takeLog();      // the lines since the last time, as "E message", in order
-// Runs the action once, at the next log line (a recorded call of Java is one) or service call that
-// contains the text. The thread that logs or calls goes on afterwards.
+// Runs the action once, at the next log line, recorded call to Java or service call whose text
+// contains this one. The thread that logs or calls goes on afterwards.
 void atNext(const std::string& text, const std::function<void()>& action);
 void happens(const std::string& what);  // reports something that is not in the log to atNext
 

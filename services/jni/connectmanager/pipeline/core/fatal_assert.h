@@ -6,8 +6,8 @@
 #include <android/log.h>
 
 // What a fatal assertion of one side reports besides its condition: the tag of the side's log lines
-// and the path of its source. The path is fixed from outside: it is that of the side's entry
-// points, whichever file the check is in. The line is the check's own. For a missing Java class or
+// and the path of its source. The path is fixed from outside: it always names the side's file of
+// entry points. The line is a line of the file that contains the check. For a missing Java class or
 // method it is the line of its row or call, so that condition and line together tell what is
 // missing.
 struct FatalSite {

@@ -1,5 +1,5 @@
 // The calling thread's Java environment on the filter side, where the process ends if a thread
-// cannot be attached or detached.
+// cannot be attached or detached, except in a destructor.
 
 #ifndef FILTER_ENV_H
 #define FILTER_ENV_H

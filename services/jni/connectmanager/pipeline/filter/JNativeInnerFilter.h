@@ -15,10 +15,10 @@ namespace android {
 // without the semaphore, because an event passes its address to the middleware. That is safe: the
 // record does not change after open, and the event holds the peer.
 //
-// Note: if a thread cannot be attached or detached, the process ends. Exceptions of the Java
-// methods stay pending, except for those of the constructor. A JNI function that fails leaves no
-// exception. The destructor runs on whichever thread drops the last reference. It does not call
-// onCloseFilter.
+// Note: if a thread cannot be attached or detached, the process ends, except in the destructor,
+// which then leaves its references behind. Exceptions of the Java methods stay pending, except for
+// those of the constructor. A JNI function that fails leaves no exception. The destructor runs on
+// whichever thread drops the last reference. It does not call onCloseFilter.
 class JNativeInnerFilter : public RefBase {
   public:
     JNativeInnerFilter();

@@ -14,8 +14,9 @@ inline int64_t widened(const void* pointer) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pointer));
 }
 
-// The address in an instance: the instance, cut to the size of a pointer and widened again. It
-// differs from an instance that is not an address, which exists only where pointers have 32 bits.
+// The address in an instance: the instance, cut to the size of a pointer and widened again. If the
+// result is not the instance, the instance was no address. That can happen only where pointers have
+// 32 bits.
 inline int64_t addressIn(int64_t instance) {
     return widened(reinterpret_cast<void*>(static_cast<uintptr_t>(instance)));
 }

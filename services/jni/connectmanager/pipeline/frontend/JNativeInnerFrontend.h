@@ -19,8 +19,8 @@ namespace android {
 // Any thread may call any operation, and several may run at once: nothing changes after
 // construction. An operation leaves no local reference and no Java exception behind. It returns the
 // int of the Java method. Without an environment or a Java object, or when Java throws, it returns
-// its failure value: -1, or 0 for the LNB getters. One exception is not a failure: the one that
-// refuses an end frequency.
+// its failure value: -1, or 0 for the LNB getters. If Java throws because it refuses an end
+// frequency, the operation does not fail.
 //
 // Note: the destructor calls Java on whichever thread drops the last reference, so no lock may be
 // held there. Without an environment it cannot close the Java object, and its reference leaks.

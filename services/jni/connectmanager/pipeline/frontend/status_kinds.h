@@ -2,9 +2,9 @@
 // KIND and LIST before; the end of this file undefines them. Each row has its own lines, because a
 // fatal assertion reports the row's line when the getter is missing.
 //
-// KIND: name after FE_STATUS_TYPE_, result type of the getter, getter, field of FE_STATUS_T, log
-// line. LIST: name, member of gFrontendFields, getter, field (the field of the length has Len
-// appended), log line for the first element and the length, log line for a missing list.
+// KIND: rest of the name behind FE_STATUS_TYPE_, result type of the getter, getter, field of
+// FE_STATUS_T, log line. LIST: rest of the name, member of gFrontendFields, getter, field (that of
+// the length has Len appended), log line for the first element and the length, and for no list.
 
 // clang-format off
 KIND(DEMOD_LOCK, jboolean, isDemodLocked, mIsDemodLocked,

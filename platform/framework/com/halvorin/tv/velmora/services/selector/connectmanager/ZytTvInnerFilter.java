@@ -14,7 +14,7 @@ import fake.Device;
  * calling C. Otherwise the threads can wait forever, and every other filter with them.
  *
  * <p>A method must not throw, because the library does not check for exceptions. If the thread was
- * attached for the call, the exception ends the process; on any other thread, the next call of Java
+ * attached for the call, the exception ends the process; on any other thread, the next call to Java
  * goes wrong. Only the constructor may throw.
  */
 public class ZytTvInnerFilter {
