@@ -282,7 +282,7 @@ class FunctionsTest : public tests::LibraryTest, public testing::WithParamInterf
         Attempt failed = run(attached, failing, failure);
         const bool fatal = !failed.result;
         const bool succeeded = failed.result == plain.result;
-        // The calls up to the failing one must be those of the plain run.
+        // The failing call must be the same as in the plain run.
         failed.calls.resize(std::max(failed.calls.size(), failing + 1));
         EXPECT_EQ(nameOf(plain.calls, failing), nameOf(failed.calls, failing));
         if (mFunction.name.rfind("x_velmora_filter_open", 0) == 0) {
